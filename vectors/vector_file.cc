@@ -199,20 +199,15 @@ void ZVectorTemplate<T>::Serialize(FILE* file, int write, unsigned int /*version
 // bounded steps as elements arrive, so that memory follows the bytes really read.
 template <class T>
 void ZVectorTemplate<T>::ReadGrowing(FILE* file, unsigned int count) {
-  constexpr unsigned int kFirstStep = 4096 / sizeof(T) + 1;
+  constexpr unsigned long long kFirstStep = 4096 / sizeof(T) + 1;
   const long long left = BytesLeft(file);
+  // A regular file: room for every whole element there is, and one more to find the end.
+  unsigned long long want = left >= 0 ? static_cast<unsigned long long>(left) / sizeof(T) + 1 : kFirstStep;
   ZOk();
-  while (m_un32NumElements < count) {
-    if (m_un32NumElements == m_un32MaxElements || m_pData == nullptr) {
-      unsigned long long want;
-      if (left >= 0) {
-        // A regular file: room for every whole element there is, and one more to find the end.
-        want = static_cast<unsigned long long>(left) / sizeof(T) + 1;
-      } else {
-        want = std::max<unsigned long long>(kFirstStep, 2ull * m_un32NumElements);
-      }
+  for (bool first = true; m_un32NumElements < count; first = false) {
+    if (first || m_un32NumElements == m_un32MaxElements || m_pData == nullptr) {
+      if (!first) want = std::max<unsigned long long>(kFirstStep, 2ull * m_un32NumElements);
       want = std::min<unsigned long long>(want, count);
-      if (want <= m_un32NumElements) want = m_un32NumElements + 1ull;
       const unsigned int n = static_cast<unsigned int>(want);
       if (m_pData == nullptr) m_un32MaxElements = 0;
       SetMaxElements(n, 1);
@@ -225,6 +220,7 @@ void ZVectorTemplate<T>::ReadGrowing(FILE* file, unsigned int count) {
         }
       }
     }
+    // The capacity never exceeds the count here, so the store is filled up to it.
     const size_t room = m_un32MaxElements - m_un32NumElements;
     const size_t got = std::fread(m_pData + m_un32NumElements, sizeof(T), room, file);
     m_un32NumElements += static_cast<uint32_t>(got);
