@@ -239,8 +239,6 @@ class KELMIRA_API ZBWHistogramVector : public ZVectorTemplate<unsigned int>, pub
   ~ZBWHistogramVector() override;
   // Sets the bins up to the count to 0; count and capacity stay.
   void Clear();
-  // Entropy of the bins first..last; defined with the histogram operators.
-  float Entropy(unsigned int first, unsigned int last);
 };
 
 // ---------------------------------------------------------------------------------------------
