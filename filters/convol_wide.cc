@@ -55,9 +55,74 @@ HWY_INLINE void FixedRowN(const S* const* rows, S* destination, int x0, int coun
   }
 }
 
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR
+// BW8 with every coefficient within 16 bits: multiply-and-add of adjacent 16-bit words, each
+// pair (c[2k], c[2k + 1]) against two neighbouring pixels. Even outputs take pairs from x - R,
+// odd outputs from x - R + 1, so the 32-bit lanes of the two sums are outputs x + 2m and
+// x + 2m + 1 and interleave back into order as the two halves of each lane. A pair sum is exact
+// in 32 bits (|c| <= 32768, p <= 255) and the lanes add with the same wrap as the scalar sum.
+// Covers outputs [x0, x) and returns x; it reads one pixel past the window of the last output.
+template <int N>
+HWY_INLINE int PairedRowN(const uint8_t* const* rows, uint8_t* destination, int x0, int count, const int32_t* c,
+                          int32_t bias, Finish finish) {
+  constexpr int R = N / 2;
+  constexpr int kPairs = (N + 1) / 2;
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Repartition<int32_t, decltype(d16)> d32;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d16));
+  hn::Vec<decltype(d16)> pairs[N * kPairs];
+  for (int j = 0; j < N; ++j)
+    for (int k = 0; k < kPairs; ++k) {
+      const int32_t lo = c[j * N + 2 * k], hi = 2 * k + 1 < N ? c[j * N + 2 * k + 1] : 0;
+      pairs[j * kPairs + k] =
+          hn::BitCast(d16, hn::Set(d32, static_cast<int32_t>((static_cast<uint32_t>(hi) << 16) | (static_cast<uint32_t>(lo) & 0xFFFFu))));
+    }
+  const auto vBias = hn::Set(d32, bias);
+  const auto vZero = hn::Zero(d32);
+  const auto vMax = hn::Set(d32, 255);
+  int x = x0;
+  // The odd sum of the last pair reads pixel x + lanes + R: keep it inside the row.
+  for (; x + lanes < x0 + count; x += lanes) {
+    auto even = vBias, odd = vBias, unused = vZero;
+    for (int j = 0; j < N; ++j) {
+      const uint8_t* row = rows[j] + x - R;
+      for (int k = 0; k < kPairs; ++k) {
+        const auto pe = hn::BitCast(d16, hn::PromoteTo(hn::Rebind<uint16_t, decltype(d8)>(), hn::LoadU(d8, row + 2 * k)));
+        const auto po = hn::BitCast(d16, hn::PromoteTo(hn::Rebind<uint16_t, decltype(d8)>(), hn::LoadU(d8, row + 2 * k + 1)));
+        even = hn::ReorderWidenMulAccumulate(d32, pe, pairs[j * kPairs + k], even, unused);
+        odd = hn::ReorderWidenMulAccumulate(d32, po, pairs[j * kPairs + k], odd, unused);
+      }
+    }
+    auto re = finish == Finish::kQ8 ? hn::ShiftRight<8>(even) : hn::ShiftRight<15>(even);
+    auto ro = finish == Finish::kQ8 ? hn::ShiftRight<8>(odd) : hn::ShiftRight<15>(odd);
+    if (finish == Finish::kQ15Abs) re = hn::Abs(re), ro = hn::Abs(ro);
+    re = hn::Min(hn::Max(re, vZero), vMax);
+    ro = hn::Min(hn::Max(ro, vZero), vMax);
+    const auto both = hn::BitCast(d16, hn::Or(re, hn::ShiftLeft<16>(ro)));
+    hn::StoreU(hn::DemoteTo(d8, both), d8, destination + x);
+  }
+  return x;
+}
+#endif
+
 template <class S>
 void FixedRow(int n, const S* const* rows, S* destination, int x0, int count, const int32_t* c, int32_t bias,
               Finish finish) {
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR
+  if constexpr (sizeof(S) == 1) {
+    bool narrow = true;
+    for (int i = 0; i < n * n; ++i) narrow = narrow && c[i] >= -32768 && c[i] <= 32767;
+    if (narrow) {
+      int x = x0;
+      if (n == 3) x = PairedRowN<3>(rows, destination, x0, count, c, bias, finish);
+      if (n == 5) x = PairedRowN<5>(rows, destination, x0, count, c, bias, finish);
+      if (n == 7) x = PairedRowN<7>(rows, destination, x0, count, c, bias, finish);
+      count -= x - x0;
+      x0 = x;
+    }
+  }
+#endif
   if (n == 3) FixedRowN<3>(rows, destination, x0, count, c, bias, finish);
   if (n == 5) FixedRowN<5>(rows, destination, x0, count, c, bias, finish);
   if (n == 7) FixedRowN<7>(rows, destination, x0, count, c, bias, finish);
