@@ -257,6 +257,62 @@ inline T FloatFinish(double s, short rectifier, unsigned int offset) {
   return static_cast<T>(v < 0 ? 0 : v > kMax ? kMax : v);
 }
 
+// The general loop on separate views: the source rows, padded with the outside value by the
+// kernel's reach on each side, are converted to double once each and kept in a ring of as many
+// rows as the window can hold inside the view; rows beyond the view are one row of the outside
+// value. Each output is then the same ordered sum as the direct loop below. False when the
+// buffers cannot be had (the direct loop then runs).
+template <class T>
+bool RunFloatBuffered(ZGenericROI* source, ZGenericROI* destination, const float* kf, int sx, int sy,
+                      const ZKernel& kernel, bool wide) {
+  const int width = destination->GetWidth(), height = destination->GetHeight();
+  const int rx = sx >> 1, ry = sy >> 1;
+  const size_t padded = static_cast<size_t>(width) + static_cast<size_t>(sx) - 1;
+  const int ring = sy < height ? sy : height;
+  const size_t taps = static_cast<size_t>(sx) * static_cast<size_t>(sy);
+  const size_t total = padded * (static_cast<size_t>(ring) + 1) + taps + static_cast<size_t>(width) + sy;
+  std::unique_ptr<double[]> store(new (std::nothrow) double[total]);
+  std::unique_ptr<const double*[]> window(new (std::nothrow) const double*[sy]);
+  if (!store || !window) return false;
+  double* outsideRow = store.get();
+  double* rings = outsideRow + padded;
+  double* k = rings + padded * ring;
+  double* sums = k + taps;
+  const double outside = static_cast<double>(kernel.GetOutsideValue());
+  for (size_t i = 0; i < padded; ++i) outsideRow[i] = outside;
+  for (size_t i = 0; i < taps; ++i) k[i] = static_cast<double>(kf[i]);
+  const rows::Rows<T> in(source), out(destination);
+  const auto load = [&](int yy) {
+    double* row = rings + padded * static_cast<size_t>(yy % ring);
+    const T* src = in[yy];
+    for (int x = 0; x < rx; ++x) row[x] = outside;
+    for (int x = 0; x < width; ++x) row[rx + x] = static_cast<double>(src[x]);
+    for (size_t x = static_cast<size_t>(rx) + width; x < padded; ++x) row[x] = outside;
+  };
+  for (int yy = 0; yy < sy - 1 - ry && yy < height; ++yy) load(yy);
+  for (int y = 0; y < height; ++y) {
+    const int incoming = y - ry + sy - 1;
+    if (incoming >= 0 && incoming < height) load(incoming);
+    for (int j = 0; j < sy; ++j) {
+      const int yy = y - ry + j;
+      window[j] = (yy >= 0 && yy < height) ? rings + padded * static_cast<size_t>(yy % ring) : outsideRow;
+    }
+    if (wide) {
+      WideFloatSums(window.get(), sx, sy, k, width, sums);
+    } else {
+      for (int x = 0; x < width; ++x) {
+        double s = 0.0;
+        for (int j = 0; j < sy; ++j)
+          for (int i = 0; i < sx; ++i) s += window[j][x + i] * k[static_cast<size_t>(j) * sx + i];
+        sums[x] = s;
+      }
+    }
+    T* o = out[y];
+    for (int x = 0; x < width; ++x) o[x] = FloatFinish<T>(sums[x], kernel.GetRectifier(), kernel.GetOffset());
+  }
+  return true;
+}
+
 // Any size: the window spans -(n >> 1) .. n - (n >> 1) - 1 around the centre; outside the view
 // the outside value stands in. Products and sums in double, in table order.
 template <class T>
@@ -320,7 +376,7 @@ void RunFloat3x3(ZGenericROI* source, ZGenericROI* destination, const float* kf,
 }
 
 template <class T>
-bool RunFloat(ZGenericROI* source, ZGenericROI* destination, const ZKernel& kernel) {
+bool RunFloat(ZGenericROI* source, ZGenericROI* destination, const ZKernel& kernel, bool wide) {
   const int sx = kernel.GetSizeX() > 0 ? kernel.GetSizeX() : 0;
   const int sy = kernel.GetSizeY() > 0 ? kernel.GetSizeY() : 0;
   const size_t count = static_cast<size_t>(sx) * static_cast<size_t>(sy);
@@ -330,7 +386,8 @@ bool RunFloat(ZGenericROI* source, ZGenericROI* destination, const ZKernel& kern
   for (size_t i = 0; i < count; ++i) kf[i] = g * kernel.GetDataPtr()[i];
   if (sx == 3 && sy == 3)
     RunFloat3x3<T>(source, destination, kf.get(), kernel);
-  else
+  else if (sx == 0 || sy == 0 || Overlap(source, destination) ||
+           !RunFloatBuffered<T>(source, destination, kf.get(), sx, sy, kernel, wide))
     RunFloatGeneral<T>(source, destination, kf.get(), sx, sy, kernel);
   return true;
 }
@@ -414,7 +471,7 @@ void Convolve(ZGenericROI* source, ZGenericROI* destination, ZKernel* kernel, co
       f.finish = Finish::kQ8;
       RunShort<T>(source, destination, f, wide);
     } else if (rect == KERNEL_RECTIFIER_NONE || !square) {
-      RunFloat<T>(source, destination, *kernel);
+      RunFloat<T>(source, destination, *kernel, wide);
     } else {
       // 3x3 with another rectifier than 2 (a value above 3 writes nothing), 5x5, 7x7.
       frame::Step([&] { Q15Worker<T>(source, destination, kernel, sx, false, wide, traces.worker[sx / 2 - 1]); });

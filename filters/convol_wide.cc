@@ -7,6 +7,8 @@
 
 #include "filters/convol_wide.h"
 
+#include <cstddef>
+
 HWY_BEFORE_NAMESPACE();
 namespace kelmira::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
@@ -128,6 +130,45 @@ void FixedRow(int n, const S* const* rows, S* destination, int x0, int count, co
   if (n == 7) FixedRowN<7>(rows, destination, x0, count, c, bias, finish);
 }
 
+void FloatSums(const double* const* rows, int sx, int sy, const double* k, int count, double* sums) {
+  const hn::ScalableTag<double> d;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  int x = 0;
+  // Four vectors of outputs at a time for independent chains; each output's additions stay in
+  // table order. Never MulAdd: the scalar loop rounds the product and the sum separately.
+  for (; x + 4 * lanes <= count; x += 4 * lanes) {
+    auto s0 = hn::Zero(d), s1 = s0, s2 = s0, s3 = s0;
+    for (int j = 0; j < sy; ++j) {
+      const double* row = rows[j] + x;
+      const double* kj = k + static_cast<ptrdiff_t>(j) * sx;
+      for (int i = 0; i < sx; ++i) {
+        const auto c = hn::Set(d, kj[i]);
+        s0 = hn::Add(s0, hn::Mul(hn::LoadU(d, row + i), c));
+        s1 = hn::Add(s1, hn::Mul(hn::LoadU(d, row + i + lanes), c));
+        s2 = hn::Add(s2, hn::Mul(hn::LoadU(d, row + i + 2 * lanes), c));
+        s3 = hn::Add(s3, hn::Mul(hn::LoadU(d, row + i + 3 * lanes), c));
+      }
+    }
+    hn::StoreU(s0, d, sums + x);
+    hn::StoreU(s1, d, sums + x + lanes);
+    hn::StoreU(s2, d, sums + x + 2 * lanes);
+    hn::StoreU(s3, d, sums + x + 3 * lanes);
+  }
+  for (; x + lanes <= count; x += lanes) {
+    auto s0 = hn::Zero(d);
+    for (int j = 0; j < sy; ++j)
+      for (int i = 0; i < sx; ++i)
+        s0 = hn::Add(s0, hn::Mul(hn::LoadU(d, rows[j] + x + i), hn::Set(d, k[static_cast<ptrdiff_t>(j) * sx + i])));
+    hn::StoreU(s0, d, sums + x);
+  }
+  for (; x < count; ++x) {
+    double s = 0.0;
+    for (int j = 0; j < sy; ++j)
+      for (int i = 0; i < sx; ++i) s += rows[j][x + i] * k[static_cast<ptrdiff_t>(j) * sx + i];
+    sums[x] = s;
+  }
+}
+
 void FixedRow8(int n, const uint8_t* const* rows, uint8_t* destination, int x0, int count, const int32_t* c,
                int32_t bias, Finish finish) {
   FixedRow(n, rows, destination, x0, count, c, bias, finish);
@@ -144,6 +185,11 @@ HWY_AFTER_NAMESPACE();
 namespace kelmira::convol {
 HWY_EXPORT(FixedRow8);
 HWY_EXPORT(FixedRow16);
+HWY_EXPORT(FloatSums);
+
+void WideFloatSums(const double* const* rows, int sx, int sy, const double* k, int count, double* sums) {
+  HWY_DYNAMIC_DISPATCH(FloatSums)(rows, sx, sy, k, count, sums);
+}
 
 void WideFixedRow(int n, const uint8_t* const* rows, uint8_t* destination, int x0, int count, const int32_t* c,
                   int32_t bias, Finish finish) {

@@ -19,6 +19,10 @@ void WideFixedRow(int n, const uint8_t* const* rows, uint8_t* destination, int x
 void WideFixedRow(int n, const uint16_t* const* rows, uint16_t* destination, int x0, int count, const int32_t* c,
                   int32_t bias, Finish finish);
 
+// Float route: sums[x] = sum over j < sy, i < sx, in that order, of rows[j][x + i] * k[j * sx + i]
+// for x in [0, count), in double: the same additions in the same order as the scalar loop.
+void WideFloatSums(const double* const* rows, int sx, int sy, const double* k, int count, double* sums);
+
 }  // namespace kelmira::convol
 
 #endif  // KELMIRA_FILTERS_CONVOL_WIDE_H

@@ -209,10 +209,10 @@ TEST(ConvolRoutes, WideRowsOnEveryTarget) {
   // beyond (a centre weight above 1.0 after scaling), against the direct evaluation.
   for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
     hwy::SetSupportedTargetsForTest(target);
-    for (short n : {3, 5, 7})
+    for (short n : {3, 5, 7, 4, 11})  // 4 and 11: the float route's buffered rows
       for (short rect : {2, 3})
         for (float centre : {0.0f, 40.0f}) {
-          ZKernel k(n, n, 1.0f, 11, rect, 0);
+          ZKernel k(n, n, 1.0f, 11, rect, 77);
           for (int round = 0; round < 4; ++round) {
             RandomTable(k, kt::Rng(), 2.0f);
             k.GetDataPtr()[n * n / 2] += centre;
