@@ -69,8 +69,23 @@ float SymmetricScale(const float* k, int n, float gain) {
 
 // ----- views -----
 
-template <class P>
-using S = typename PixelTraits<P>::Storage_t;
+// A 16-bit pixel that may sit at any address: a BW16 view may start at an odd byte, and the
+// workers read and write through this so that such a view is accessed byte-safely.
+#pragma pack(push, 1)
+struct Word {
+  uint16_t v;
+  Word() = default;
+  Word(uint16_t x) : v(x) {}  // NOLINT: implicit, like the storage it stands for
+  operator uint16_t() const { return v; }
+};
+#pragma pack(pop)
+static_assert(sizeof(Word) == 2 && alignof(Word) == 1);
+
+// The storage the wide rows take: the same bytes.
+inline const uint8_t* const* Wide(const uint8_t* const* rows) { return rows; }
+inline uint8_t* Wide(uint8_t* row) { return row; }
+inline const uint16_t* const* Wide(const Word* const* rows) { return reinterpret_cast<const uint16_t* const*>(rows); }
+inline uint16_t* Wide(Word* row) { return reinterpret_cast<uint16_t*>(row); }
 
 // True when the two views share any byte: the fixed-point wide rows and the short route's row
 // buffers are only for separate memory.
@@ -139,7 +154,7 @@ void FixedRowOf(const T* const* rows, T* out, int width, const Fixed& f, bool wi
   constexpr int R = N / 2;
   if (!wide || width <= 2 * R) return FixedSpan<N>(rows, out, 0, width, width, f);
   FixedSpan<N>(rows, out, 0, R, width, f);
-  WideFixedRow(N, rows, out, R, width - 2 * R, f.c, f.bias, f.finish);
+  WideFixedRow(N, Wide(rows), Wide(out), R, width - 2 * R, f.c, f.bias, f.finish);
   FixedSpan<N>(rows, out, width - R, width, width, f);
 }
 
@@ -527,7 +542,7 @@ void LumConvolKernel(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, ZKernel* kerne
   Convolve<uint8_t>(source, destination, kernel, kBW8);
 }
 void LumConvolKernel(ZROI<ZBW16>* source, ZROI<ZBW16>* destination, ZKernel* kernel) {
-  Convolve<uint16_t>(source, destination, kernel, kBW16);
+  Convolve<Word>(source, destination, kernel, kBW16);
 }
 void LumConvolKernel(ZROI<ZC24>* source, ZROI<ZC24>* destination, ZKernel* kernel) {
   ByPlanes(source, destination, [&](ZROI<ZBW8>* in, ZROI<ZBW8>* out) { LumConvolKernel(in, out, kernel); },
@@ -538,7 +553,7 @@ void LumConvolSymmetricKernel(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, ZKern
   ConvolveSymmetric<uint8_t>(source, destination, kernel, kSymBW8);
 }
 void LumConvolSymmetricKernel(ZROI<ZBW16>* source, ZROI<ZBW16>* destination, ZKernel* kernel) {
-  ConvolveSymmetric<uint16_t>(source, destination, kernel, kSymBW16);
+  ConvolveSymmetric<Word>(source, destination, kernel, kSymBW16);
 }
 void LumConvolSymmetricKernel(ZROI<ZC24>* source, ZROI<ZC24>* destination, ZKernel* kernel) {
   ByPlanes(source, destination, [&](ZROI<ZBW8>* in, ZROI<ZBW8>* out) { LumConvolSymmetricKernel(in, out, kernel); },

@@ -8,6 +8,7 @@
 #include "filters/convol_wide.h"
 
 #include <cstddef>
+#include <cstring>
 
 HWY_BEFORE_NAMESPACE();
 namespace kelmira::HWY_NAMESPACE {
@@ -20,6 +21,14 @@ HWY_INLINE int32_t FinishOne(uint32_t sum, Finish finish, int32_t max) {
   int32_t r = finish == Finish::kQ8 ? (s >> 8) : (s >> 15);
   if (finish == Finish::kQ15Abs && r < 0) r = -r;
   return r < 0 ? 0 : r > max ? max : r;
+}
+
+// A pixel read or written at any address (a BW16 row may start at an odd byte).
+template <class S>
+HWY_INLINE uint32_t Px(const S* p) {
+  S v;
+  std::memcpy(&v, p, sizeof(S));
+  return v;
 }
 
 template <int N, class S>
@@ -52,8 +61,9 @@ HWY_INLINE void FixedRowN(const S* const* rows, S* destination, int x0, int coun
   for (; x < end; ++x) {
     uint32_t sum = static_cast<uint32_t>(bias);
     for (int j = 0; j < N; ++j)
-      for (int i = 0; i < N; ++i) sum += static_cast<uint32_t>(c[j * N + i]) * rows[j][x - R + i];
-    destination[x] = static_cast<S>(FinishOne<S>(sum, finish, max));
+      for (int i = 0; i < N; ++i) sum += static_cast<uint32_t>(c[j * N + i]) * Px(rows[j] + x - R + i);
+    const S r = static_cast<S>(FinishOne<S>(sum, finish, max));
+    std::memcpy(destination + x, &r, sizeof(S));
   }
 }
 

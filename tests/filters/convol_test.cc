@@ -113,7 +113,7 @@ template <class T>
 Img Read(ZROI<T>* v) {
   Img m{v->GetWidth(), v->GetHeight(), {}};
   for (int y = 0; y < m.h; ++y)
-    for (int x = 0; x < m.w; ++x) m.p.push_back(v->GetImagePtr(x, y)->value);
+    for (int x = 0; x < m.w; ++x) m.p.push_back(v->GetPixel(x, y).value);  // any alignment
   return m;
 }
 
@@ -123,7 +123,7 @@ void Fill(ZROI<T>* v) {
   for (int y = 0; y < v->GetHeight(); ++y)
     for (int x = 0; x < v->GetWidth(); ++x) {
       const uint32_t r = kt::Rng()();
-      v->GetImagePtr(x, y)->value = decltype(T::value)(r % 8 == 0 ? Max<T>() : r % 8 == 1 ? 0 : (r >> 3) % (Max<T>() + 1));
+      v->SetPixel(T(decltype(T::value)(r % 8 == 0 ? Max<T>() : r % 8 == 1 ? 0 : (r >> 3) % (Max<T>() + 1))), x, y);
     }
 }
 
