@@ -30,7 +30,9 @@ int32_t Truncate(double v) {
 
 // The scale rule: gain / sum when the coefficients do not cancel to within one part in 100,000
 // of their absolute sum, else gain. Both sums in float, in table order.
-float Scale(float gain, float sum, float sumAbs) { return std::fabs(sum) > sumAbs * 0.00001f ? gain / sum : gain; }
+float Scale(float gain, float sum, float sumAbs) {
+  return std::fabs(sum) > static_cast<double>(sumAbs) * 0.00001 ? gain / sum : gain;
+}
 
 float TableScale(const float* k, int count, float gain) {
   float sum = 0.0f, sumAbs = 0.0f;

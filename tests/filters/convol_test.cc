@@ -86,7 +86,7 @@ Img Expected(const Img& src, const Img& previous, const ZKernel& k, int64_t max,
       }
     t = full;
   }
-  float g = std::fabs(sum) > sumAbs * 0.00001f ? k.GetGain() / sum : k.GetGain();
+  float g = std::fabs(sum) > double(sumAbs) * 0.00001 ? k.GetGain() / sum : k.GetGain();
   const bool square = sx == sy && (sx == 3 || sx == 5 || sx == 7);
   const bool shortRoute = !symmetric && sx == 3 && sy == 3 && rect == 2;
   std::vector<double> c;
