@@ -46,11 +46,24 @@ template <class T>
 struct Reduce {
   bool max;
   bool wide;
-  void operator()(std::initializer_list<const T*> rows, T* out, int n) const {
+  void operator()(const T* const* rows, int count, T* out, int n) const {
     if (wide)
-      WideReduce(rows.begin(), static_cast<int>(rows.size()), out, n, max);
+      WideReduce(rows, count, out, n, max);
     else
-      ScalarReduce(rows.begin(), static_cast<int>(rows.size()), out, n, max);
+      ScalarReduce(rows, count, out, n, max);
+  }
+  // The three row operations of one step of the running window, in one walk.
+  void RunningStep(T* slot, T* prefix, const T* raw, T* out, int n, bool first) const {
+    if (wide) return WideRunningStep(slot, prefix, raw, out, n, max, first);
+    for (int x = 0; x < n; ++x) {
+      const T s = slot[x], r = raw[x], p = prefix[x];
+      out[x] = first ? s : max ? std::max(s, p) : std::min(s, p);
+      prefix[x] = first ? r : max ? std::max(p, r) : std::min(p, r);
+      slot[x] = r;
+    }
+  }
+  void operator()(std::initializer_list<const T*> rows, T* out, int n) const {
+    (*this)(rows.begin(), static_cast<int>(rows.size()), out, n);
   }
 };
 
@@ -140,7 +153,7 @@ bool Box(const ZGenericROI* source, ZGenericROI* destination, uint32_t hw, uint3
   const Reduce<T> op{max, wide};
   const rows::Rows<const T> in(source);
   const rows::Rows<T> out(destination);
-  if (w == 1 && h == 1) {  // the common 3x3 walks the image once
+  if (w == 1 && h == 1 && source == destination) {  // in place, the 3x3 keeps three rows only
     Buffer<T> ring(4 * static_cast<size_t>(W + 2));
     if (ring == nullptr) return false;
     ThreePass<T>(source, destination, ring, true, op);
@@ -148,17 +161,49 @@ bool Box(const ZGenericROI* source, ZGenericROI* destination, uint32_t hw, uint3
   }
   const T neutral = Neutral<T>(max);
   const int len = W + 2 * w, K = 2 * w + 1;
-  int p = 1;
-  while (p * 2 <= K) p *= 2;
   Buffer<T> line(static_cast<size_t>(len));
   if (line == nullptr) return false;
   T* const middle = line + w;
+  // Minima of windows of L pixels grow to 5L (at most K) in each pass, five windows of the last
+  // length covering the next one: 3 passes for K = 31, 2 for 7 and 15, 1 for 3.
   auto horizontal = [&](T* to) {  // `middle` holds the row
     std::fill(static_cast<T*>(line), middle, neutral);
     std::fill(middle + W, line + len, neutral);
-    for (int q = 1; q < p; q *= 2) op({line, line + q}, line, len - 2 * q + 1);
-    op({line, line + (K - p)}, to, W);
+    for (int L = 1; L < K;) {
+      const int next = std::min(5 * L, K), m = (next + L - 1) / L;
+      const T* windows[5];
+      for (int i = 0; i < m - 1; ++i) windows[i] = line + i * L;
+      windows[m - 1] = line + (next - L);
+      if (next == K)
+        op(windows, m, to, W);
+      else
+        op(windows, m, line, len - next + 1);
+      L = next;
+    }
   };
+  auto finish = [&](int y) {
+    if (w > 0) horizontal(out[y]);
+  };
+  const int k = 2 * h + 1;
+  if (source != destination && k > 1 && k <= 9) {
+    // Small heights read their rows straight from the source, five at a time.
+    for (int y = 0; y < H; ++y) {
+      const int first = std::max(y - h, 0), last = std::min(y + h, H - 1);
+      T* const to = w > 0 ? middle : out[y];
+      const T* rowsIn[5];
+      int count = 0, s = first;
+      for (; s <= last && count < 5; ++s) rowsIn[count++] = in[s];
+      op(rowsIn, count, to, W);
+      while (s <= last) {
+        count = 0;
+        rowsIn[count++] = to;
+        for (; s <= last && count < 5; ++s) rowsIn[count++] = in[s];
+        op(rowsIn, count, to, W);
+      }
+      finish(y);
+    }
+    return true;
+  }
   if (h == 0) {
     for (int y = 0; y < H; ++y) {
       CopyRow(in[y], middle, W);
@@ -167,7 +212,6 @@ bool Box(const ZGenericROI* source, ZGenericROI* destination, uint32_t hw, uint3
     return true;
   }
 
-  const int k = 2 * h + 1;
   Buffer<T> work((static_cast<size_t>(k) + 2) * W);
   if (work == nullptr) return false;
   auto suffix = [&](int i) { return work + static_cast<size_t>(i) * W; };
@@ -189,17 +233,9 @@ bool Box(const ZGenericROI* source, ZGenericROI* destination, uint32_t hw, uint3
       const int y = j * k + i;
       if (y >= H) return true;
       T* const to = w > 0 ? middle : out[y];
-      if (i == 0)
-        CopyRow(suffix(0), to, W);
-      else
-        op({suffix(i), prefix}, to, W);
-      if (w > 0) horizontal(out[y]);
       const T* raw = padded((j + 1) * k + i);
-      if (i == 0)
-        CopyRow(raw, prefix, W);
-      else
-        op({prefix, raw}, prefix, W);
-      CopyRow(raw, suffix(i), W);
+      op.RunningStep(suffix(i), prefix, raw, to, W, i == 0);
+      finish(y);
     }
     suffixes();
   }
