@@ -164,14 +164,14 @@ bool Box(const ZGenericROI* source, ZGenericROI* destination, uint32_t hw, uint3
   Buffer<T> line(static_cast<size_t>(len));
   if (line == nullptr) return false;
   T* const middle = line + w;
-  // Minima of windows of L pixels grow to 5L (at most K) in each pass, five windows of the last
-  // length covering the next one: 3 passes for K = 31, 2 for 7 and 15, 1 for 3.
+  // Minima of windows of L pixels grow to 8L (at most K) in each pass, up to eight windows of the
+  // last length covering the next one: 2 passes for K = 15 to 63, 1 up to 8.
   auto horizontal = [&](T* to) {  // `middle` holds the row
     std::fill(static_cast<T*>(line), middle, neutral);
     std::fill(middle + W, line + len, neutral);
     for (int L = 1; L < K;) {
-      const int next = std::min(5 * L, K), m = (next + L - 1) / L;
-      const T* windows[5];
+      const int next = std::min(8 * L, K), m = (next + L - 1) / L;
+      const T* windows[8];
       for (int i = 0; i < m - 1; ++i) windows[i] = line + i * L;
       windows[m - 1] = line + (next - L);
       if (next == K)
@@ -185,19 +185,19 @@ bool Box(const ZGenericROI* source, ZGenericROI* destination, uint32_t hw, uint3
     if (w > 0) horizontal(out[y]);
   };
   const int k = 2 * h + 1;
-  if (source != destination && k > 1 && k <= 9) {
-    // Small heights read their rows straight from the source, five at a time.
+  if (source != destination && k > 1 && k <= 8) {
+    // Small heights read their rows straight from the source, eight at a time.
     for (int y = 0; y < H; ++y) {
       const int first = std::max(y - h, 0), last = std::min(y + h, H - 1);
       T* const to = w > 0 ? middle : out[y];
-      const T* rowsIn[5];
+      const T* rowsIn[8];
       int count = 0, s = first;
-      for (; s <= last && count < 5; ++s) rowsIn[count++] = in[s];
+      for (; s <= last && count < 8; ++s) rowsIn[count++] = in[s];
       op(rowsIn, count, to, W);
       while (s <= last) {
         count = 0;
         rowsIn[count++] = to;
-        for (; s <= last && count < 5; ++s) rowsIn[count++] = in[s];
+        for (; s <= last && count < 8; ++s) rowsIn[count++] = in[s];
         op(rowsIn, count, to, W);
       }
       finish(y);

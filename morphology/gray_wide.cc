@@ -1,4 +1,4 @@
-// Wide kernel of the gray morphology: the element-wise minimum or maximum of up to five rows.
+// Wide kernel of the gray morphology: the element-wise minimum or maximum of up to eight rows.
 // Every pass of the family (3x3, cross, the running window) is built from it.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "morphology/gray_wide.cc"
@@ -40,7 +40,10 @@ HWY_INLINE void ReduceCount(const T* const* rows, int count, T* out, int n) {
     case 2: return ReduceN<2, kMax>(rows, out, n);
     case 3: return ReduceN<3, kMax>(rows, out, n);
     case 4: return ReduceN<4, kMax>(rows, out, n);
-    default: return ReduceN<5, kMax>(rows, out, n);
+    case 5: return ReduceN<5, kMax>(rows, out, n);
+    case 6: return ReduceN<6, kMax>(rows, out, n);
+    case 7: return ReduceN<7, kMax>(rows, out, n);
+    default: return ReduceN<8, kMax>(rows, out, n);
   }
 }
 

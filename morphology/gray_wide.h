@@ -6,7 +6,7 @@
 
 namespace kelmira::morpho {
 // out[x] = minimum (or maximum, with `max`) of rows[0][x] .. rows[count - 1][x], x in [0, n),
-// count 2 to 5. `out` may be one of the rows, or lie ahead of them in the same buffer.
+// count 2 to 8. `out` may be one of the rows, or lie ahead of them in the same buffer.
 void WideReduce(const uint8_t* const* rows, int count, uint8_t* out, int n, bool max);
 void WideReduce(const uint16_t* const* rows, int count, uint16_t* out, int n, bool max);
 // One row of the running window: out = min(slot, prefix) (slot alone when `first`), then
