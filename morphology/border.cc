@@ -5,6 +5,7 @@
 
 #include "foundation/frame.h"
 #include "kelmira/morphology.h"
+#include "kelmira/pixelwise/oper.h"
 #include "morphology/gray_engine.h"
 
 namespace kelmira::morpho {
@@ -42,10 +43,8 @@ bool PixelsPresent(const ZROI<ZBW8>* a, const ZROI<ZBW8>* b) {
          frame::Fail(Z_ERROR_NULL_IMAGE);
 }
 
-// a - b stopping at 0 into destination, with the frame of the pixel-wise subtraction.
 void Subtract(ZROI<ZBW8>* a, ZROI<ZBW8>* b, ZROI<ZBW8>* destination) {
-  if (frame::Enter() && frame::Operands({a, b}, destination)) SubtractRows<uint8_t>(a, b, destination);
-  frame::Leave("LumOper ( BW8 Image, Image to Image)");
+  LumOper(ARITH_LOGIC_SUBTRACT, a, b, destination);
 }
 
 short int Simple(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, int passes, int border, bool max, const char* trace) {

@@ -6,6 +6,7 @@
 #include "foundation/frame.h"
 #include "foundation/pixel_traits.h"
 #include "kelmira/morphology.h"
+#include "kelmira/pixelwise/oper.h"
 #include "morphology/gray_engine.h"
 #include "morphology/gray_words.h"
 
@@ -37,14 +38,15 @@ LastPass LastOf(const Window& w) {
   return w.a > w.b ? kX : kY;
 }
 
-// The subtraction of the compounds (operation 3 of the pixel-wise engine: a - b stopping at 0),
-// with that operator's frame and trace.
+// The arithmetic of the compounds: operation 3 (a - b stopping at 0) and the plain copy of the
+// pixel-wise engine, each with its own frame and trace.
 template <class P>
 void Subtract(ZROI<P>* a, ZROI<P>* b, ZROI<P>* destination) {
-  using T = typename PixelTraits<P>::Storage_t;
-  if (frame::Enter() && frame::Operands({a, b}, destination)) SubtractRows<T>(a, b, destination);
-  frame::Leave(Words<P>::subtract);
+  LumOper(ARITH_LOGIC_SUBTRACT, a, b, destination);
 }
+
+inline void Copy(ZROI<ZBW8>* source, ZROI<ZBW8>* destination) { LumOper(ARITH_LOGIC_COPY, source, destination); }
+inline void Copy(ZROI<ZBW16>* source, ZROI<ZBW16>* destination) { LumCopy(source, destination); }
 
 template <class P>
 void ErodeDilate(ZROI<P>* source, ZROI<P>* destination, Window w, bool max) {
@@ -58,13 +60,16 @@ void ErodeDilate(ZROI<P>* source, ZROI<P>* destination, Window w, bool max) {
   if (inPlace) destination = source;
   ZOk();
   const LastPass last = LastOf(w);
-  if (last == kNone && inPlace) return;
+  if (last == kNone) {  // a window of one pixel: a copy, or nothing in place
+    if (!inPlace) Copy(source, destination);
+    return;
+  }
   const bool wide = ZGetMMX() != 0;
   const bool done = w.disk ? Disk<T>(source, destination, w.a, max, wide)
                            : Box<T>(source, destination, w.a, w.b, max, wide);
   if (!done) ZSetError(Z_ERROR_NO_MEMORY);
   switch (last) {
-    case kNone: break;
+    case kNone: break;  // not reached
     case kX: ZTraceError(Words<P>::x[max]); break;
     case kY: ZTraceError(Words<P>::y[max]); break;
     case kCross: ZTraceError(Words<P>::cross[max]); break;

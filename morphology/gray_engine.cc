@@ -128,19 +128,6 @@ void CopyRows(const ZGenericROI* source, ZGenericROI* destination) {
 }
 
 template <class T>
-void SubtractRows(const ZGenericROI* a, const ZGenericROI* b, ZGenericROI* destination) {
-  const rows::Rows<const T> ra(a), rb(b);
-  const rows::Rows<T> out(destination);
-  const int W = a->GetWidth();
-  for (int y = 0; y < a->GetHeight(); ++y) {
-    const T* p = ra[y];
-    const T* q = rb[y];
-    T* d = out[y];
-    for (int x = 0; x < W; ++x) d[x] = p[x] > q[x] ? static_cast<T>(p[x] - q[x]) : T(0);
-  }
-}
-
-template <class T>
 bool Box(const ZGenericROI* source, ZGenericROI* destination, uint32_t hw, uint32_t hh, bool max, bool wide) {
   const int W = source->GetWidth(), H = source->GetHeight();
   // A window reaching past the whole ROI is clipped to it: beyond W - 1 nothing more is covered.
@@ -304,8 +291,7 @@ void BorderStep(const ZGenericROI* source, ZGenericROI* destination, int border,
 #define KELMIRA_MORPHO_INSTANTIATE(T)                                                                 \
   template bool Box<T>(const ZGenericROI*, ZGenericROI*, uint32_t, uint32_t, bool, bool);            \
   template bool Disk<T>(const ZGenericROI*, ZGenericROI*, uint32_t, bool, bool);                     \
-  template void CopyRows<T>(const ZGenericROI*, ZGenericROI*);                                        \
-  template void SubtractRows<T>(const ZGenericROI*, const ZGenericROI*, ZGenericROI*);
+  template void CopyRows<T>(const ZGenericROI*, ZGenericROI*);
 KELMIRA_MORPHO_INSTANTIATE(uint8_t)
 KELMIRA_MORPHO_INSTANTIATE(uint16_t)
 #undef KELMIRA_MORPHO_INSTANTIATE

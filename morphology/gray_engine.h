@@ -22,10 +22,6 @@ bool Disk(const ZGenericROI* source, ZGenericROI* destination, uint32_t radius, 
 template <class T>
 void CopyRows(const ZGenericROI* source, ZGenericROI* destination);
 
-// destination = a - b, stopping at 0.
-template <class T>
-void SubtractRows(const ZGenericROI* a, const ZGenericROI* b, ZGenericROI* destination);
-
 // One 3x3 step of the older forms on BW8, with `border` standing for every pixel outside the ROI.
 // The horizontal half goes from source to destination, the vertical half in place; when its row
 // buffers cannot be had the vertical half is skipped.

@@ -26,7 +26,6 @@ struct Words<ZBW8> {
   static constexpr const char* cross[2] = {"LumErodeXY (BW8)", "LumDilateXY (BW8)"};
   static constexpr const char* square[2] = {"LumErode3x3 (BW8)", "LumDilate3x3 (BW8)"};
   static constexpr const char* twoPass[2] = {"OvdErodeBox", "OvdDilateBox"};
-  static constexpr const char* subtract = "LumOper ( BW8 Image, Image to Image)";
   static constexpr bool kWideSquare = true;  // the 3x3 pass has a wide worker
 };
 
@@ -43,7 +42,6 @@ struct Words<ZBW16> {
   static constexpr const char* cross[2] = {"LumErodeXY (BW16)", "LumDilateXY (BW16)"};
   static constexpr const char* square[2] = {"LumErode3x3 (BW16)", "LumDilate3x3 (BW16)"};
   static constexpr const char* twoPass[2] = {"OvdErodeBox (BW16)", "OvdDilateBox (BW16)"};
-  static constexpr const char* subtract = "LumOper ( BW16 Image, Image to Image)";
   static constexpr bool kWideSquare = false;
 };
 
