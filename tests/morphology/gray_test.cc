@@ -67,7 +67,9 @@ template <class P, class Call>
 void CheckForms(int w, int h, int offset, const std::function<Plane(const Plane&)>& want, Call&& call) {
   for (int form = 0; form < 3; ++form) {
     SCOPED_TRACE(testing::Message() << "size " << w << "x" << h << " offset " << offset << " form " << form);
-    kt::Framed<P> src(w, h, offset), dst(w, h, (offset + 5) % 16);
+    // Offsets and pitches in whole pixels: a BW16 pixel lives at an even address.
+    const int step = static_cast<int>(sizeof(P) == 2 ? 2 : 1);
+    kt::Framed<P> src(w, h, offset * step, 19 + step - 1), dst(w, h, (offset + 5) % 16 * step, 20);
     src.FillRandom(kt::Rng());
     dst.FillRandom(kt::Rng());
     const Plane in = mref::Read(src.get());
@@ -84,7 +86,7 @@ void CheckForms(int w, int h, int offset, const std::function<Plane(const Plane&
 
 template <class P>
 void SweepBoxAndDisk() {
-  const std::pair<unsigned, unsigned> boxes[] = {{0, 0}, {1, 1}, {2, 0}, {0, 2}, {3, 1}, {1, 4}, {5, kSame}, {60, 2}};
+  const std::pair<unsigned, unsigned> boxes[] = {{0, 0}, {1, 1}, {2, 0}, {0, 2}, {3, 1}, {2, 3}, {1, 4}, {5, kSame}, {60, 2}};
   const unsigned radii[] = {0, 1, 2, 3, 4, 5, 9};
   for (int wide = 0; wide < 2; ++wide) {
     kt::WideSetting setting(wide);
@@ -147,10 +149,10 @@ TEST(GrayMorphology, DiskTableOfHalfWidths) {
 TEST(GrayMorphology, WideAndScalarAgreeOnLargerImages) {
   for (int offset : {0, 3}) {
     kt::Framed<ZBW8> src(203, 61, offset), a(203, 61, offset), b(203, 61, 7);
-    kt::Framed<ZBW16> src16(97, 45, 2 * offset), a16(97, 45, 0), b16(97, 45, 2);
+    kt::Framed<ZBW16> src16(97, 45, 2 * offset, 20), a16(97, 45, 0, 20), b16(97, 45, 2, 20);
     src.FillRandom(kt::Rng());
     src16.FillRandom(kt::Rng());
-    const std::pair<unsigned, unsigned> boxes[] = {{15, 15}, {31, 3}, {2, 17}, {1, 1}, {7, 7}};
+    const std::pair<unsigned, unsigned> boxes[] = {{15, 15}, {31, 3}, {2, 17}, {1, 1}, {3, 3}, {7, 7}};
     for (auto [w, h] : boxes) {
       for (int wide = 0; wide < 2; ++wide) {
         kt::WideSetting setting(wide);
