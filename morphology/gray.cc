@@ -104,16 +104,22 @@ template <class P>
 void TopHat(ZROI<P>* source, ZROI<P>* destination, Window w, bool black) {
   const char* trace = Word<P>(w, black ? kBlackTopHat : kWhiteTopHat);
   if (!frame::Enter() || !frame::NotVoid(source)) return frame::Leave(trace);
+  const bool inPlace = destination == nullptr || destination == source;
+  // A separate destination holds the opening (closing) itself: the subtraction reads each of its
+  // pixels before writing it, so the pixels, the state and the trace are those of the sequence
+  // through a temporary, without allocating and filling one.
   ZImage<P> t;
-  if (!frame::Step([&] { t.SetSize(static_cast<const ZGenericROI*>(source)); })) return frame::Leave(trace);
+  if (inPlace && !frame::Step([&] { t.SetSize(static_cast<const ZGenericROI*>(source)); }))
+    return frame::Leave(trace);
   if (!w.disk && w.b == KELMIRA_MORPHO_SAME_AS_WIDTH) w.b = w.a;
   if (!SeparateDestinationOk(source, destination)) return frame::Leave(trace);
-  if (destination == nullptr) destination = source;
-  OpenClose<P>(source, &t, w, black);
+  ZROI<P>* opened = inPlace ? &t : destination;
+  if (inPlace) destination = source;
+  OpenClose<P>(source, opened, w, black);
   if (black)
-    Subtract<P>(&t, source, destination);
+    Subtract<P>(opened, source, destination);
   else
-    Subtract<P>(source, &t, destination);
+    Subtract<P>(source, opened, destination);
   frame::Leave(trace);
 }
 
