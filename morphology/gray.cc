@@ -28,8 +28,8 @@ const char* Word(const Window& w, Kind kind) {
 // The erosion or dilation is described as a chain of elementary 3-wide passes, each with a frame
 // of its own that opens with ZOk. Only the last one's outcome stays visible, and the 1-D and
 // cross passes trace their word even on success. The engine computes the chain's pixels in one
-// go; this returns the last pass so that the state comes out as the chain leaves it. Null when
-// no pass runs (a copy, or nothing).
+// go; LastOf names the chain's last pass so that the state comes out as the chain leaves it
+// (kNone when no pass runs: a copy, or nothing).
 enum LastPass { kNone, kX, kY, kCross, kSquare };
 
 LastPass LastOf(const Window& w) {
