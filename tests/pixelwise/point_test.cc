@@ -1,0 +1,171 @@
+// LumLut and LumTransform: table look-ups at every alignment, in place, the callback counts and
+// order, and the failures with their numbers and traces.
+#include <vector>
+
+#include "support/kelmira_test.h"
+#include "support/point_ref.h"
+
+namespace {
+
+std::vector<ZBW8> RandomTable8() {
+  std::vector<ZBW8> t(256);
+  for (auto& v : t) v = static_cast<uint8_t>(kt::Rng()());
+  return t;
+}
+
+TEST(LumLut, BW8TableAtEveryAlignment) {
+  std::vector<ZBW8> table = RandomTable8();
+  pr::CheckAgainst<ZBW8, ZBW8>([&](ZROI<ZBW8>* s, ZROI<ZBW8>* d) { LumLut(s, d, table.data()); },
+                               [&](ZBW8 s, ZBW8) { return table[s]; });
+}
+
+TEST(LumLut, BW16TableAtEveryAlignment) {
+  std::vector<ZBW16> table(65536);
+  for (auto& v : table) v = static_cast<uint16_t>(kt::Rng()());
+  pr::CheckAgainst<ZBW16, ZBW16>([&](ZROI<ZBW16>* s, ZROI<ZBW16>* d) { LumLut(s, d, table.data()); },
+                                 [&](ZBW16 s, ZBW16) { return table[s]; });
+}
+
+TEST(LumLut, InPlaceByNullOrSameView) {
+  std::vector<ZBW8> table = RandomTable8();
+  for (int wide : {0, 1}) {
+    kt::WideSetting setting(wide);
+    for (bool useNull : {false, true}) {
+      kt::Framed<ZBW8> image(77, 3, 5);
+      image.FillRandom(kt::Rng());
+      const std::vector<ZBW8> before = pr::Pixels(image.get());
+      LumLut(image.get(), useNull ? nullptr : image.get(), table.data());
+      ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+      const std::vector<ZBW8> after = pr::Pixels(image.get());
+      for (size_t i = 0; i < after.size(); ++i) ASSERT_EQ(after[i], table[before[i]]);
+      EXPECT_TRUE(image.GuardsIntact());
+    }
+  }
+  std::vector<ZBW16> table16(65536);
+  for (int i = 0; i < 65536; ++i) table16[i] = static_cast<uint16_t>(65535 - i);
+  kt::Framed<ZBW16> image(9, 2);
+  image.FillRandom(kt::Rng());
+  const std::vector<ZBW16> before = pr::Pixels(image.get());
+  LumLut(image.get(), nullptr, table16.data());
+  const std::vector<ZBW16> after = pr::Pixels(image.get());
+  for (size_t i = 0; i < after.size(); ++i) ASSERT_EQ(after[i], 65535 - before[i]);
+}
+
+TEST(LumLut, FailuresLeaveTheDestinationAndTraceByForm) {
+  std::vector<ZBW8> table = RandomTable8();
+  std::vector<ZBW16> table16(65536);
+  kt::Framed<ZBW8> a(10, 4), b(11, 4);
+  kt::Framed<ZBW16> c(10, 4), e(10, 5);
+  b.FillBytes(7);
+  e.FillBytes(7);
+  ZROI<ZBW8> voidView;
+
+  // The plain BW8 table form leaves its number without a trace entry.
+  LumLut(a.get(), b.get(), table.data());
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_TRUE(kt::Trace().empty());
+  LumLut(&voidView, b.get(), table.data());
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_TRUE(kt::Trace().empty());
+  LumLut(nullptr, a.get(), table.data());
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  kt::Framed<ZBW8> same(10, 4);
+  LumLut(a.get(), same.get(), nullptr);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_TRUE(kt::Trace().empty());
+
+  LumLut(c.get(), e.get(), table16.data());
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumLut (BW16)"});
+  LumLut(static_cast<ZROI<ZBW16>*>(nullptr), e.get(), table16.data());
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumLut (BW16)"});
+
+  for (auto v : pr::Pixels(b.get())) ASSERT_EQ(v, 7);
+  for (auto v : pr::Pixels(e.get())) ASSERT_EQ(v, 0x0707);
+  EXPECT_TRUE(b.GuardsIntact() && e.GuardsIntact());
+
+  // A gate failure stops every form before any check.
+  ZSetGateError(Z_ERROR_INTERNAL);
+  LumLut(a.get(), nullptr, table.data());
+  EXPECT_EQ(ZGetError(), Z_ERROR_INTERNAL);
+  LumLut(c.get(), nullptr, table16.data());
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumLut (BW16)"});
+  ZSetGateError(Z_ERROR_NONE);
+}
+
+// ----- LumTransform -----
+
+std::vector<int> g_calls;
+ZBW8 Record8(ZBW8 v) {
+  g_calls.push_back(v);
+  return static_cast<uint8_t>(v * 3 + 1);
+}
+ZBW16 Record16(ZBW16 v) {
+  g_calls.push_back(v);
+  return static_cast<uint16_t>(v ^ 0xA5A5);
+}
+
+TEST(LumTransform, TableModeCallsExactly256TimesInRisingOrder) {
+  for (int wide : {0, 1}) {
+    kt::WideSetting setting(wide);
+    kt::Framed<ZBW8> s(123, 7, 3), d(123, 7, 6);
+    s.FillRandom(kt::Rng());
+    g_calls.clear();
+    LumTransform(s.get(), d.get(), Record8, 1);
+    ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+    ASSERT_EQ(g_calls.size(), 256u);
+    for (int i = 0; i < 256; ++i) ASSERT_EQ(g_calls[i], i);
+    const auto in = pr::Pixels(s.get()), out = pr::Pixels(d.get());
+    for (size_t i = 0; i < in.size(); ++i) ASSERT_EQ(out[i], static_cast<uint8_t>(in[i] * 3 + 1));
+    EXPECT_TRUE(d.GuardsIntact());
+  }
+}
+
+TEST(LumTransform, PixelModeCallsOncePerPixelInRowOrder) {
+  kt::Framed<ZBW8> s(13, 4, 1), d(13, 4, 2);
+  s.FillRandom(kt::Rng());
+  g_calls.clear();
+  LumTransform(s.get(), d.get(), Record8, 0);
+  const auto in = pr::Pixels(s.get()), out = pr::Pixels(d.get());
+  ASSERT_EQ(g_calls.size(), in.size());
+  for (size_t i = 0; i < in.size(); ++i) {
+    ASSERT_EQ(g_calls[i], in[i]);
+    ASSERT_EQ(out[i], static_cast<uint8_t>(in[i] * 3 + 1));
+  }
+
+  kt::Framed<ZBW16> s16(9, 3, 2);
+  s16.FillRandom(kt::Rng());
+  const auto in16 = pr::Pixels(s16.get());
+  g_calls.clear();
+  LumTransform(s16.get(), nullptr, Record16);  // in place
+  const auto out16 = pr::Pixels(s16.get());
+  ASSERT_EQ(g_calls.size(), in16.size());
+  for (size_t i = 0; i < in16.size(); ++i) {
+    ASSERT_EQ(g_calls[i], in16[i]);
+    ASSERT_EQ(out16[i], in16[i] ^ 0xA5A5);
+  }
+}
+
+TEST(LumTransform, FailuresAndTraces) {
+  kt::Framed<ZBW8> a(5, 5), b(5, 6);
+  kt::Framed<ZBW16> c(5, 5);
+  ZROI<ZBW8> voidView;
+  g_calls.clear();
+  LumTransform(a.get(), b.get(), Record8, 1);
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumTransform"});
+  LumTransform(a.get(), &voidView, Record8, 1);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  LumTransform(a.get(), nullptr, nullptr, 1);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_TRUE(g_calls.empty());
+  LumTransform(static_cast<ZROI<ZBW16>*>(nullptr), c.get(), Record16);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumTransform (BW16)"});
+  LumTransform(c.get(), c.get(), nullptr);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_TRUE(g_calls.empty());
+}
+
+}  // namespace
