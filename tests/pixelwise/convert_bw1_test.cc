@@ -1,0 +1,133 @@
+// LumConvertAligned between BW1 and BW8, BW16, BW32: bit order, the last byte of a row, the value
+// of a set bit, the wide and scalar packing, and the thrown numbers of the inner operator.
+#include <cstdint>
+#include <vector>
+
+#include "support/kelmira_test.h"
+#include "support/point_ref.h"
+
+namespace {
+
+uint8_t* RowBytes(ZROI<ZBW1>* view, int y) { return static_cast<uint8_t*>(view->GetGenericImagePtr(0, y)); }
+
+// Gray pixels with many zeros, single low or high bits, and full values.
+template <class G>
+void FillSparse(kt::Framed<G>& view) {
+  using V = decltype(G().value);
+  for (int y = 0; y < view->GetHeight(); ++y)
+    for (int x = 0; x < view->GetWidth(); ++x) {
+      const uint32_t r = kt::Rng()();
+      V v = 0;
+      switch (r % 4) {
+        case 0: break;
+        case 1: v = static_cast<V>(V(1) << ((r >> 8) % (8 * sizeof(V)))); break;
+        default: v = static_cast<V>(r >> 3); break;
+      }
+      view->GetImagePtr(x, y)->value = v;
+    }
+}
+
+template <class G>
+void CheckToBW1() {
+  for (const pr::Geometry& g : pr::Geometries()) {
+    for (int wide : {0, 1}) {
+      kt::Framed<G> source(g.width, g.height, g.sourceOffset);
+      kt::Framed<ZBW1> bits(g.width, g.height, g.destinationOffset);
+      FillSparse(source);
+      bits.FillRandom(kt::Rng());
+      {
+        kt::WideSetting setting(wide);
+        LumConvertAligned(source.get(), bits.get());
+      }
+      SCOPED_TRACE(testing::Message() << "width " << g.width << " offset " << g.sourceOffset << " wide " << wide);
+      ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+      ASSERT_TRUE(bits.GuardsIntact());
+      for (int y = 0; y < g.height; ++y) {
+        const uint8_t* row = RowBytes(bits.get(), y);
+        for (int byte = 0; byte < (g.width + 7) / 8; ++byte) {
+          unsigned expected = 0;  // bits past the row stay 0
+          for (int k = 0; k < 8 && byte * 8 + k < g.width; ++k)
+            if (source->GetImagePtr(byte * 8 + k, y)->value != 0) expected |= 0x80u >> k;
+          ASSERT_EQ(row[byte], expected) << "byte " << byte;
+        }
+      }
+    }
+  }
+}
+
+TEST(LumConvertAligned, GrayToBW1PacksFromTheHighBit) {
+  CheckToBW1<ZBW8>();
+  CheckToBW1<ZBW16>();
+  CheckToBW1<ZBW32>();
+}
+
+template <class G>
+void CheckFromBW1(G value) {
+  for (const pr::Geometry& g : pr::Geometries()) {
+    kt::Framed<ZBW1> bits(g.width, g.height, g.sourceOffset);
+    kt::Framed<G> gray(g.width, g.height, g.destinationOffset);
+    bits.FillRandom(kt::Rng());
+    LumConvertAligned(bits.get(), gray.get(), value);
+    ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+    ASSERT_TRUE(gray.GuardsIntact());
+    for (int y = 0; y < g.height; ++y)
+      for (int x = 0; x < g.width; ++x) {
+        const bool set = (RowBytes(bits.get(), y)[x / 8] >> (7 - x % 8)) & 1;
+        ASSERT_EQ(gray->GetImagePtr(x, y)->value, set ? value.value : 0) << x << "," << y;
+      }
+  }
+}
+
+TEST(LumConvertAligned, BW1ToGrayGivesTheValueOfASetBit) {
+  CheckFromBW1(ZBW8(255));
+  CheckFromBW1(ZBW8(7));
+  CheckFromBW1(ZBW16(0xBEEF));
+  CheckFromBW1(ZBW32(0xDEADBEEFu));
+}
+
+TEST(LumConvertAligned, WorkedRowOfTenPixels) {
+  kt::Framed<ZBW8> gray(10, 1);
+  kt::Framed<ZBW1> bits(10, 1);
+  gray.FillBytes(1);
+  bits.FillBytes(0x3c);
+  for (int wide : {0, 1}) {
+    kt::WideSetting setting(wide);
+    LumConvertAligned(gray.get(), bits.get());
+    EXPECT_EQ(RowBytes(bits.get(), 0)[0], 0xFF);
+    EXPECT_EQ(RowBytes(bits.get(), 0)[1], 0xC0);
+  }
+}
+
+template <class F>
+Z_ERRORS Thrown(F&& call) {
+  try {
+    call();
+  } catch (Marvane::Ovidra::Exception& e) {
+    return e.code;
+  }
+  return Z_ERROR_NONE;
+}
+
+TEST(LumConvertAligned, ThrowsTheNumbersOfTheInnerLevel) {
+  ZImage<ZBW1> parent(40, 4);
+  ZROI<ZBW1> shifted(&parent, 3, 0, 16, 2), aligned(&parent, 8, 0, 16, 2), voidBits;
+  kt::Framed<ZBW8> gray(16, 2), other(17, 2);
+  EXPECT_EQ(Thrown([&] { LumConvertAligned(gray.get(), &shifted); }), Z_ERROR_BW1_NOT_ALIGNED);
+  EXPECT_EQ(Thrown([&] { LumConvertAligned(&shifted, gray.get(), ZBW8(1)); }), Z_ERROR_BW1_NOT_ALIGNED);
+  EXPECT_EQ(Thrown([&] { LumConvertAligned(gray.get(), &voidBits); }), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(Thrown([&] { LumConvertAligned(static_cast<ZROI<ZBW8>*>(nullptr), &aligned); }), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(Thrown([&] { LumConvertAligned(other.get(), &aligned); }), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(Thrown([&] { LumConvertAligned(&aligned, other.get(), ZBW8(1)); }), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_TRUE(kt::Trace().empty());
+  // A view that starts on a byte inside its parent is aligned; the bytes around it stay.
+  std::vector<uint8_t> before(5);
+  for (int i = 0; i < 5; ++i) RowBytes(&parent, 0)[i] = static_cast<uint8_t>(0x11 * (i + 1));
+  gray.FillBytes(9);
+  EXPECT_EQ(Thrown([&] { LumConvertAligned(gray.get(), &aligned); }), Z_ERROR_NONE);
+  EXPECT_EQ(RowBytes(&parent, 0)[0], 0x11);
+  EXPECT_EQ(RowBytes(&parent, 0)[1], 0xFF);
+  EXPECT_EQ(RowBytes(&parent, 0)[2], 0xFF);
+  EXPECT_EQ(RowBytes(&parent, 0)[3], 0x44);
+}
+
+}  // namespace
