@@ -1,6 +1,11 @@
 // Wide kernels of the point family: the BW8 table look-up and the BW8 gain and offset of the
 // wide path. Each kernel covers its whole range and gives, pixel for pixel, the result of the
 // per-pixel formula it stands for.
+// The byte permutes of the table look-up need the AVX-512 VBMI target, which Highway builds only
+// on request.
+#ifndef HWY_WANT_AVX3_DL
+#define HWY_WANT_AVX3_DL
+#endif
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "pixelwise/point_wide.cc"
 #include "hwy/foreach_target.h"  // IWYU pragma: keep

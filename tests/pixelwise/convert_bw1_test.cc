@@ -29,7 +29,10 @@ void FillSparse(kt::Framed<G>& view) {
 
 template <class G>
 void CheckToBW1() {
+  const std::vector<int64_t> targets = pr::Targets();
+  size_t round = 0;
   for (const pr::Geometry& g : pr::Geometries()) {
+    const pr::TargetSetting target(targets[round++ % targets.size()]);
     for (int wide : {0, 1}) {
       kt::Framed<G> source(g.width, g.height, g.sourceOffset);
       kt::Framed<ZBW1> bits(g.width, g.height, g.destinationOffset);

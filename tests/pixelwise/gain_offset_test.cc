@@ -40,7 +40,10 @@ bool InWideMiddle(const uint8_t* row, int width, int x) {
 void CheckBW8(float gain, float offset) {
   const int32_t g = Fixed(gain * 32.0), o = Fixed(offset);
   SCOPED_TRACE(testing::Message() << "gain " << gain << " offset " << offset);
+  const std::vector<int64_t> targets = pr::Targets();
+  size_t round = 0;
   for (const pr::Geometry& geo : pr::Geometries()) {
+    const pr::TargetSetting target(targets[round++ % targets.size()]);
     for (int wide : {0, 1}) {
       kt::Framed<ZBW8> s(geo.width, geo.height, geo.sourceOffset), d(geo.width, geo.height, geo.destinationOffset);
       s.FillRandom(kt::Rng());

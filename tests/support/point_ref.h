@@ -8,6 +8,7 @@
 #include <functional>
 #include <vector>
 
+#include "hwy/targets.h"
 #include "support/kelmira_test.h"
 
 namespace pr {
@@ -30,6 +31,21 @@ inline std::vector<Geometry> Geometries() {
   return out;
 }
 
+// The Highway targets that this processor runs and the library builds, widest first.
+inline std::vector<int64_t> Targets() {
+  std::vector<int64_t> out;
+  for (int64_t t : {int64_t{HWY_AVX3_DL}, int64_t{HWY_AVX3}, int64_t{HWY_AVX2}, int64_t{HWY_SSE4}, int64_t{HWY_SCALAR}})
+    if (hwy::SupportedTargets() & t) out.push_back(t);
+  return out;
+}
+
+// Runs the wide paths on one Highway target for a scope (0: every target the processor has).
+class TargetSetting {
+ public:
+  explicit TargetSetting(int64_t target) { hwy::SetSupportedTargetsForTest(target); }
+  ~TargetSetting() { hwy::SetSupportedTargetsForTest(0); }
+};
+
 template <class T>
 std::vector<T> Pixels(ZROI<T>* view) {
   std::vector<T> out;
@@ -43,13 +59,17 @@ bool Same(const T& a, const T& b) {
   return std::memcmp(&a, &b, sizeof(T)) == 0;
 }
 
-// Runs `call(source, destination)` on every geometry with the wide paths off and on, and
+// Runs `call(source, destination)` on every geometry with the wide paths off and on (each
+// geometry on the next Highway target in turn), and
 // compares each destination pixel with ref(sourcePixel, oldDestinationPixel). `fill` gives the
 // source its content; the destination starts random so that kept bits show.
 template <class S, class D>
 void CheckAgainst(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::function<D(S, D)>& ref,
                   const std::function<void(kt::Framed<S>&)>& fill = nullptr) {
+  const std::vector<int64_t> targets = Targets();
+  size_t round = 0;
   for (const Geometry& g : Geometries()) {
+    const TargetSetting target(targets[round++ % targets.size()]);
     for (int wide : {0, 1}) {
       kt::Framed<S> source(g.width, g.height, g.sourceOffset);
       kt::Framed<D> destination(g.width, g.height, g.destinationOffset);
