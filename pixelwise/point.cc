@@ -63,6 +63,53 @@ void LutWorker(const ZROI<P>* source, ZROI<P>* destination, const Storage<P>* ta
   LookUp(source, destination, table);
 }
 
+// The vector forms nest the table form in its own bracket, after the size and count checks.
+template <class P, class Vector, class TableForm>
+void LutVector(const ZROI<P>* source, ZROI<P>* destination, Vector* table, unsigned count, TableForm&& tableForm) {
+  if (!frame::SameSize(source, InPlace(source, destination))) return;
+  if (table == nullptr) {
+    frame::Fail(Z_ERROR_NULL_IMAGE);
+    return;
+  }
+  if (table->GetNumElements() != count) {
+    frame::Fail(Z_ERROR_TABLE_SIZE);
+    return;
+  }
+  frame::Step([&] { tableForm(table->GetDataPtr()); });
+}
+
+void LutShifted(const ZROI<ZBW16>* source, ZROI<ZBW8>* destination, const ZBW8Vector* vector, unsigned shift) {
+  if (!frame::Operands({source}, destination)) return;
+  if (vector == nullptr) {
+    frame::Fail(Z_ERROR_NULL_IMAGE);
+    return;
+  }
+  const uint32_t size = vector->GetNumElements();
+  int bits = 0;
+  while (bits < 32 && (uint64_t{1} << (bits + 1)) <= size) ++bits;
+  if (shift == 0xFFFFFFFFu)
+    shift = static_cast<unsigned>(16 - bits);  // wraps for tables above 16 bits, refused next
+  else if (bits + uint64_t{shift} > 16) {
+    frame::Fail(Z_ERROR_ARGUMENT_4);
+    return;
+  }
+  if (bits > 16 || size != (uint32_t{1} << bits)) {
+    frame::Fail(Z_ERROR_TABLE_SIZE);
+    return;
+  }
+  const uint8_t* table = reinterpret_cast<const uint8_t*>(vector->GetDataPtr());
+  if (table == nullptr) {
+    frame::Fail(Z_ERROR_NULL_IMAGE);
+    return;
+  }
+  // One loop serves the three cases: the mask is a no-op when bits + shift is 16, and keeps a
+  // shift of 0 inside the table.
+  const uint32_t mask = (uint32_t{1} << bits) - 1;
+  ForRows(source, destination, [&](const ZBW16* s, ZBW8* d, int width) {
+    for (int x = 0; x < width; ++x) d[x] = table[(s[x].value >> shift) & mask];
+  });
+}
+
 template <class P>
 void TransformWorker(const ZROI<P>* source, ZROI<P>* destination, P (*function)(P), bool useTable) {
   destination = InPlace(source, destination);
@@ -163,6 +210,23 @@ namespace frame = kelmira::frame;
 
 void LumLut(const ZROI<ZBW8>* source, ZROI<ZBW8>* destination, ZBW8* table) {
   if (frame::Enter()) pt::LutWorker(source, destination, reinterpret_cast<const uint8_t*>(table));
+}
+
+void LumLut(const ZROI<ZBW8>* source, ZROI<ZBW8>* destination, ZBW8Vector* table) {
+  if (frame::Enter())
+    pt::LutVector(source, destination, table, 256, [&](ZBW8* data) { LumLut(source, destination, data); });
+  frame::Leave("LumLut");
+}
+
+void LumLut(ZROI<ZBW16>* source, ZROI<ZBW16>* destination, ZBW16Vector* table) {
+  if (frame::Enter())
+    pt::LutVector(source, destination, table, 65536, [&](ZBW16* data) { LumLut(source, destination, data); });
+  frame::Leave("LumLut (BW16)");
+}
+
+void LumLut(ZROI<ZBW16>* source, ZROI<ZBW8>* destination, ZBW8Vector* table, unsigned int shift) {
+  if (frame::Enter()) pt::LutShifted(source, destination, table, shift);
+  frame::Leave("LumLut ( BW16 to BW8)");
 }
 
 void LumLut(ZROI<ZBW16>* source, ZROI<ZBW16>* destination, ZBW16* table) {

@@ -1,5 +1,6 @@
 // LumLut and LumTransform: table look-ups at every alignment, in place, the callback counts and
 // order, and the failures with their numbers and traces.
+#include <tuple>
 #include <vector>
 
 #include "support/kelmira_test.h"
@@ -70,7 +71,7 @@ TEST(LumLut, FailuresLeaveTheDestinationAndTraceByForm) {
   LumLut(nullptr, a.get(), table.data());
   EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
   kt::Framed<ZBW8> same(10, 4);
-  LumLut(a.get(), same.get(), nullptr);
+  LumLut(a.get(), same.get(), static_cast<ZBW8*>(nullptr));
   EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
   EXPECT_TRUE(kt::Trace().empty());
 
@@ -166,6 +167,103 @@ TEST(LumTransform, FailuresAndTraces) {
   LumTransform(c.get(), c.get(), nullptr);
   EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
   EXPECT_TRUE(g_calls.empty());
+}
+
+}  // namespace
+
+namespace {
+
+// ----- the vector forms -----
+
+TEST(LumLutVector, BW8AndBW16VectorsActAsTheirTables) {
+  ZBW8Vector table8(256);
+  for (unsigned i = 0; i < 256; ++i) table8[i] = static_cast<uint8_t>(kt::Rng()());
+  pr::CheckAgainst<ZBW8, ZBW8>([&](ZROI<ZBW8>* s, ZROI<ZBW8>* d) { LumLut(s, d, &table8); },
+                               [&](ZBW8 s, ZBW8) { return table8[s]; });
+  ZBW16Vector table16(65536);
+  for (unsigned i = 0; i < 65536; ++i) table16[i] = static_cast<uint16_t>(kt::Rng()());
+  pr::CheckAgainst<ZBW16, ZBW16>([&](ZROI<ZBW16>* s, ZROI<ZBW16>* d) { LumLut(s, d, &table16); },
+                                 [&](ZBW16 s, ZBW16) { return table16[s]; });
+}
+
+TEST(LumLutVector, WrongCountsAndNestedFailures) {
+  kt::Framed<ZBW8> a(6, 3), b(6, 3), c(7, 3);
+  b.FillBytes(0x33);
+  ZBW8Vector short8(255), table8(256);
+  LumLut(a.get(), b.get(), &short8);
+  EXPECT_EQ(ZGetError(), Z_ERROR_TABLE_SIZE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumLut"});
+  for (auto v : pr::Pixels(b.get())) ASSERT_EQ(v, 0x33);
+  // The size check comes before the count.
+  LumLut(a.get(), c.get(), &short8);
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumLut"});
+  LumLut(a.get(), b.get(), static_cast<ZBW8Vector*>(nullptr));
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  // A void source of the right size passes the outer checks and fails in the nested table form,
+  // which adds no trace of its own on BW8 and its own string on BW16.
+  ZImage<ZBW8> parent(8, 8);
+  ZROI<ZBW8> outside(&parent, 5, 5, 6, 3);
+  LumLut(&outside, b.get(), &table8);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumLut"});
+
+  ZImage<ZBW16> parent16(8, 8);
+  ZROI<ZBW16> outside16(&parent16, 5, 5, 6, 3);
+  kt::Framed<ZBW16> d16(6, 3);
+  ZBW16Vector short16(65535), table16(65536);
+  LumLut(d16.get(), nullptr, &short16);
+  EXPECT_EQ(ZGetError(), Z_ERROR_TABLE_SIZE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumLut (BW16)"});
+  LumLut(&outside16, d16.get(), &table16);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(kt::Trace(), (std::vector<std::string>{"LumLut (BW16)", "LumLut (BW16)"}));
+}
+
+// BW16 to BW8 through a vector of `size` entries holding a recognisable pattern.
+struct Shifted {
+  explicit Shifted(unsigned size) : table(size) {
+    for (unsigned i = 0; i < size; ++i) table[i] = static_cast<uint8_t>(i * 7 + 3);
+  }
+  uint8_t At(unsigned i) const { return static_cast<uint8_t>(i * 7 + 3); }
+  ZBW8Vector table;
+};
+
+TEST(LumLutShifted, TopBitsMasksAndRefusals) {
+  for (auto [size, shift, bits, used] : std::vector<std::tuple<unsigned, unsigned, int, unsigned>>{
+           {4096, 0xffffffffu, 12, 4}, {4096, 2, 12, 2}, {4096, 4, 12, 4}, {256, 0xffffffffu, 8, 8},
+           {256, 0, 8, 0}, {256, 3, 8, 3}, {65536, 0, 16, 0}, {2, 15, 1, 15}, {1, 0xffffffffu, 0, 16}}) {
+    Shifted t(size);
+    SCOPED_TRACE(testing::Message() << "size " << size << " shift " << shift);
+    pr::CheckAgainst<ZBW16, ZBW8>([&](ZROI<ZBW16>* s, ZROI<ZBW8>* d) { LumLut(s, d, &t.table, shift); },
+                                  [&](ZBW16 s, ZBW8) { return ZBW8(t.At((s.value >> used) & ((1u << bits) - 1))); });
+  }
+  kt::Framed<ZBW16> s(5, 2);
+  kt::Framed<ZBW8> d(5, 2), other(5, 3);
+  d.FillBytes(0x77);
+  struct Refusal {
+    unsigned size, shift;
+    Z_ERRORS error;
+  };
+  for (const Refusal& r : {Refusal{4096, 5, Z_ERROR_ARGUMENT_4}, Refusal{300, 0xffffffffu, Z_ERROR_TABLE_SIZE},
+                           Refusal{300, 0, Z_ERROR_TABLE_SIZE}, Refusal{255, 1, Z_ERROR_TABLE_SIZE},
+                           Refusal{0, 0, Z_ERROR_TABLE_SIZE}, Refusal{131072, 0xffffffffu, Z_ERROR_TABLE_SIZE},
+                           Refusal{131072, 0, Z_ERROR_ARGUMENT_4}, Refusal{256, 9, Z_ERROR_ARGUMENT_4},
+                           Refusal{256, 0xfffffff8u, Z_ERROR_ARGUMENT_4}}) {
+    ZBW8Vector table(r.size);
+    LumLut(s.get(), d.get(), &table, r.shift);
+    EXPECT_EQ(ZGetError(), r.error) << r.size << " " << r.shift;
+    EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumLut ( BW16 to BW8)"});
+  }
+  for (auto v : pr::Pixels(d.get())) ASSERT_EQ(v, 0x77);
+  ZBW8Vector table(256);
+  LumLut(s.get(), other.get(), &table, 8);
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  LumLut(s.get(), nullptr, &table, 8);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  LumLut(s.get(), d.get(), nullptr, 8);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumLut ( BW16 to BW8)"});
 }
 
 }  // namespace

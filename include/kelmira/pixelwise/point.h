@@ -9,13 +9,32 @@
 #define KELMIRA_PIXELWISE_POINT_H
 
 #include "kelmira/foundation.h"
+#include "kelmira/vectors.h"
 
 // destination = table[source], with a table of 256 entries. Checks the source for void and the
 // sizes (1400, 1402); a null table is 1400. Records no trace string of its own.
 KELMIRA_API void LumLut(const ZROI<ZBW8>* source, ZROI<ZBW8>* destination, ZBW8* table);
 
+// The same with the table in a vector, which must hold exactly 256 elements (else 1613, the
+// destination untouched; a null vector is 1400). Checks the sizes first, then the count, then
+// runs the table form. Trace "LumLut".
+KELMIRA_API void LumLut(const ZROI<ZBW8>* source, ZROI<ZBW8>* destination, ZBW8Vector* table);
+
 // destination = table[source], with a table of 65536 entries. Trace "LumLut (BW16)".
 KELMIRA_API void LumLut(ZROI<ZBW16>* source, ZROI<ZBW16>* destination, ZBW16* table);
+
+// The same with the table in a vector of exactly 65536 elements (else 1613). The nested table
+// form traces too, so a failure inside it leaves "LumLut (BW16)" twice.
+KELMIRA_API void LumLut(ZROI<ZBW16>* source, ZROI<ZBW16>* destination, ZBW16Vector* table);
+
+// BW16 to BW8 through a table of 2^bits entries, `shift` being the number of low bits dropped:
+// destination = table[(source >> shift) & (2^bits - 1)]. `bits` is the floor of log2 of the
+// vector's count. A shift of 0xFFFFFFFF (-1) means 16 - bits, so the top bits of each pixel index
+// the table; otherwise bits + shift above 16 fails with 1014. Then bits above 16, or a count
+// that is not exactly 2^bits, fail with 1613. With a shift of 0 and fewer than 16 bits, the pixel
+// is taken modulo the table size. Checks the source, then the destination, for void, then the
+// sizes. Trace "LumLut ( BW16 to BW8)".
+KELMIRA_API void LumLut(ZROI<ZBW16>* source, ZROI<ZBW8>* destination, ZBW8Vector* table, unsigned int shift);
 
 // LumTransform on BW8: with `useTable` non-zero, `function` is called exactly 256 times, for the
 // values 0 to 255 in rising order, and the pixels are looked up in the results; with `useTable`
