@@ -21,6 +21,8 @@ void Convert(const ZROI<S>* source, ZROI<D>* destination, PixelFn&& pixel, WideF
   if (!frame::Operands({source}, destination)) return;
   constexpr bool kHasWide = !std::is_same_v<std::decay_t<WideFn>, NoWide>;
   const bool useWide = kHasWide && ZGetMMX() != 0;
+  const size_t bytes = static_cast<size_t>(destination->GetWidth()) * destination->GetHeight() * (sizeof(S) + sizeof(D));
+  const bool stream = bytes >= kStreamBytes;
   const rows::Rows<const S> in(source);
   const rows::Rows<D> out(destination);
   const int width = destination->GetWidth();
@@ -29,7 +31,7 @@ void Convert(const ZROI<S>* source, ZROI<D>* destination, PixelFn&& pixel, WideF
     D* d = out[y];
     int x = 0;
     if constexpr (kHasWide)
-      if (useWide) x = wide(s, d, width);
+      if (useWide) x = wide(s, d, width, stream);
     for (; x < width; ++x) pixel(s[x], d[x]);
   }
 }
@@ -69,7 +71,6 @@ inline uint8_t GrayOfC16(uint16_t w) {
   const unsigned rb = (w & 0x1f) + ((w >> 11) & 0x1f), g = (w >> 5) & 0x3f;
   return static_cast<uint8_t>(4 * (g + 2 * rb) / 3);
 }
-inline uint8_t GrayOfC24(const ZC24& p) { return static_cast<uint8_t>(((p.c0 + p.c1 + p.c2) * 85) >> 8); }
 
 // Float to an unsigned type of top `Max`: clip, else value + 0.5 truncated. NaN gives 0.
 template <class U>
@@ -93,7 +94,7 @@ void Narrow(const ZROI<S>* source, ZROI<D>* destination, unsigned shift) {
   const unsigned s = shift & 31;
   auto pixel = [s](S p, D& d) { d = static_cast<DS>(static_cast<uint32_t>(p.value) >> s); };
   if constexpr (std::is_same_v<S, ZBW16> && std::is_same_v<D, ZBW8>) {
-    Convert(source, destination, pixel, [s](const ZBW16* in, ZBW8* out, int width) {
+    Convert(source, destination, pixel, [s](const ZBW16* in, ZBW8* out, int width, bool) {
       if (s >= 16) return 0;
       return WideBW16ToBW8(&in->value, &out->value, width, s);
     });
@@ -108,7 +109,7 @@ void Widen(const ZROI<S>* source, ZROI<D>* destination, unsigned shift) {
   const unsigned s = shift & 31;
   auto pixel = [s](S p, D& d) { d = static_cast<DS>(static_cast<uint32_t>(p.value) << s); };
   if constexpr (std::is_same_v<S, ZBW8> && std::is_same_v<D, ZBW16>) {
-    Convert(source, destination, pixel, [s](const ZBW8* in, ZBW16* out, int width) {
+    Convert(source, destination, pixel, [s](const ZBW8* in, ZBW16* out, int width, bool) {
       if (s >= 16) return 0;
       return WideBW8ToBW16(&in->value, &out->value, width, s);
     });
@@ -131,7 +132,9 @@ void ToFloat(const ZROI<S>* source, ZROI<F>* destination) {
   auto pixel = [](S p, F& d) { d = static_cast<FS>(p.value); };
   if constexpr (std::is_same_v<S, ZBW8> && std::is_same_v<F, ZFLOAT32>) {
     Convert(source, destination, pixel,
-            [](const ZBW8* in, ZFLOAT32* out, int width) { return WideBW8ToFloat(&in->value, &out->value, width); });
+            [](const ZBW8* in, ZFLOAT32* out, int width, bool stream) {
+              return WideBW8ToFloat(&in->value, &out->value, width, stream);
+            });
   } else {
     Convert(source, destination, pixel);
   }
@@ -305,15 +308,19 @@ void LumConvert(const ZROI<ZBW8>* source, ZROI<ZC24>* destination) {
   if (frame::Enter())
     cv::Convert(
         source, destination, [](ZBW8 s, ZC24& d) { d = ZC24(s, s, s); },
-        [](const ZBW8* in, ZC24* out, int width) { return cv::WideGrayToC24(&in->value, &out->c0, width); });
+        [](const ZBW8* in, ZC24* out, int width, bool stream) {
+          return cv::WideGrayToC24(&in->value, &out->c0, width, stream);
+        });
   frame::Leave("LumConvert ( BW8 to C24)");
 }
 
 void LumConvert(const ZROI<ZC24>* source, ZROI<ZBW8>* destination) {
   if (frame::Enter())
     cv::Convert(
-        source, destination, [](ZC24 s, ZBW8& d) { d = cv::GrayOfC24(s); },
-        [](const ZC24* in, ZBW8* out, int width) { return cv::WideC24ToGray(&in->c0, &out->value, width); });
+        source, destination, [](ZC24 s, ZBW8& d) { d = cv::GrayOfC24(&s.c0); },
+        [](const ZC24* in, ZBW8* out, int width, bool stream) {
+          return cv::WideC24ToGray(&in->c0, &out->value, width, stream);
+        });
   frame::Leave("LumConvert ( C24 to BW8)");
 }
 
@@ -414,6 +421,6 @@ void LumConvertTo422(ZROI<ZBW8>* source, ZROI<ZBW16>* destination) {
   if (frame::Enter())
     cv::Convert(
         source, destination, [](ZBW8 s, ZBW16& d) { d = static_cast<uint16_t>(0x8000 | s.value); },
-        [](const ZBW8* in, ZBW16* out, int width) { return cv::WideTo422(&in->value, &out->value, width); });
+        [](const ZBW8* in, ZBW16* out, int width, bool) { return cv::WideTo422(&in->value, &out->value, width); });
   frame::Leave("LumConvertTo422 ( BW8 to BW16)");
 }
