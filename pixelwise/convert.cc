@@ -2,12 +2,14 @@
 // form is a frame over Convert(), which walks the rows with a per-pixel formula and, where one
 // exists and the wide paths are on, a wide kernel (convert_wide.cc) for the bulk of each row.
 #include <cstdint>
+#include <memory>
 #include <type_traits>
 
 #include "foundation/frame.h"
 #include "foundation/pixel_traits.h"
 #include "foundation/rows.h"
 #include "kelmira/pixelwise/convert.h"
+#include "kelmira/pixelwise/oper.h"
 #include "pixelwise/convert_wide.h"
 
 namespace kelmira::convert {
@@ -221,6 +223,50 @@ void FromBW1Aligned(const ZROI<ZBW1>* source, ZROI<D>* destination, D value) {
   }
 }
 
+// ----- packed one-bit, any bit offset: the outer level with the one handler -----
+
+std::unique_ptr<ZImage<ZBW1>> Temporary(int width, int height) {
+  auto image = std::make_unique<ZImage<ZBW1>>(width, height);
+  if (image->GetImagePtr(0, 0) == nullptr) frame::Throw(Z_ERROR_NO_MEMORY);
+  return image;
+}
+
+// A null pointer is traced plainly; everything after it runs inside the handler.
+template <class Body>
+void OuterBW1(const char* trace, const void* source, const void* destination, Body&& body) {
+  if (!frame::Enter()) return frame::Leave(trace);
+  if (source == nullptr || destination == nullptr) {
+    ZSetError(Z_ERROR_NULL_IMAGE);
+    ZTraceError(trace);
+    return;
+  }
+  frame::Guard(trace, body);
+}
+
+// An unaligned destination gets the bits through an aligned temporary, which
+// LumBW1UnAlignment writes back keeping the destination's bits outside the view.
+template <class S>
+void ToBW1(const char* trace, const ZROI<S>* source, ZROI<ZBW1>* destination) {
+  OuterBW1(trace, source, destination, [&] {
+    if (destination->GetBitOffset(0, 0) == 0) return LumConvertAligned(source, destination);
+    RequireOperands(source, destination);
+    const auto work = Temporary(destination->GetWidth(), destination->GetHeight());
+    LumConvertAligned(source, work.get());
+    LumBW1UnAlignment(work.get(), destination);
+  });
+}
+
+template <class D>
+void FromBW1(const char* trace, const ZROI<ZBW1>* source, ZROI<D>* destination, D value) {
+  OuterBW1(trace, source, destination, [&] {
+    if (source->GetBitOffset(0, 0) == 0) return LumConvertAligned(source, destination, value);
+    RequireOperands(source, destination);
+    const auto work = Temporary(source->GetWidth(), source->GetHeight());
+    LumBW1Alignment(source, work.get());
+    LumConvertAligned(work.get(), destination, value);
+  });
+}
+
 }  // namespace kelmira::convert
 
 namespace cv = kelmira::convert;
@@ -364,6 +410,27 @@ void LumConvertAligned(const ZROI<ZBW1>* source, ZROI<ZBW16>* destination, ZBW16
 }
 void LumConvertAligned(const ZROI<ZBW1>* source, ZROI<ZBW32>* destination, ZBW32 value) {
   cv::FromBW1Aligned(source, destination, value);
+}
+
+// ----- packed one-bit, any bit offset -----
+
+void LumConvert(const ZROI<ZBW8>* source, ZROI<ZBW1>* destination) {
+  cv::ToBW1("LumConvert (BW8 -> BW1)", source, destination);
+}
+void LumConvert(const ZROI<ZBW16>* source, ZROI<ZBW1>* destination) {
+  cv::ToBW1("LumConvert (BW16 -> BW1)", source, destination);
+}
+void LumConvert(const ZROI<ZBW32>* source, ZROI<ZBW1>* destination) {
+  cv::ToBW1("LumConvert (BW32 -> BW1)", source, destination);
+}
+void LumConvert(const ZROI<ZBW1>* source, ZROI<ZBW8>* destination, ZBW8 value) {
+  cv::FromBW1("LumConvert (BW1 -> BW8)", source, destination, value);
+}
+void LumConvert(const ZROI<ZBW1>* source, ZROI<ZBW16>* destination, ZBW16 value) {
+  cv::FromBW1("LumConvert (BW1 -> BW16)", source, destination, value);
+}
+void LumConvert(const ZROI<ZBW1>* source, ZROI<ZBW32>* destination, ZBW32 value) {
+  cv::FromBW1("LumConvert (BW1 -> BW32)", source, destination, value);
 }
 
 // ----- floating point -----

@@ -1,6 +1,7 @@
 // LumConvertAligned between BW1 and BW8, BW16, BW32: bit order, the last byte of a row, the value
 // of a set bit, the wide and scalar packing, and the thrown numbers of the inner operator.
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "support/kelmira_test.h"
@@ -131,6 +132,86 @@ TEST(LumConvertAligned, ThrowsTheNumbersOfTheInnerLevel) {
   EXPECT_EQ(RowBytes(&parent, 0)[1], 0xFF);
   EXPECT_EQ(RowBytes(&parent, 0)[2], 0xFF);
   EXPECT_EQ(RowBytes(&parent, 0)[3], 0x44);
+}
+
+}  // namespace
+
+namespace {
+
+bool BitAt(ZImage<ZBW1>& image, int x, int y) { return (RowBytes(&image, y)[x / 8] >> (7 - x % 8)) & 1; }
+
+// Views at every bit offset of a parent: the plain forms write the view's bits and keep every
+// other bit of the parent; reading back through the other direction gives the pixels' flags.
+template <class G>
+void CheckAnyOffset(G value, const char* toTrace, const char* fromTrace) {
+  for (int offset = 0; offset < 8; ++offset)
+    for (int width : {1, 5, 8, 9, 17, 30, 64, 75}) {
+      const int height = 3;
+      ZImage<ZBW1> parent(width + 24, height + 2);
+      for (int y = 0; y < height + 2; ++y)
+        for (int i = 0; i < parent.GetRowPitch(); ++i) RowBytes(&parent, y)[i] = static_cast<uint8_t>(kt::Rng()());
+      ZImage<ZBW1> before(width + 24, height + 2);
+      for (int y = 0; y < height + 2; ++y)
+        std::memcpy(RowBytes(&before, y), RowBytes(&parent, y), static_cast<size_t>(parent.GetRowPitch()));
+      ZROI<ZBW1> view(&parent, offset + 8, 1, width, height);
+      kt::Framed<G> gray(width, height, offset);
+      FillSparse(gray);
+      SCOPED_TRACE(testing::Message() << "bit offset " << offset << " width " << width);
+      LumConvert(gray.get(), &view);
+      ASSERT_EQ(ZGetError(), Z_ERROR_NONE) << kt::Trace().size();
+      for (int y = 0; y < height + 2; ++y)
+        for (int x = 0; x < width + 24; ++x) {
+          const bool inside = y >= 1 && y <= height && x >= offset + 8 && x < offset + 8 + width;
+          // A byte-aligned view is written directly, its last byte whole: the bits past the row
+          // in that byte become 0. Through the temporary every outside bit is kept.
+          const bool tail = offset == 0 && y >= 1 && y <= height && x >= 8 + width && x / 8 == (8 + width - 1) / 8;
+          const bool expected =
+              inside ? gray->GetImagePtr(x - offset - 8, y - 1)->value != 0 : tail ? false : BitAt(before, x, y);
+          ASSERT_EQ(BitAt(parent, x, y), expected) << x << "," << y;
+        }
+      kt::Framed<G> back(width, height, (offset + 3) % 8);
+      LumConvert(&view, back.get(), value);
+      ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+      for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+          ASSERT_EQ(back->GetImagePtr(x, y)->value, gray->GetImagePtr(x, y)->value != 0 ? value.value : 0);
+      ASSERT_TRUE(back.GuardsIntact());
+    }
+
+  // Failures: a null pointer is traced plainly, the rest by the handler, with the form's string.
+  kt::Framed<G> gray(9, 2), other(10, 2);
+  ZImage<ZBW1> bits(9, 2);
+  ZROI<ZBW1> voidBits;
+  LumConvert(gray.get(), static_cast<ZROI<ZBW1>*>(nullptr));
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{toTrace});
+  LumConvert(other.get(), &bits);
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{toTrace});
+  LumConvert(gray.get(), &voidBits);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{toTrace});
+  LumConvert(static_cast<ZROI<ZBW1>*>(nullptr), gray.get(), value);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{fromTrace});
+  other.FillBytes(0x21);
+  LumConvert(&bits, other.get(), value);
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{fromTrace});
+  ZROI<ZBW1> shifted(&bits, 1, 0, 8, 2);
+  kt::Framed<G> eight(8, 3);
+  LumConvert(&shifted, eight.get(), value);  // unaligned source, sizes differ: no temporary made
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{fromTrace});
+  for (int y = 0; y < 2; ++y)
+    for (int i = 0; i < 10 * static_cast<int>(sizeof(G)); ++i)
+      ASSERT_EQ(reinterpret_cast<uint8_t*>(other->GetImagePtr(0, y))[i], 0x21);
+}
+
+TEST(LumConvertBW1, AnyBitOffsetThroughTheAlignmentOperators) {
+  CheckAnyOffset(ZBW8(200), "LumConvert (BW8 -> BW1)", "LumConvert (BW1 -> BW8)");
+  CheckAnyOffset(ZBW16(40000), "LumConvert (BW16 -> BW1)", "LumConvert (BW1 -> BW16)");
+  CheckAnyOffset(ZBW32(0x80000001u), "LumConvert (BW32 -> BW1)", "LumConvert (BW1 -> BW32)");
 }
 
 }  // namespace
