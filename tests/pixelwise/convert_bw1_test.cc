@@ -35,8 +35,8 @@ void CheckToBW1() {
   for (const pr::Geometry& g : pr::Geometries()) {
     const pr::TargetSetting target(targets[round++ % targets.size()]);
     for (int wide : {0, 1}) {
-      kt::Framed<G> source(g.width, g.height, g.sourceOffset);
-      kt::Framed<ZBW1> bits(g.width, g.height, g.destinationOffset);
+      pr::Frame<G> source(g.width, g.height, g.sourceOffset);
+      pr::Frame<ZBW1> bits(g.width, g.height, g.destinationOffset);
       FillSparse(source);
       bits.FillRandom(kt::Rng());
       {
@@ -68,8 +68,8 @@ TEST(LumConvertAligned, GrayToBW1PacksFromTheHighBit) {
 template <class G>
 void CheckFromBW1(G value) {
   for (const pr::Geometry& g : pr::Geometries()) {
-    kt::Framed<ZBW1> bits(g.width, g.height, g.sourceOffset);
-    kt::Framed<G> gray(g.width, g.height, g.destinationOffset);
+    pr::Frame<ZBW1> bits(g.width, g.height, g.sourceOffset);
+    pr::Frame<G> gray(g.width, g.height, g.destinationOffset);
     bits.FillRandom(kt::Rng());
     LumConvertAligned(bits.get(), gray.get(), value);
     ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
@@ -90,8 +90,8 @@ TEST(LumConvertAligned, BW1ToGrayGivesTheValueOfASetBit) {
 }
 
 TEST(LumConvertAligned, WorkedRowOfTenPixels) {
-  kt::Framed<ZBW8> gray(10, 1);
-  kt::Framed<ZBW1> bits(10, 1);
+  pr::Frame<ZBW8> gray(10, 1);
+  pr::Frame<ZBW1> bits(10, 1);
   gray.FillBytes(1);
   bits.FillBytes(0x3c);
   for (int wide : {0, 1}) {
@@ -115,7 +115,7 @@ Z_ERRORS Thrown(F&& call) {
 TEST(LumConvertAligned, ThrowsTheNumbersOfTheInnerLevel) {
   ZImage<ZBW1> parent(40, 4);
   ZROI<ZBW1> shifted(&parent, 3, 0, 16, 2), aligned(&parent, 8, 0, 16, 2), voidBits;
-  kt::Framed<ZBW8> gray(16, 2), other(17, 2);
+  pr::Frame<ZBW8> gray(16, 2), other(17, 2);
   EXPECT_EQ(Thrown([&] { LumConvertAligned(gray.get(), &shifted); }), Z_ERROR_BW1_NOT_ALIGNED);
   EXPECT_EQ(Thrown([&] { LumConvertAligned(&shifted, gray.get(), ZBW8(1)); }), Z_ERROR_BW1_NOT_ALIGNED);
   EXPECT_EQ(Thrown([&] { LumConvertAligned(gray.get(), &voidBits); }), Z_ERROR_NULL_IMAGE);
@@ -154,7 +154,7 @@ void CheckAnyOffset(G value, const char* toTrace, const char* fromTrace) {
       for (int y = 0; y < height + 2; ++y)
         std::memcpy(RowBytes(&before, y), RowBytes(&parent, y), static_cast<size_t>(parent.GetRowPitch()));
       ZROI<ZBW1> view(&parent, offset + 8, 1, width, height);
-      kt::Framed<G> gray(width, height, offset);
+      pr::Frame<G> gray(width, height, offset);
       FillSparse(gray);
       SCOPED_TRACE(testing::Message() << "bit offset " << offset << " width " << width);
       LumConvert(gray.get(), &view);
@@ -169,7 +169,7 @@ void CheckAnyOffset(G value, const char* toTrace, const char* fromTrace) {
               inside ? gray->GetImagePtr(x - offset - 8, y - 1)->value != 0 : tail ? false : BitAt(before, x, y);
           ASSERT_EQ(BitAt(parent, x, y), expected) << x << "," << y;
         }
-      kt::Framed<G> back(width, height, (offset + 3) % 8);
+      pr::Frame<G> back(width, height, (offset + 3) % 8);
       LumConvert(&view, back.get(), value);
       ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
       for (int y = 0; y < height; ++y)
@@ -179,7 +179,7 @@ void CheckAnyOffset(G value, const char* toTrace, const char* fromTrace) {
     }
 
   // Failures: a null pointer is traced plainly, the rest by the handler, with the form's string.
-  kt::Framed<G> gray(9, 2), other(10, 2);
+  pr::Frame<G> gray(9, 2), other(10, 2);
   ZImage<ZBW1> bits(9, 2);
   ZROI<ZBW1> voidBits;
   LumConvert(gray.get(), static_cast<ZROI<ZBW1>*>(nullptr));
@@ -199,7 +199,7 @@ void CheckAnyOffset(G value, const char* toTrace, const char* fromTrace) {
   EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
   EXPECT_EQ(kt::Trace(), std::vector<std::string>{fromTrace});
   ZROI<ZBW1> shifted(&bits, 1, 0, 8, 2);
-  kt::Framed<G> eight(8, 3);
+  pr::Frame<G> eight(8, 3);
   LumConvert(&shifted, eight.get(), value);  // unaligned source, sizes differ: no temporary made
   EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
   EXPECT_EQ(kt::Trace(), std::vector<std::string>{fromTrace});

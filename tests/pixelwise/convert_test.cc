@@ -68,15 +68,15 @@ TEST(LumConvert, AlphaAndGrayToColour) {
 
   // The two forms that carry the alpha through a BW8 view.
   for (const pr::Geometry& g : pr::Geometries()) {
-    kt::Framed<ZC24> colour(g.width, g.height, g.sourceOffset);
-    kt::Framed<ZBW8> alpha(g.width, g.height, g.destinationOffset);
-    kt::Framed<ZC24A> joined(g.width, g.height, (g.destinationOffset + 3) % 16);
+    pr::Frame<ZC24> colour(g.width, g.height, g.sourceOffset);
+    pr::Frame<ZBW8> alpha(g.width, g.height, g.destinationOffset);
+    pr::Frame<ZC24A> joined(g.width, g.height, (g.destinationOffset + 3) % 16);
     colour.FillRandom(kt::Rng());
     alpha.FillRandom(kt::Rng());
     LumConvert(colour.get(), alpha.get(), joined.get());
     ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-    kt::Framed<ZC24> colourBack(g.width, g.height, g.destinationOffset);
-    kt::Framed<ZBW8> alphaBack(g.width, g.height, g.sourceOffset);
+    pr::Frame<ZC24> colourBack(g.width, g.height, g.destinationOffset);
+    pr::Frame<ZBW8> alphaBack(g.width, g.height, g.sourceOffset);
     LumConvert(joined.get(), colourBack.get(), alphaBack.get());
     ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
     ASSERT_TRUE(kt::SameBytes(colour.get(), colourBack.get()));
@@ -92,9 +92,9 @@ TEST(LumConvert, AlphaAndGrayToColour) {
 }
 
 TEST(LumConvert, WorkedColourCases) {
-  kt::Framed<ZC24> c24(1, 1);
-  kt::Framed<ZBW8> bw8(1, 1);
-  kt::Framed<ZC15> c15(1, 1);
+  pr::Frame<ZC24> c24(1, 1);
+  pr::Frame<ZBW8> bw8(1, 1);
+  pr::Frame<ZC15> c15(1, 1);
   *c24->GetImagePtr(0, 0) = ZC24(255, 255, 255);
   LumConvert(c24.get(), bw8.get());
   EXPECT_EQ(bw8->GetImagePtr(0, 0)->value, 254);  // white is 254
@@ -134,8 +134,8 @@ TEST(LumConvert, BitDepthShiftsModulo32WithoutClipping) {
     CheckDepth<ZBW8, ZBW32>(shift, false);
     CheckDepth<ZBW16, ZBW32>(shift, false);
   }
-  kt::Framed<ZBW16> s(1, 1);
-  kt::Framed<ZBW8> d(1, 1);
+  pr::Frame<ZBW16> s(1, 1);
+  pr::Frame<ZBW8> d(1, 1);
   s->GetImagePtr(0, 0)->value = 0x1234;
   LumConvert(s.get(), d.get(), 4);
   EXPECT_EQ(d->GetImagePtr(0, 0)->value, 0x23);
@@ -193,8 +193,8 @@ TEST(LumConvert, FloatToIntegerRoundsHalfUpAndClips) {
   CheckFromFloat<ZFLOAT64, ZBW16>(65535.0);
   CheckFromFloat<ZFLOAT64, ZBW32>(4294967296.0);
 
-  kt::Framed<ZFLOAT32> s(3, 1);
-  kt::Framed<ZBW8> d(3, 1);
+  pr::Frame<ZFLOAT32> s(3, 1);
+  pr::Frame<ZBW8> d(3, 1);
   s->GetImagePtr(0, 0)->value = -0.4f;
   s->GetImagePtr(1, 0)->value = 254.5f;
   s->GetImagePtr(2, 0)->value = 1000.0f;
@@ -218,8 +218,8 @@ TEST(LumConvert, IntegerToFloat) {
   CheckToFloat<ZBW8, ZFLOAT64>();
   CheckToFloat<ZBW16, ZFLOAT64>();
   CheckToFloat<ZBW32, ZFLOAT64>();
-  kt::Framed<ZBW32> s(1, 1);
-  kt::Framed<ZFLOAT32> d(1, 1);
+  pr::Frame<ZBW32> s(1, 1);
+  pr::Frame<ZFLOAT32> d(1, 1);
   s->GetImagePtr(0, 0)->value = 16777217u;  // rounded by the float format
   LumConvert(s.get(), d.get());
   EXPECT_EQ(d->GetImagePtr(0, 0)->value, 16777216.0f);
@@ -228,8 +228,8 @@ TEST(LumConvert, IntegerToFloat) {
 TEST(LumConvertTo422, GrayWithNeutralChroma) {
   CheckAgainst<ZBW8, ZBW16>([](ZROI<ZBW8>* s, ZROI<ZBW16>* d) { LumConvertTo422(s, d); },
                             [](ZBW8 s, ZBW16) { return ZBW16(static_cast<uint16_t>(0x8000 + s)); });
-  kt::Framed<ZBW8> s(1, 1);
-  kt::Framed<ZBW16> d(1, 1);
+  pr::Frame<ZBW8> s(1, 1);
+  pr::Frame<ZBW16> d(1, 1);
   s->GetImagePtr(0, 0)->value = 0x42;
   LumConvertTo422(s.get(), d.get());
   const uint8_t* bytes = reinterpret_cast<const uint8_t*>(d->GetImagePtr(0, 0));
@@ -242,8 +242,8 @@ TEST(LumConvertTo422, GrayWithNeutralChroma) {
 template <class S, class D>
 void CheckFailures(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::string& trace) {
   SCOPED_TRACE(trace);
-  kt::Framed<S> s(8, 3);
-  kt::Framed<D> d(8, 3), other(9, 3);
+  pr::Frame<S> s(8, 3);
+  pr::Frame<D> d(8, 3), other(9, 3);
   ZROI<D> voidView;
   other.FillBytes(0x5a);
   call(nullptr, d.get());
@@ -311,19 +311,19 @@ TEST(LumConvert, EveryFormFailsWithItsNumberAndTrace) {
   // The alpha forms check the BW8 view as well.
   CheckFailures<ZC24, ZC24A>(
       [](ZROI<ZC24>* s, ZROI<ZC24A>* d) {
-        kt::Framed<ZBW8> a(8, 3);
+        pr::Frame<ZBW8> a(8, 3);
         LumConvert(s, a.get(), d);
       },
       "LumConvert ( C24 to C24A with Alpha)");
   CheckFailures<ZC24A, ZC24>(
       [](ZROI<ZC24A>* s, ZROI<ZC24>* d) {
-        kt::Framed<ZBW8> a(8, 3);
+        pr::Frame<ZBW8> a(8, 3);
         LumConvert(s, d, a.get());
       },
       "LumConvert ( C24A to C24 with Alpha)");
-  kt::Framed<ZC24> c(4, 4);
-  kt::Framed<ZC24A> ca(4, 4);
-  kt::Framed<ZBW8> a5(5, 4);
+  pr::Frame<ZC24> c(4, 4);
+  pr::Frame<ZC24A> ca(4, 4);
+  pr::Frame<ZBW8> a5(5, 4);
   LumConvert(c.get(), a5.get(), ca.get());
   EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
   LumConvert(ca.get(), c.get(), static_cast<ZROI<ZBW8>*>(nullptr));
@@ -352,8 +352,8 @@ void FillFast(kt::Framed<S>& view, uint64_t seed) {
 
 template <class S, class D>
 void CheckLarge(int width, int height) {
-  kt::Framed<S> source(width, height, 3);
-  kt::Framed<D> scalar(width, height, 0), wide(width, height, 5);
+  pr::Frame<S> source(width, height, 3);
+  pr::Frame<D> scalar(width, height, 0), wide(width, height, 5);
   FillFast(source, 88172645463325252ull);
   {
     kt::WideSetting off(0);

@@ -45,7 +45,7 @@ void CheckBW8(float gain, float offset) {
   for (const pr::Geometry& geo : pr::Geometries()) {
     const pr::TargetSetting target(targets[round++ % targets.size()]);
     for (int wide : {0, 1}) {
-      kt::Framed<ZBW8> s(geo.width, geo.height, geo.sourceOffset), d(geo.width, geo.height, geo.destinationOffset);
+      pr::Frame<ZBW8> s(geo.width, geo.height, geo.sourceOffset), d(geo.width, geo.height, geo.destinationOffset);
       s.FillRandom(kt::Rng());
       {
         kt::WideSetting setting(wide);
@@ -77,7 +77,7 @@ TEST(LumGainOffset, BW8WideMiddleWrapsWhereTheTableClipsPlacedByTheRowRule) {
 }
 
 TEST(LumGainOffset, BW8WorkedCases) {
-  kt::Framed<ZBW8> s(256, 1, 0), d(256, 1, 3);
+  pr::Frame<ZBW8> s(256, 1, 0), d(256, 1, 3);
   for (int i = 0; i < 256; ++i) s->GetImagePtr(i, 0)->value = static_cast<uint8_t>(i);
   for (int wide : {0, 1}) {
     kt::WideSetting setting(wide);
@@ -98,7 +98,7 @@ TEST(LumGainOffset, BW8WorkedCases) {
 TEST(LumGainOffset, BW8InPlace) {
   for (int wide : {0, 1}) {
     kt::WideSetting setting(wide);
-    kt::Framed<ZBW8> image(70, 2, 3);
+    pr::Frame<ZBW8> image(70, 2, 3);
     image.FillRandom(kt::Rng());
     const auto before = pr::Pixels(image.get());
     LumGainOffset(image.get(), nullptr, 0.75f, 3.0f);
@@ -121,7 +121,7 @@ TEST(LumGainOffset, BW16ArithmeticShiftAndClip) {
           });
     }
   // A negative gain works here: 1000 * -1 + 2000.
-  kt::Framed<ZBW16> s(1, 1), d(1, 1);
+  pr::Frame<ZBW16> s(1, 1), d(1, 1);
   s->GetImagePtr(0, 0)->value = 1000;
   LumGainOffset(s.get(), d.get(), -1.0f, 2000.0f);
   EXPECT_EQ(d->GetImagePtr(0, 0)->value, 1000);
@@ -142,7 +142,7 @@ TEST(LumGainOffset, C24CrossedComponents) {
                     ColourEntry(s.c2, gain.c0, offset.c0));
       });
   // Byte 0 takes the third float, byte 2 the first.
-  kt::Framed<ZC24> s(1, 1), d(1, 1);
+  pr::Frame<ZC24> s(1, 1), d(1, 1);
   *s->GetImagePtr(0, 0) = ZC24(100, 100, 100);
   LumGainOffset(s.get(), d.get(), ZColor(2.0f, 1.0f, 0.5f), ZColor(0.0f, 0.0f, 0.0f));
   const ZC24 p = *d->GetImagePtr(0, 0);
@@ -158,9 +158,9 @@ TEST(LumGainOffset, C24CrossedComponents) {
 }
 
 TEST(LumGainOffset, FailuresAndTraces) {
-  kt::Framed<ZBW8> a(6, 6), b(6, 7);
-  kt::Framed<ZBW16> c(6, 6), e(7, 6);
-  kt::Framed<ZC24> f(6, 6), h(6, 5);
+  pr::Frame<ZBW8> a(6, 6), b(6, 7);
+  pr::Frame<ZBW16> c(6, 6), e(7, 6);
+  pr::Frame<ZC24> f(6, 6), h(6, 5);
   b.FillBytes(9);
   ZROI<ZBW8> voidView;
   LumGainOffset(a.get(), b.get(), 1.0f, 0.0f);

@@ -32,7 +32,7 @@ TEST(LumLut, InPlaceByNullOrSameView) {
   for (int wide : {0, 1}) {
     kt::WideSetting setting(wide);
     for (bool useNull : {false, true}) {
-      kt::Framed<ZBW8> image(77, 3, 5);
+      pr::Frame<ZBW8> image(77, 3, 5);
       image.FillRandom(kt::Rng());
       const std::vector<ZBW8> before = pr::Pixels(image.get());
       LumLut(image.get(), useNull ? nullptr : image.get(), table.data());
@@ -44,7 +44,7 @@ TEST(LumLut, InPlaceByNullOrSameView) {
   }
   std::vector<ZBW16> table16(65536);
   for (int i = 0; i < 65536; ++i) table16[i] = static_cast<uint16_t>(65535 - i);
-  kt::Framed<ZBW16> image(9, 2);
+  pr::Frame<ZBW16> image(9, 2);
   image.FillRandom(kt::Rng());
   const std::vector<ZBW16> before = pr::Pixels(image.get());
   LumLut(image.get(), nullptr, table16.data());
@@ -55,8 +55,8 @@ TEST(LumLut, InPlaceByNullOrSameView) {
 TEST(LumLut, FailuresLeaveTheDestinationAndTraceByForm) {
   std::vector<ZBW8> table = RandomTable8();
   std::vector<ZBW16> table16(65536);
-  kt::Framed<ZBW8> a(10, 4), b(11, 4);
-  kt::Framed<ZBW16> c(10, 4), e(10, 5);
+  pr::Frame<ZBW8> a(10, 4), b(11, 4);
+  pr::Frame<ZBW16> c(10, 4), e(10, 5);
   b.FillBytes(7);
   e.FillBytes(7);
   ZROI<ZBW8> voidView;
@@ -70,7 +70,7 @@ TEST(LumLut, FailuresLeaveTheDestinationAndTraceByForm) {
   EXPECT_TRUE(kt::Trace().empty());
   LumLut(nullptr, a.get(), table.data());
   EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
-  kt::Framed<ZBW8> same(10, 4);
+  pr::Frame<ZBW8> same(10, 4);
   LumLut(a.get(), same.get(), static_cast<ZBW8*>(nullptr));
   EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
   EXPECT_TRUE(kt::Trace().empty());
@@ -110,7 +110,7 @@ ZBW16 Record16(ZBW16 v) {
 TEST(LumTransform, TableModeCallsExactly256TimesInRisingOrder) {
   for (int wide : {0, 1}) {
     kt::WideSetting setting(wide);
-    kt::Framed<ZBW8> s(123, 7, 3), d(123, 7, 6);
+    pr::Frame<ZBW8> s(123, 7, 3), d(123, 7, 6);
     s.FillRandom(kt::Rng());
     g_calls.clear();
     LumTransform(s.get(), d.get(), Record8, 1);
@@ -124,7 +124,7 @@ TEST(LumTransform, TableModeCallsExactly256TimesInRisingOrder) {
 }
 
 TEST(LumTransform, PixelModeCallsOncePerPixelInRowOrder) {
-  kt::Framed<ZBW8> s(13, 4, 1), d(13, 4, 2);
+  pr::Frame<ZBW8> s(13, 4, 1), d(13, 4, 2);
   s.FillRandom(kt::Rng());
   g_calls.clear();
   LumTransform(s.get(), d.get(), Record8, 0);
@@ -135,7 +135,7 @@ TEST(LumTransform, PixelModeCallsOncePerPixelInRowOrder) {
     ASSERT_EQ(out[i], static_cast<uint8_t>(in[i] * 3 + 1));
   }
 
-  kt::Framed<ZBW16> s16(9, 3, 2);
+  pr::Frame<ZBW16> s16(9, 3, 2);
   s16.FillRandom(kt::Rng());
   const auto in16 = pr::Pixels(s16.get());
   g_calls.clear();
@@ -149,8 +149,8 @@ TEST(LumTransform, PixelModeCallsOncePerPixelInRowOrder) {
 }
 
 TEST(LumTransform, FailuresAndTraces) {
-  kt::Framed<ZBW8> a(5, 5), b(5, 6);
-  kt::Framed<ZBW16> c(5, 5);
+  pr::Frame<ZBW8> a(5, 5), b(5, 6);
+  pr::Frame<ZBW16> c(5, 5);
   ZROI<ZBW8> voidView;
   g_calls.clear();
   LumTransform(a.get(), b.get(), Record8, 1);
@@ -187,7 +187,7 @@ TEST(LumLutVector, BW8AndBW16VectorsActAsTheirTables) {
 }
 
 TEST(LumLutVector, WrongCountsAndNestedFailures) {
-  kt::Framed<ZBW8> a(6, 3), b(6, 3), c(7, 3);
+  pr::Frame<ZBW8> a(6, 3), b(6, 3), c(7, 3);
   b.FillBytes(0x33);
   ZBW8Vector short8(255), table8(256);
   LumLut(a.get(), b.get(), &short8);
@@ -210,7 +210,7 @@ TEST(LumLutVector, WrongCountsAndNestedFailures) {
 
   ZImage<ZBW16> parent16(8, 8);
   ZROI<ZBW16> outside16(&parent16, 5, 5, 6, 3);
-  kt::Framed<ZBW16> d16(6, 3);
+  pr::Frame<ZBW16> d16(6, 3);
   ZBW16Vector short16(65535), table16(65536);
   LumLut(d16.get(), nullptr, &short16);
   EXPECT_EQ(ZGetError(), Z_ERROR_TABLE_SIZE);
@@ -238,8 +238,8 @@ TEST(LumLutShifted, TopBitsMasksAndRefusals) {
     pr::CheckAgainst<ZBW16, ZBW8>([&](ZROI<ZBW16>* s, ZROI<ZBW8>* d) { LumLut(s, d, &t.table, shift); },
                                   [&](ZBW16 s, ZBW8) { return ZBW8(t.At((s.value >> used) & ((1u << bits) - 1))); });
   }
-  kt::Framed<ZBW16> s(5, 2);
-  kt::Framed<ZBW8> d(5, 2), other(5, 3);
+  pr::Frame<ZBW16> s(5, 2);
+  pr::Frame<ZBW8> d(5, 2), other(5, 3);
   d.FillBytes(0x77);
   struct Refusal {
     unsigned size, shift;

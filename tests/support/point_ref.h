@@ -13,6 +13,17 @@
 
 namespace pr {
 
+// A guarded view whose pixels all sit at addresses aligned for their type (the offset is rounded
+// down to it, and the row pitch keeps it), so that typed access to 16, 32 and 64-bit pixels is
+// well defined. Byte pixels keep every offset and an odd pitch.
+template <class T>
+class Frame : public kt::Framed<T> {
+ public:
+  Frame(int width, int height, int offset = 0)
+      : kt::Framed<T>(width, height, offset / static_cast<int>(alignof(T)) * static_cast<int>(alignof(T)),
+                      alignof(T) == 1 ? 19 : 24) {}
+};
+
 struct Geometry {
   int width, height, sourceOffset, destinationOffset;
 };
@@ -71,8 +82,8 @@ void CheckAgainst(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std
   for (const Geometry& g : Geometries()) {
     const TargetSetting target(targets[round++ % targets.size()]);
     for (int wide : {0, 1}) {
-      kt::Framed<S> source(g.width, g.height, g.sourceOffset);
-      kt::Framed<D> destination(g.width, g.height, g.destinationOffset);
+      Frame<S> source(g.width, g.height, g.sourceOffset);
+      Frame<D> destination(g.width, g.height, g.destinationOffset);
       if (fill)
         fill(source);
       else
