@@ -1,0 +1,190 @@
+// LumGainOffset: the BW8 fixed point with its clipping table and its wrapping wide middle placed
+// by the row rule, the BW16 arithmetic shift, the crossed components of C24, and the failures.
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include "support/kelmira_test.h"
+#include "support/point_ref.h"
+
+namespace {
+
+// The fixed-point constants, as an independent model: truncation toward 0.
+int32_t Fixed(double v) { return static_cast<int32_t>(std::trunc(v)); }
+
+uint8_t TableEntry(int i, int32_t g, int32_t o) {
+  const int64_t shifted = static_cast<int64_t>(static_cast<uint32_t>(i * static_cast<int64_t>(g)) >> 5);
+  const uint32_t v = static_cast<uint32_t>(shifted + o);
+  if (v <= 255) return static_cast<uint8_t>(v);
+  return static_cast<int32_t>(v) < 0 ? 0 : 255;
+}
+
+uint8_t WideEntry(int i, int32_t g, int32_t o) {
+  const int product = (i * (g & 0xffff)) & 0xffff;
+  int v = (product >> 5) + static_cast<int16_t>(o & 0xffff);
+  v = v < -32768 ? -32768 : v > 32767 ? 32767 : v;
+  return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v);
+}
+
+// Whether pixel x of a destination row starting at `row` is in the wide middle: told byte by
+// byte from the rule, without the foundation's helper.
+bool InWideMiddle(const uint8_t* row, int width, int x) {
+  const uintptr_t start = reinterpret_cast<uintptr_t>(row), end = start + width;
+  const uintptr_t aligned = (start + 7) & ~uintptr_t(7);
+  if (static_cast<intptr_t>(end - aligned) <= 7) return false;
+  const uintptr_t lastStep = end & ~uintptr_t(7);
+  const uintptr_t p = start + x;
+  return p >= aligned && p < lastStep;
+}
+
+void CheckBW8(float gain, float offset) {
+  const int32_t g = Fixed(gain * 32.0), o = Fixed(offset);
+  SCOPED_TRACE(testing::Message() << "gain " << gain << " offset " << offset);
+  const std::vector<int64_t> targets = pr::Targets();
+  size_t round = 0;
+  for (const pr::Geometry& geo : pr::Geometries()) {
+    const pr::TargetSetting target(targets[round++ % targets.size()]);
+    for (int wide : {0, 1}) {
+      pr::Frame<ZBW8> s(geo.width, geo.height, geo.sourceOffset), d(geo.width, geo.height, geo.destinationOffset);
+      s.FillRandom(kt::Rng());
+      {
+        kt::WideSetting setting(wide);
+        LumGainOffset(s.get(), d.get(), gain, offset);
+      }
+      ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+      ASSERT_TRUE(d.GuardsIntact());
+      for (int y = 0; y < geo.height; ++y) {
+        const uint8_t* row = &d->GetImagePtr(0, y)->value;
+        for (int x = 0; x < geo.width; ++x) {
+          const int p = s->GetImagePtr(x, y)->value;
+          const bool middle = wide && InWideMiddle(row, geo.width, x);
+          ASSERT_EQ(row[x], middle ? WideEntry(p, g, o) : TableEntry(p, g, o))
+              << "x " << x << " width " << geo.width << " offset " << geo.destinationOffset << " wide " << wide;
+        }
+      }
+    }
+  }
+}
+
+TEST(LumGainOffset, BW8TableAndWideMiddleAgreeBelowTheWrap) {
+  for (float gain : {0.0f, 0.03f, 0.5f, 1.0f, 1.7f, 3.999f, 8.0f, 8.03f})
+    for (float offset : {0.0f, 12.9f, -12.9f, -300.0f, 300.0f}) CheckBW8(gain, offset);
+}
+
+TEST(LumGainOffset, BW8WideMiddleWrapsWhereTheTableClipsPlacedByTheRowRule) {
+  for (float gain : {8.04f, 9.5f, 100.0f, 2047.9f, -1.0f, -0.5f, -70.0f})
+    for (float offset : {0.0f, 5.0f, -40.0f, 65536.0f, 40000.0f, -40000.0f}) CheckBW8(gain, offset);
+}
+
+TEST(LumGainOffset, BW8WorkedCases) {
+  pr::Frame<ZBW8> s(256, 1, 0), d(256, 1, 3);
+  for (int i = 0; i < 256; ++i) s->GetImagePtr(i, 0)->value = static_cast<uint8_t>(i);
+  for (int wide : {0, 1}) {
+    kt::WideSetting setting(wide);
+    LumGainOffset(s.get(), d.get(), 1.0f, 0.0f);
+    for (int i = 0; i < 256; ++i) ASSERT_EQ(d->GetImagePtr(i, 0)->value, i);
+    LumGainOffset(s.get(), d.get(), 0.5f, 0.0f);
+    for (int i = 0; i < 256; ++i) ASSERT_EQ(d->GetImagePtr(i, 0)->value, i / 2);
+    LumGainOffset(s.get(), d.get(), 0.03f, 17.0f);  // g = 0: the offset alone
+    for (int i = 0; i < 256; ++i) ASSERT_EQ(d->GetImagePtr(i, 0)->value, 17);
+  }
+  // The table path with a negative gain: 255 for every pixel above 0.
+  kt::WideSetting off(0);
+  LumGainOffset(s.get(), d.get(), -1.0f, 0.0f);
+  EXPECT_EQ(d->GetImagePtr(0, 0)->value, 0);
+  for (int i = 1; i < 256; ++i) ASSERT_EQ(d->GetImagePtr(i, 0)->value, 255);
+}
+
+TEST(LumGainOffset, BW8InPlace) {
+  for (int wide : {0, 1}) {
+    kt::WideSetting setting(wide);
+    pr::Frame<ZBW8> image(70, 2, 3);
+    image.FillRandom(kt::Rng());
+    const auto before = pr::Pixels(image.get());
+    LumGainOffset(image.get(), nullptr, 0.75f, 3.0f);
+    const auto after = pr::Pixels(image.get());
+    for (size_t i = 0; i < before.size(); ++i) ASSERT_EQ(after[i], TableEntry(before[i], 24, 3));
+  }
+}
+
+TEST(LumGainOffset, BW16ArithmeticShiftAndClip) {
+  for (float gain : {1.0f, 0.37f, -1.0f, -0.5f, 3.3f, 40000.0f, 70000.0f})
+    for (float offset : {0.0f, 1000.5f, -1000.5f, 70000.0f, 2e9f}) {
+      const int32_t g = Fixed(gain * 32.0), o = Fixed(offset);
+      SCOPED_TRACE(testing::Message() << "gain " << gain << " offset " << offset);
+      pr::CheckAgainst<ZBW16, ZBW16>(
+          [&](ZROI<ZBW16>* s, ZROI<ZBW16>* d) { LumGainOffset(s, d, gain, offset); },
+          [&](ZBW16 s, ZBW16) {
+            const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(s.value) * static_cast<uint32_t>(g));
+            const int64_t v = static_cast<int32_t>(static_cast<uint32_t>(product >> 5) + static_cast<uint32_t>(o));
+            return ZBW16(static_cast<uint16_t>(v < 0 ? 0 : v > 65535 ? 65535 : v));
+          });
+    }
+  // A negative gain works here: 1000 * -1 + 2000.
+  pr::Frame<ZBW16> s(1, 1), d(1, 1);
+  s->GetImagePtr(0, 0)->value = 1000;
+  LumGainOffset(s.get(), d.get(), -1.0f, 2000.0f);
+  EXPECT_EQ(d->GetImagePtr(0, 0)->value, 1000);
+}
+
+uint8_t ColourEntry(int i, float gain, float offset) {
+  const long double v = static_cast<long double>(i) * gain + offset;
+  const long double t = std::trunc(v);
+  return static_cast<uint8_t>(t < 0 ? 0 : t > 255 ? 255 : static_cast<int>(t));
+}
+
+TEST(LumGainOffset, C24CrossedComponents) {
+  const ZColor gain(0.5f, 1.25f, -2.0f), offset(3.0f, -7.5f, 300.25f);
+  pr::CheckAgainst<ZC24, ZC24>(
+      [&](ZROI<ZC24>* s, ZROI<ZC24>* d) { LumGainOffset(s, d, gain, offset); },
+      [&](ZC24 s, ZC24) {
+        return ZC24(ColourEntry(s.c0, gain.c2, offset.c2), ColourEntry(s.c1, gain.c1, offset.c1),
+                    ColourEntry(s.c2, gain.c0, offset.c0));
+      });
+  // Byte 0 takes the third float, byte 2 the first.
+  pr::Frame<ZC24> s(1, 1), d(1, 1);
+  *s->GetImagePtr(0, 0) = ZC24(100, 100, 100);
+  LumGainOffset(s.get(), d.get(), ZColor(2.0f, 1.0f, 0.5f), ZColor(0.0f, 0.0f, 0.0f));
+  const ZC24 p = *d->GetImagePtr(0, 0);
+  EXPECT_EQ(p.c0, 50);
+  EXPECT_EQ(p.c1, 100);
+  EXPECT_EQ(p.c2, 200);
+  // Truncation toward 0, then the clip.
+  LumGainOffset(s.get(), d.get(), ZColor(0.0f, 0.0f, 0.0f), ZColor(-0.9f, 255.9f, 1e9f));
+  const ZC24 q = *d->GetImagePtr(0, 0);
+  EXPECT_EQ(q.c0, 255);
+  EXPECT_EQ(q.c1, 255);
+  EXPECT_EQ(q.c2, 0);
+}
+
+TEST(LumGainOffset, FailuresAndTraces) {
+  pr::Frame<ZBW8> a(6, 6), b(6, 7);
+  pr::Frame<ZBW16> c(6, 6), e(7, 6);
+  pr::Frame<ZC24> f(6, 6), h(6, 5);
+  b.FillBytes(9);
+  ZROI<ZBW8> voidView;
+  LumGainOffset(a.get(), b.get(), 1.0f, 0.0f);
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumGainOffset"});
+  LumGainOffset(&voidView, a.get(), 1.0f, 0.0f);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  LumGainOffset(a.get(), &voidView, 1.0f, 0.0f);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  LumGainOffset(c.get(), e.get(), 1.0f, 0.0f);
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumGainOffset (BW16)"});
+  LumGainOffset(static_cast<ZROI<ZBW16>*>(nullptr), e.get(), 1.0f, 0.0f);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  LumGainOffset(f.get(), h.get(), ZColor(1, 1, 1), ZColor(0, 0, 0));
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumGainOffset"});
+  for (auto v : pr::Pixels(b.get())) ASSERT_EQ(v, 9);
+  EXPECT_TRUE(b.GuardsIntact());
+  // Extreme gains do not crash and stay in range.
+  LumGainOffset(a.get(), nullptr, std::nanf(""), 1e30f);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+  LumGainOffset(c.get(), nullptr, 1e30f, -1e30f);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+}
+
+}  // namespace
