@@ -1,5 +1,17 @@
 // Shared pieces of the benchmarks: images whose pixels Kelmira and OpenCV both see (a cv::Mat
 // header over a ZImage's rows), random content, and the sizes every family measures.
+//
+// Naming, which scripts/bench_table.py relies on to pair the two sides of a row of its table:
+//   BM_<Op>_<Type>_Kelmira   the Kelmira operator
+//   BM_<Op>_<Type>_OpenCV    its OpenCV twin, on the same images, with the same arguments
+//   BM_Memcpy_<Type>         memcpy of the same bytes: the roof of the pixel-wise operators
+// <Op> is CamelCase with no underscore (Add, AbsDiff, GainOffset, ConvolSobelX, ErodeBox3);
+// <Type> names the pixel types, also without underscore (BW8, C24, BW16, BW8toBW16). Both
+// sides take the same ->Args / ->Apply(kb::Sizes), so "BM_Add_BW8_Kelmira/1920/1080" meets
+// "BM_Add_BW8_OpenCV/1920/1080". A pixel-wise benchmark calls kb::PixelWise(state) on its
+// Kelmira side (and kb::SetBytes), so that the table sets it beside memcpy of as many bytes;
+// <Op> names that begin with Oper, Copy, Lut, GainOffset, Convert, Add, Subtract, AbsDiff,
+// Invert, And, Or or Xor count as pixel-wise without the label.
 #ifndef KELMIRA_BENCH_COMMON_H
 #define KELMIRA_BENCH_COMMON_H
 
@@ -31,6 +43,9 @@ struct Shared {
   ZImage<T> image;
   cv::Mat mat;
 };
+
+// Marks a benchmark as pixel-wise: the table compares it with memcpy.
+inline void PixelWise(benchmark::State& state) { state.SetLabel("pixelwise"); }
 
 // Bytes touched per iteration, so that Google Benchmark prints a bandwidth.
 inline void SetBytes(benchmark::State& state, int64_t bytesPerIteration) {
