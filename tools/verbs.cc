@@ -15,23 +15,24 @@ const char kUsage[] =
     "usage: kelmira VERB [ARGS...]\n"
     "\n"
     "verbs:\n"
-    "  demo [--out DIR]          run a chain of operators on a built-in 640x480 scene, write PNGs\n"
-    "                            and an index.html contact sheet into DIR (default kelmira-demo)\n"
-    "  apply IN OUT OP [ARGS...] run one operator on an image file (PNG, PGM or PPM)\n"
-    "  list                      the operators that apply knows, with their arguments\n"
-    "  help [VERB]               this text, or the help of one verb\n"
+    "  demo [--out DIR] [--scalar]   run a chain of operators on a built-in 640x480 scene; write\n"
+    "                                PNGs and index.html into DIR (default kelmira-demo)\n"
+    "  apply IN OUT OP [ARGS...]     run one operator on an image file (PNG, PGM or PPM)\n"
+    "  list                          the operators that apply knows, with their arguments\n"
+    "  help [VERB]                   this text, or the help of one verb\n"
     "\n"
     "Every verb takes --help. Exit codes: 0 success, 2 bad usage or arguments, 3 unreadable,\n"
     "malformed or unwritable file, 4 the library refused the call (its error number, text and\n"
     "trace are printed).\n";
 
 const char kDemoHelp[] =
-    "usage: kelmira demo [--out DIR]\n"
+    "usage: kelmira demo [--out DIR] [--scalar]\n"
     "\n"
     "Draws a 640x480 scene (machined parts with holes, printed marks, uneven light and sensor\n"
     "noise) in colour and in gray, runs a chain of operators on it, and writes each result as a PNG\n"
     "into DIR (default kelmira-demo) with an index.html contact sheet that captions every picture\n"
-    "with the command that reproduces it. Prints what ran and how long each step took.\n";
+    "with the command that reproduces it. Prints what ran and how long each step took (median of\n"
+    "5 runs). --scalar switches the wide (vector) paths off, to compare their times.\n";
 
 const char kApplyHelp[] =
     "usage: kelmira apply IN OUT OP [ARGS...]\n"
