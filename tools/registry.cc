@@ -128,14 +128,16 @@ void Crop(Call& c) {
 }  // namespace
 
 const std::vector<Operator>& Operators() {
+  // name, arguments, input, what it does, example arguments, argument count min and max, function
   static const std::vector<Operator> table = {
-      {"get-component", "COMPONENT", "colour", "the plane of one component (0 red, 1 green, 2 blue) as a gray image", 1,
-       1, GetComponent},
+      {"get-component", "COMPONENT", "colour", "the plane of one component (0 red, 1 green, 2 blue) as a gray image",
+       "1", 1, 1, GetComponent},
       {"set-component", "COMPONENT PLANE", "colour",
-       "replaces component COMPONENT (0..2) with the gray image PLANE of the same size", 2, 2, SetComponent},
-      {"swap", "A B", "colour", "exchanges components A and B (0..2)", 2, 2, SwapComponents},
-      {"crop", "X Y WIDTH HEIGHT", "gray|colour", "the WIDTHxHEIGHT rectangle whose top-left pixel is (X, Y)", 4, 4,
-       Crop},
+       "replaces component COMPONENT (0..2) with the gray image PLANE of the same size", "0 plane.png", 2, 2,
+       SetComponent},
+      {"swap", "A B", "colour", "exchanges components A and B (0..2)", "0 2", 2, 2, SwapComponents},
+      {"crop", "X Y WIDTH HEIGHT", "gray|colour", "the WIDTHxHEIGHT rectangle whose top-left pixel is (X, Y)",
+       "10 20 64 48", 4, 4, Crop},
   };
   return table;
 }

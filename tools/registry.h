@@ -53,6 +53,7 @@ struct Operator {
   const char* arguments;  // synopsis, e.g. "X Y WIDTH HEIGHT"
   const char* input;      // "gray", "colour" or "gray|colour"
   const char* summary;    // one line: what it does and what each argument means
+  const char* example;    // arguments of a typical call, shown by `list` and run by the tests
   int minArgs;
   int maxArgs;
   void (*run)(Call& call);

@@ -87,7 +87,8 @@ void List(const Words& words, std::ostream& out) {
   out << "operators of kelmira apply IN OUT OP [ARGS...]:\n";
   for (const Operator& op : Operators()) {
     const std::string head = std::string(op.name) + " " + op.arguments;
-    out << "  " << std::left << std::setw(30) << head << " [" << op.input << "] " << op.summary << "\n";
+    out << "  " << std::left << std::setw(30) << head << " [" << op.input << "] " << op.summary << "\n"
+        << "  " << std::setw(30) << "" << " e.g. kelmira apply in.png out.png " << op.name << " " << op.example << "\n";
   }
 }
 

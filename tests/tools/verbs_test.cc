@@ -127,6 +127,30 @@ TEST(Apply, RoundTripsAndRunsOperatorsOnFiles) {
   EXPECT_EQ(std::memcmp(crop.row(1), colour.row(10) + 3 * 34, 9), 0);
 }
 
+TEST(Apply, EveryOperatorRunsItsExampleOnTheKindsItTakesAndRefusesTheOthers) {
+  const auto dir = ttest::Scratch();
+  const std::string gray = (dir / "gray.png").string(), colour = (dir / "colour.png").string();
+  ktool::WriteImage(ttest::Random(false, 96, 72, 11), gray);
+  ktool::WriteImage(ttest::Random(true, 96, 72, 12), colour);
+  ktool::WriteImage(ttest::Random(false, 96, 72, 13), (dir / "plane.png").string());
+  for (const ktool::Operator& op : ktool::Operators()) {
+    const std::string takes = op.input;
+    for (const auto& [kind, in] : {std::pair<std::string, std::string>{"gray", gray}, {"colour", colour}}) {
+      ktool::Words words = {"apply", in, (dir / (std::string(op.name) + "-" + kind + ".png")).string(), op.name};
+      std::istringstream example(op.example);
+      for (std::string w; example >> w;) words.push_back(w.find(".png") != std::string::npos ? (dir / w).string() : w);
+      const Outcome r = Kelmira(words);
+      if (takes.find(kind) != std::string::npos) {
+        EXPECT_EQ(r.code, 0) << op.name << " on " << kind << ": " << r.err;
+        EXPECT_GT(ktool::ReadImage(words[2]).width(), 0) << op.name;
+      } else {
+        EXPECT_EQ(r.code, 2) << op.name << " on " << kind;
+        EXPECT_NE(r.err.find("needs a"), std::string::npos) << r.err;
+      }
+    }
+  }
+}
+
 TEST(Help, EveryVerbHasHelpAndListNamesEveryOperator) {
   for (const ktool::Words& words : std::vector<ktool::Words>{{"--help"}, {"help"}, {"-h"}}) {
     const Outcome r = Kelmira(words);
