@@ -34,6 +34,13 @@ const std::vector<Step>& Steps() {
       {"swapped", "Red and blue exchanged", "colour", "swap", {"0", "2"}},
       {"gray-as-green", "The gray scene put into the green plane", "colour", "set-component", {"1", "@gray"}},
       {"print", "The printed lot number and dot code, cut out through a view", "gray", "crop", {"110", "76", "96", "60"}},
+      {"inverted", "Gray inverted (LumOper invert)", "gray", "oper", {"invert"}},
+      {"brighter", "Plus 60, clipped at 255 (LumOper add)", "gray", "oper", {"add", "60"}},
+      {"bright-parts", "Above 72: the parts as a mask (LumOper greater)", "gray", "oper", {"greater", "72"}},
+      {"parts-only", "The colour scene ANDed with that mask (colour and gray operands)", "colour", "oper",
+       {"and", "@bright-parts"}},
+      {"red-minus-blue", "|red - blue|: the copper washer and the blue nut stand out (LumOper absdiff)", "red", "oper",
+       {"absdiff", "@blue"}},
   };
   return steps;
 }

@@ -31,6 +31,9 @@ class Call {
   float Float(size_t i, const char* what) const;
   int Choice(size_t i, const char* what, const std::vector<std::pair<std::string, int>>& choices) const;
   Picture Image(size_t i, const char* what) const;
+  // Argument i as given; whether there is one.
+  const std::string& Word(size_t i, const char* what) const { return Arg(i, what); }
+  bool Has(size_t i) const { return i < m_args.size(); }
 
   // The result: a new picture of the input's size, gray or colour.
   Picture& NewGray() { return m_out = Picture::Gray(m_in.width(), m_in.height()); }
@@ -60,6 +63,8 @@ struct Operator {
 };
 
 const std::vector<Operator>& Operators();
+// The operation codes of LumOper by name (the `oper` operator takes a name or the number).
+const std::vector<std::pair<std::string, int>>& OperCodes();
 // Null when there is no operator of that name.
 const Operator* FindOperator(const std::string& name);
 // Checks the argument count, runs the operator and returns its result.

@@ -71,8 +71,8 @@ bool InText(double x, double y, double x0, double y0, double dot, const char* te
 std::vector<Shape> BuildScene() {
   std::vector<Shape> shapes;
   // Conveyor belt with a darker seam and two guide rails.
-  shapes.push_back({[](double, double) { return true; }, {92, 96, 104}});
-  shapes.push_back({[](double, double y) { return std::fmod(y + 1000, 120) < 3; }, {70, 72, 80}});
+  shapes.push_back({[](double, double) { return true; }, {46, 49, 56}});
+  shapes.push_back({[](double, double y) { return std::fmod(y + 1000, 120) < 3; }, {34, 36, 42}});
   shapes.push_back({[](double, double y) { return y < 18 || y > 462; }, {150, 150, 145}});
   // Aluminium bracket: rounded plate with two bored holes and a slot (holes show the belt).
   shapes.push_back({[](double x, double y) {
@@ -98,7 +98,7 @@ std::vector<Shape> BuildScene() {
   // Blued hex nut with a round bore.
   const auto hex = RegularPolygon(160, 340, 78, 6, 0.2);
   shapes.push_back({[hex](double x, double y) { return InPolygon(x, y, hex) && !InCircle(x, y, 160, 340, 34); },
-                    {60, 80, 150}});
+                    {75, 100, 185}});
   // Green plastic gear: twelve teeth around a hub with a keyed bore.
   shapes.push_back({[](double x, double y) {
                       const double dx = x - 450, dy = y - 340, r = std::hypot(dx, dy);

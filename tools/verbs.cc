@@ -90,6 +90,18 @@ void List(const Words& words, std::ostream& out) {
     out << "  " << std::left << std::setw(30) << head << " [" << op.input << "] " << op.summary << "\n"
         << "  " << std::setw(30) << "" << " e.g. kelmira apply in.png out.png " << op.name << " " << op.example << "\n";
   }
+  out << "\nCODE of oper and const-oper, by name or number:\n ";
+  int column = 1;
+  for (const auto& [name, value] : OperCodes()) {
+    const std::string item = " " + name + "=" + std::to_string(value);
+    if (column + item.size() > 96) {
+      out << "\n ";
+      column = 1;
+    }
+    out << item;
+    column += static_cast<int>(item.size());
+  }
+  out << "\n";
 }
 
 int Main(const Words& words, std::ostream& out, std::ostream& err) {

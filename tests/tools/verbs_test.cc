@@ -182,7 +182,7 @@ TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
   struct Case {
     ktool::Words words;
     int code;
-    const char* message;
+    std::string message;
   };
   const std::vector<Case> cases = {
       {{"frobnicate"}, 2, "unknown verb 'frobnicate'"},
@@ -209,7 +209,16 @@ TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
       {{"demo", "--out", gray}, 3, "cannot create the directory"},
       // The library's own refusal: number, text and the operator that failed.
       {{"apply", colour, out, "get-component", "3"}, 4,
-       "HueGetComponent failed: error 1013 (Argument 3 is out of range.)"},
+       std::string("HueGetComponent failed: error 1013 (") + ZGetErrorText(Z_ERROR_ARGUMENT_3) + ")"},
+      {{"apply", gray, out, "oper", "shift-left", gray}, 4,
+       std::string("LumOper failed: error 1003 (") + ZGetErrorText(Z_ERROR_BAD_OPERATION) +
+           "); trace: \"LumOper ( BW8 Image, Image to Image)\""},
+      {{"apply", colour, out, "oper", "logical-and", "7"}, 4, "trace: \"LumOper ( C24 Image, Const to Image)\""},
+      {{"apply", gray, out, "oper", "frob"}, 2, "unknown CODE 'frob' (one of: copy, invert, add"},
+      {{"apply", gray, out, "oper", "add", "256"}, 2, "VALUE must lie in 0..255, not 256"},
+      {{"apply", gray, out, "oper", "add", "1,2,3"}, 2, "VALUE must be a number 0..255, not '1,2,3'"},
+      {{"apply", colour, out, "fill", "1,2"}, 2, "VALUE must be a number 0..255 or R,G,B, not '1,2'"},
+      {{"apply", gray, out, "oper", "add", (dir / "small.pgm").string()}, 2, "they must have the same size"},
   };
   for (const Case& c : cases) {
     std::string joined;
