@@ -155,6 +155,8 @@ void ZVectorTemplate<T>::Serialize(FILE* file, int write, unsigned int /*version
       return;
     }
     if (count == 0) return;
+    // One stream call for the run of records: fwrite and fread count whole records, so the
+    // outcome is that of one call per element stopping at the first failure.
     ZOk();
     // A count without a store (a failed constructor) has no elements to give.
     const size_t written = m_pData != nullptr ? std::fwrite(m_pData, sizeof(T), count, file) : 0;

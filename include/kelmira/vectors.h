@@ -143,8 +143,9 @@ class KELMIRA_API ZVectorTemplate {
   // Reading: the capacity comes out exactly equal to the count of a whole file. A file that holds
   // fewer elements than its count promises gives 1103, with the elements that were there kept and
   // the count equal to their number: the store is grown only as far as bytes are
-  // actually read, so a hostile count costs no memory. An allocation failure gives 1303 with
-  // "ZVector::SetMaxElements" (twice) and "ZVector::SetNumElements".
+  // actually read, so a hostile count costs no memory. When the store cannot be allocated
+  // (tried twice) the count stays 0 with 1303, traced "ZVector::SetMaxElements" then
+  // "ZVector::SetNumElements".
   virtual void Serialize(FILE* file, int write, unsigned int version);
 
  protected:
@@ -238,8 +239,6 @@ class KELMIRA_API ZBWHistogramVector : public ZVectorTemplate<unsigned int>, pub
   ~ZBWHistogramVector() override;
   // Sets the bins up to the count to 0; count and capacity stay.
   void Clear();
-  // Entropy of the bins first..last; defined with the histogram operators.
-  float Entropy(unsigned int first, unsigned int last);
 };
 
 // ---------------------------------------------------------------------------------------------
