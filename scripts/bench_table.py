@@ -5,10 +5,11 @@
         --benchmark_out=results.json --benchmark_out_format=json
     python3 scripts/bench_table.py results.json
 
-Benchmarks pair by name (see bench/support/common.h): BM_<Op>_<Type>_Kelmira/<args> beside
-BM_<Op>_<Type>_OpenCV/<args>; BM_Memcpy_<Type>/<args> is the roof of the pixel-wise operators.
-Times are medians (of the repetitions when the run has them). A ratio below 1 means Kelmira is
-faster; "of roof" is memcpy's time for the same bytes over Kelmira's time (1.00 = at memcpy speed).
+Benchmarks pair by name (see bench/support/common.h): a run named <Family>/<Op>/Kelmira/<args>
+meets <Family>/<Op>/OpenCV/<args>, and BM_<Op>_<Type>_Kelmira/<args> meets BM_<Op>_<Type>_OpenCV/<args>.
+BM_Memcpy_<Type>/<args> is the roof of the pixel-wise operators. Times are medians (of the
+repetitions when the run has them). A ratio below 1 means Kelmira is faster; "of roof" is memcpy's
+time for the same bytes over Kelmira's time (1.00 = at memcpy speed).
 """
 import argparse
 import json
@@ -17,7 +18,8 @@ import re
 import statistics
 import sys
 
-NAME = re.compile(r"^BM_(?P<op>.+)_(?P<type>[^_/]+)_(?P<side>Kelmira|OpenCV)(?P<args>(/[^/]+)*)$")
+SIDES = ("Kelmira", "OpenCV")
+SUFFIXED = re.compile(r"^BM_(?P<op>.+)_(?P<side>Kelmira|OpenCV)$")
 MEMCPY = re.compile(r"^BM_Memcpy_(?P<type>[^_/]+)(?P<args>(/[^/]+)*)$")
 PIXELWISE_PREFIXES = ("Oper", "Copy", "Lut", "GainOffset", "Convert", "Add", "Subtract", "AbsDiff", "Invert",
                       "And", "Or", "Xor")
@@ -66,6 +68,22 @@ def fmt(value, digits=1):
     return "-" if value is None else f"{value:,.{digits}f}"
 
 
+def split_name(name):
+    """(operator, side, args) of a paired benchmark's run name, or None."""
+    parts = name.split("/")
+    for i, part in enumerate(parts):
+        if part in SIDES and i > 0:
+            return "/".join(parts[:i]), part, "/" + "/".join(parts[i + 1:]) if parts[i + 1:] else ""
+    m = SUFFIXED.match(parts[0])
+    if m:
+        return m["op"].replace("_", " "), m["side"], "/" + "/".join(parts[1:]) if parts[1:] else ""
+    return None
+
+
+def is_pixelwise(op, kelmira):
+    return kelmira["label"] == "pixelwise" or op.replace("BM_", "").startswith(PIXELWISE_PREFIXES)
+
+
 def build_rows(runs):
     pairs, memcpy = {}, {}
     for name, m in runs.items():
@@ -73,27 +91,27 @@ def build_rows(runs):
         if mm:
             memcpy[(mm["type"], mm["args"])] = m
             continue
-        nm = NAME.match(name)
-        if nm:
-            pairs.setdefault((nm["op"], nm["type"], nm["args"]), {})[nm["side"]] = m
+        split = split_name(name)
+        if split:
+            op, side, args = split
+            pairs.setdefault((op, args), {})[side] = m
     rows = []
-    for (op, ptype, args), sides in sorted(pairs.items(), key=lambda kv: (kv[0][0], kv[0][1], size_key(kv[0][2]))):
+    for (op, args), sides in sorted(pairs.items(), key=lambda kv: (kv[0][0], size_key(kv[0][1]))):
         k, o = sides.get("Kelmira"), sides.get("OpenCV")
         ratio = k["us"] / o["us"] if k and o and o["us"] > 0 else None
         roof = None
-        pixelwise = k is not None and (k["label"] == "pixelwise" or op.startswith(PIXELWISE_PREFIXES))
-        if pixelwise:
-            same = memcpy.get((ptype, args))
-            any_type = next((m for (t, a), m in memcpy.items() if a == args and m["bps"]), None)
-            bandwidth = (same if same and same["bps"] else any_type)
+        if k is not None and is_pixelwise(op, k):
+            words = op.split()
+            same = memcpy.get((words[-1], args)) if len(words) > 1 else None
+            any_type = next((m for (t, a), m in sorted(memcpy.items()) if a == args and m["bps"]), None)
+            bandwidth = same if same and same["bps"] else any_type
             if k["bps"] and bandwidth:
                 # memcpy's time for as many bytes as the operator touches.
                 roof = k["bps"] * k["us"] / bandwidth["bps"]
             elif same:
                 roof = same["us"]
-        rows.append({"op": op, "type": ptype, "size": size_text(args), "kelmira": k and k["us"],
-                     "opencv": o and o["us"], "ratio": ratio, "roof": roof,
-                     "of_roof": roof / k["us"] if roof and k and k["us"] > 0 else None})
+        rows.append({"op": op, "size": size_text(args), "kelmira": k and k["us"], "opencv": o and o["us"],
+                     "ratio": ratio, "roof": roof, "of_roof": roof / k["us"] if roof and k and k["us"] > 0 else None})
     return rows
 
 
@@ -123,10 +141,10 @@ def machine_line(context):
 
 def render(rows, context):
     lines = [f"Machine: {machine_line(context)}. Medians; single thread on both sides.", ""]
-    lines.append("| Operator | Pixels | Size | Kelmira (µs) | OpenCV (µs) | Kelmira/OpenCV | memcpy roof (µs) | of roof |")
-    lines.append("|---|---|---|---:|---:|---:|---:|---:|")
+    lines.append("| Operator | Size | Kelmira (µs) | OpenCV (µs) | Kelmira/OpenCV | memcpy roof (µs) | of roof |")
+    lines.append("|---|---|---:|---:|---:|---:|---:|")
     for r in rows:
-        lines.append(f"| {r['op']} | {r['type']} | {r['size']} | {fmt(r['kelmira'])} | {fmt(r['opencv'])} | "
+        lines.append(f"| {r['op']} | {r['size']} | {fmt(r['kelmira'])} | {fmt(r['opencv'])} | "
                      f"{fmt(r['ratio'], 2)} | {fmt(r['roof'])} | {fmt(r['of_roof'], 2)} |")
     ratios = [r["ratio"] for r in rows if r["ratio"]]
     if ratios:
@@ -149,7 +167,7 @@ def main(argv=None):
         return 2
     rows = build_rows(medians(benchmarks))
     if not rows:
-        print(f"bench_table: no BM_<Op>_<Type>_Kelmira / _OpenCV benchmarks in {args.json}", file=sys.stderr)
+        print(f"bench_table: no paired .../Kelmira and .../OpenCV benchmarks in {args.json}", file=sys.stderr)
         return 1
     sys.stdout.write(render(rows, data.get("context", {})))
     return 0

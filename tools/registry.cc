@@ -250,6 +250,7 @@ Picture RunOperator(const Operator& op, const Picture& in, const std::vector<std
   if (n < op.minArgs || n > op.maxArgs) {
     const std::string expected = op.minArgs == op.maxArgs ? std::to_string(op.minArgs)
                                                           : std::to_string(op.minArgs) + " to " + std::to_string(op.maxArgs);
+    if (op.maxArgs == 0) UsageError(std::string(op.name) + " takes no arguments, " + std::to_string(n) + " given");
     UsageError(std::string(op.name) + " takes " + expected + " argument" + (op.maxArgs == 1 ? "" : "s") + " (" +
                op.arguments + "), " + std::to_string(n) + " given");
   }

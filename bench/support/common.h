@@ -1,17 +1,16 @@
 // Shared pieces of the benchmarks: images whose pixels Kelmira and OpenCV both see (a cv::Mat
 // header over a ZImage's rows), random content, and the sizes every family measures.
 //
-// Naming, which scripts/bench_table.py relies on to pair the two sides of a row of its table:
-//   BM_<Op>_<Type>_Kelmira   the Kelmira operator
-//   BM_<Op>_<Type>_OpenCV    its OpenCV twin, on the same images, with the same arguments
-//   BM_Memcpy_<Type>         memcpy of the same bytes: the roof of the pixel-wise operators
-// <Op> is CamelCase with no underscore (Add, AbsDiff, GainOffset, ConvolSobelX, ErodeBox3);
-// <Type> names the pixel types, also without underscore (BW8, C24, BW16, BW8toBW16). Both
-// sides take the same ->Args / ->Apply(kb::Sizes), so "BM_Add_BW8_Kelmira/1920/1080" meets
-// "BM_Add_BW8_OpenCV/1920/1080". A pixel-wise benchmark calls kb::PixelWise(state) on its
-// Kelmira side (and kb::SetBytes), so that the table sets it beside memcpy of as many bytes;
-// <Op> names that begin with Oper, Copy, Lut, GainOffset, Convert, Add, Subtract, AbsDiff,
-// Invert, And, Or or Xor count as pixel-wise without the label.
+// Naming, which scripts/bench_table.py relies on to pair the two sides of a row of its table.
+// Either form works; the side is what differs between the two names:
+//   ->Name("<Family>/<Op>/Kelmira") and ->Name("<Family>/<Op>/OpenCV")   e.g. Oper/Add/Kelmira
+//   BM_<Op>_<Type>_Kelmira and BM_<Op>_<Type>_OpenCV                     e.g. BM_Lut_BW8_OpenCV
+//   BM_Memcpy_<Type>: memcpy, the roof of the pixel-wise operators
+// Both sides take the same ->Args / ->Apply(kb::Sizes), so "Oper/Add/Kelmira/1920/1080" meets
+// "Oper/Add/OpenCV/1920/1080". A pixel-wise benchmark calls kb::SetBytes (the bytes it reads and
+// writes) and, unless its name begins with Oper, Copy, Lut, GainOffset, Convert, Add, Subtract,
+// AbsDiff, Invert, And, Or or Xor, kb::PixelWise(state) on its Kelmira side: the table then
+// sets it beside memcpy of as many bytes.
 #ifndef KELMIRA_BENCH_COMMON_H
 #define KELMIRA_BENCH_COMMON_H
 
