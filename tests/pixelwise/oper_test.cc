@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "hwy/targets.h"
 #include "support/kelmira_test.h"
 
 namespace {
@@ -461,6 +462,22 @@ TEST(OperPixels, C24ConstantsWorkComponentByComponent) {
   }
   LumOper(ARITH_LOGIC_COPY, c, d.get());
   for (int x = 0; x < 9; ++x) ASSERT_EQ(std::memcmp(d->GetImagePtr(x, 1), &c, 3), 0);
+}
+
+// Every wide target the processor has (AVX-512, AVX2, SSE4 ...) gives the scalar pixels.
+TEST(OperPixels, EveryWideTargetAgreesWithTheReference) {
+  const std::vector<int> widths = {1, 8, 9, 16, 31, 33, 64, 65, 130, 200};
+  for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    SCOPED_TRACE(hwy::TargetName(target));
+    hwy::SetSupportedTargetsForTest(target);
+    SweepPixels(WithoutOverlay(BW8Images()), widths, {0, 3, 5});
+    SweepPixels(BW8ConstImage(200), widths, {0, 3});
+    SweepPixels(BW8ImageConst(200), widths, {0, 3});
+    SweepPixels(BW8Image(), widths, {0, 3});
+    SweepPixels(BW8Const(9), widths, {0, 3});
+    SweepPixels(BW16Images(), widths, {0, 2});
+  }
+  hwy::SetSupportedTargetsForTest(0);
 }
 
 // ----- in place -----
