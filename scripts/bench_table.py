@@ -134,8 +134,6 @@ def machine_line(context):
         parts.append(f"{context['num_cpus']} CPUs at {context.get('mhz_per_cpu', '?')} MHz")
     if context.get("date"):
         parts.append(context["date"])
-    if context.get("library_build_type"):
-        parts.append(f"benchmark library {context['library_build_type']}")
     return "; ".join(parts)
 
 
