@@ -1,0 +1,144 @@
+// ZKernel: defaults, the fourteen tables and the side effects of a bad type, growth, resizing
+// that moves no coefficient, the element accessors with their checks and traces.
+#include <cstring>
+
+#include "support/kelmira_test.h"
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+std::vector<float> Table(const ZKernel& k) { return {k.GetDataPtr(), k.GetDataPtr() + k.GetSizeX() * k.GetSizeY()}; }
+
+void ExpectFields(const ZKernel& k, short sx, short sy, float gain, unsigned offset, short rect, unsigned outside) {
+  EXPECT_EQ(k.GetSizeX(), sx);
+  EXPECT_EQ(k.GetSizeY(), sy);
+  EXPECT_EQ(k.GetGain(), gain);
+  EXPECT_EQ(k.GetOffset(), offset);
+  EXPECT_EQ(k.GetRectifier(), rect);
+  EXPECT_EQ(k.GetOutsideValue(), outside);
+}
+
+TEST(Kernel, ConstructorsSettersAndDestructor) {
+  ZSetError(Z_ERROR_INTERNAL);
+  ZKernel k;
+  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+  ExpectFields(k, 0, 0, 1.0f, 0, 2, 0);
+  EXPECT_EQ(k.GetDataPtr(), nullptr);
+  EXPECT_EQ(k.GetAllocatedSize(), 0u);
+
+  ZKernel s(5, 3, 2.5f, 7, 3, 99);
+  ExpectFields(s, 5, 3, 2.5f, 7, 3, 99);
+  EXPECT_NE(s.GetDataPtr(), nullptr);
+  EXPECT_EQ(s.GetAllocatedSize(), 15u);
+
+  // A product that cannot be held: 1303 traced; the object lives on without data.
+  ZKernel bad(-3, 4, 1.0f, 0, 2, 0);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NO_MEMORY);
+  EXPECT_EQ(kt::Trace(), Strings{"ZKernel::ZKernel"});
+  EXPECT_EQ(bad.GetDataPtr(), nullptr);
+  EXPECT_EQ(bad.GetAllocatedSize(), 0u);
+
+  // Setters store anything and clear the state.
+  for (auto set : {+[](ZKernel& x) { x.SetGain(-3.5f); }, +[](ZKernel& x) { x.SetOffset(0xFFFFFFFFu); },
+                   +[](ZKernel& x) { x.SetRectifier(-7); }, +[](ZKernel& x) { x.SetOutsideValue(70000); }}) {
+    ZSetError(Z_ERROR_NULL_IMAGE);
+    set(k);
+    EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+  }
+  ExpectFields(k, 0, 0, -3.5f, 0xFFFFFFFFu, -7, 70000);
+
+  // Destroying a kernel wipes a pending error.
+  { ZKernel scoped(KERNEL_SOBEL_Y); ZSetError(Z_ERROR_NULL_IMAGE); ZTraceError("pending"); }
+  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+  EXPECT_EQ(ZGetTraceCount(), 0);
+}
+
+TEST(Kernel, TheFourteenTablesAndABadType) {
+  const float tables[14][9] = {
+      {0, 0, 0, -1, 1, -1, 1, 1, 1},   {0, 0, 0, -1, 0, -1, 1, 1, 1},   {1, 1, 1, 1, 1, 1, 1, 1, 1},
+      {-1, 0, 1, -2, 0, 2, -1, 0, 1},  {-1, -2, -1, 0, 0, 0, 1, 2, 1},  {-1, 0, 1, -1, 0, 1, -1, 0, 1},
+      {-1, -1, -1, 0, 0, 0, 1, 1, 1},  {0, 1, 0, 1, -4, 1, 0, 1, 0},    {1, 1, 1, 1, -8, 1, 1, 1, 1},
+      {1, 2, 1, 2, 4, 2, 1, 2, 1},     {1, 1, 1, 1, 0, 1, 1, 1, 1},     {1, 1, 1, 1, 1, 1, 1, 1, 1},
+      {0, -1, 0, -1, 5, -1, 0, -1, 0}, {-1, -1, -1, -1, 9, -1, -1, -1, -1}};
+  for (int type = 1; type <= 14; ++type) {
+    ZKernel k(7, 7, 3.0f, 5, 1, 9);
+    EXPECT_EQ(k.SetKernel(static_cast<KERNEL_TYPE>(type)), 0);
+    ExpectFields(k, 3, 3, type <= 3 ? 0.0f : 1.0f, 0, type <= 3 ? 0 : 2, 0);
+    EXPECT_EQ(k.GetAllocatedSize(), 49u) << "a larger table is kept";
+    EXPECT_EQ(Table(k), std::vector<float>(tables[type - 1], tables[type - 1] + 9)) << type;
+    EXPECT_EQ(Table(ZKernel(static_cast<KERNEL_TYPE>(type))), Table(k));
+  }
+  // A bad type still sets the sizes, grows the table and clears the fields; where the table
+  // already fits, the old coefficients stay.
+  for (int type : {0, 15, -1}) {
+    ZKernel k(2, 2, 4.0f, 6, 3, 8);
+    EXPECT_EQ(k.SetKernel(static_cast<KERNEL_TYPE>(type)), Z_ERROR_ARGUMENT_1);
+    EXPECT_EQ(kt::Trace(), Strings{"ZKernel::SetKernel"});
+    ExpectFields(k, 3, 3, 0.0f, 0, 0, 0);
+    EXPECT_EQ(k.GetAllocatedSize(), 9u);
+  }
+  ZKernel k(KERNEL_SOBEL_X);
+  EXPECT_EQ(k.SetKernel(static_cast<KERNEL_TYPE>(99)), Z_ERROR_ARGUMENT_1);
+  EXPECT_EQ(Table(k), std::vector<float>(tables[3], tables[3] + 9));
+}
+
+TEST(Kernel, TablesGrowAndResizingMovesNoCoefficient) {
+  ZKernel k(1, 1, 2.0f, 3, 1, 4);
+  float t9[9], t25[25], t49[49];
+  for (int i = 0; i < 49; ++i) t49[i] = i - 20.0f;
+  for (int i = 0; i < 9; ++i) t9[i] = -3.0f * i;
+  for (int i = 0; i < 25; ++i) t25[i] = i * 0.5f;
+  EXPECT_EQ(k.SetKernelData(t25), 0);
+  EXPECT_EQ(Table(k), std::vector<float>(t25, t25 + 25));
+  EXPECT_EQ(k.SetKernelData(t9), 0);
+  EXPECT_EQ(k.GetAllocatedSize(), 25u);
+  EXPECT_EQ(Table(k), std::vector<float>(t9, t9 + 9));
+  EXPECT_EQ(k.SetKernelData(t49), 0);
+  EXPECT_EQ(k.GetAllocatedSize(), 49u);
+  EXPECT_EQ(Table(k), std::vector<float>(t49, t49 + 49));
+  ExpectFields(k, 7, 7, 2.0f, 3, 1, 4);  // the table forms keep the other fields
+
+  ZKernel r(3, 3, 1.0f, 0, 2, 0);
+  for (int i = 0; i < 9; ++i) r.GetDataPtr()[i] = float(i);
+  float* before = r.GetDataPtr();
+  EXPECT_EQ(r.SetSizeX(2), 0);  // 2 x 3 fits: same table, values at new positions
+  EXPECT_EQ(r.GetDataPtr(), before);
+  float v = 0;
+  EXPECT_EQ(r.GetKernelData(0, 1, v), 0);
+  EXPECT_EQ(v, 2.0f);
+  EXPECT_EQ(r.SetSizeY(4), 0);  // 8 fits in 9
+  EXPECT_EQ(r.SetSizeX(-4), 0);  // no check of sign: a negative product always fits
+  EXPECT_EQ(r.GetSizeX(), -4);
+  EXPECT_EQ(r.SetSizeX(4), 0);  // 16 > 9: reallocated
+  ExpectFields(r, 4, 4, 1.0f, 0, 2, 0);
+  EXPECT_EQ(r.GetAllocatedSize(), 16u);
+  EXPECT_EQ(r.SetAllocatedSize(3), 0);  // never shrinks
+  EXPECT_EQ(r.GetAllocatedSize(), 16u);
+  EXPECT_EQ(r.SetAllocatedSize(40), 0);
+  EXPECT_EQ(r.GetAllocatedSize(), 40u);
+  ZKernel empty;
+  EXPECT_EQ(empty.SetAllocatedSize(0), 0);  // no data yet: allocates, even for 0
+  EXPECT_NE(empty.GetDataPtr(), nullptr);
+}
+
+TEST(Kernel, ElementAccessorsCheckInOrder) {
+  ZKernel none, k(5, 3, 1.0f, 0, 2, 0);
+  float v = 42;
+  EXPECT_EQ(none.GetKernelData(99, 99, v), Z_ERROR_KERNEL_DATA_ACCESS);  // data before indices
+  EXPECT_EQ(kt::Trace(), Strings{"ZKernel::GetKernelData"});
+  EXPECT_EQ(none.SetKernelData(0, 0, 1.0f), Z_ERROR_KERNEL_DATA_ACCESS);
+  EXPECT_EQ(kt::Trace(), Strings{"ZKernel::SetKernelData"});
+  EXPECT_EQ(k.SetKernelData(5, 9, 1.0f), Z_ERROR_ARGUMENT_1);  // x before y
+  EXPECT_EQ(k.SetKernelData(-1, 0, 1.0f), Z_ERROR_ARGUMENT_1);
+  EXPECT_EQ(k.SetKernelData(4, 3, 1.0f), Z_ERROR_ARGUMENT_2);
+  EXPECT_EQ(k.GetKernelData(0, -1, v), Z_ERROR_ARGUMENT_2);
+  EXPECT_EQ(kt::Trace(), Strings{"ZKernel::GetKernelData"});
+  EXPECT_EQ(v, 42.0f);
+  EXPECT_EQ(k.SetKernelData(4, 2, 6.5f), 0);
+  EXPECT_EQ(k.GetDataPtr()[14], 6.5f);  // column 4, row 2 at pitch 5
+  EXPECT_EQ(k.GetKernelData(4, 2, v), 0);
+  EXPECT_EQ(v, 6.5f);
+}
+
+}  // namespace
