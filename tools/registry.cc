@@ -213,6 +213,44 @@ void Fill(Call& c) {
   }
 }
 
+// ----- Convolution ----------------------------------------------------------------------------
+
+void RunKernel(Call& c, ZKernel& kernel) {
+  if (c.in().colour()) {
+    Picture& out = c.NewColour();
+    c.Library("LumConvolKernel", [&] { LumConvolKernel(c.in().rgb(), out.rgb(), &kernel); });
+  } else {
+    Picture& out = c.NewGray();
+    c.Library("LumConvolKernel", [&] { LumConvolKernel(c.in().gray(), out.gray(), &kernel); });
+  }
+}
+
+// A named 3x3 kernel, with its gain, offset and rectifier replaceable.
+void Convolve(Call& c) {
+  static const std::vector<std::pair<std::string, int>> kernels = {
+      {"sobel-x", KERNEL_SOBEL_X},       {"sobel-y", KERNEL_SOBEL_Y},       {"prewitt-x", KERNEL_PREWITT_X},
+      {"prewitt-y", KERNEL_PREWITT_Y},   {"laplacian-4", KERNEL_LAPLACIAN_4}, {"laplacian-8", KERNEL_LAPLACIAN_8},
+      {"lowpass-3", KERNEL_LOWPASS_3},   {"lowpass-2", KERNEL_LOWPASS_2},   {"lowpass-1", KERNEL_LOWPASS_1},
+      {"highpass-1", KERNEL_HIGHPASS_1}, {"highpass-2", KERNEL_HIGHPASS_2}};
+  ZKernel kernel(static_cast<KERNEL_TYPE>(c.Choice(0, "KERNEL", kernels)));
+  CheckLibrary("ZKernel::SetKernel");
+  if (c.Has(1)) kernel.SetGain(c.Float(1, "GAIN"));
+  if (c.Has(2)) kernel.SetOffset(static_cast<unsigned>(c.Int(2, "OFFSET", 0, 65535)));
+  if (c.Has(3)) kernel.SetRectifier(static_cast<short>(c.Int(3, "RECTIFIER", 0, 3)));
+  RunKernel(c, kernel);
+}
+
+// The mean of a SIZE x SIZE window: all-ones coefficients, scaled to a gain of 1 by the library.
+void Box(Call& c) {
+  const int size = static_cast<int>(c.Int(0, "SIZE", 1, 63));
+  ZKernel kernel(static_cast<short>(size), static_cast<short>(size), 1.0f, 0, KERNEL_RECTIFIER_POSITIVE, 0);
+  CheckLibrary("ZKernel::ZKernel");
+  for (int y = 0; y < size; ++y)
+    for (int x = 0; x < size; ++x) kernel.SetKernelData(x, y, 1.0f);
+  CheckLibrary("ZKernel::SetKernelData");
+  RunKernel(c, kernel);
+}
+
 }  // namespace
 
 const std::vector<Operator>& Operators() {
@@ -234,6 +272,11 @@ const std::vector<Operator>& Operators() {
        2, 2, ConstOper},
       {"fill", "VALUE", "gray|colour", "LumCopy of a constant (0..255, or R,G,B on colour) over the whole image",
        "128", 1, 1, Fill},
+      {"convolve", "KERNEL [GAIN [OFFSET [RECTIFIER]]]", "gray|colour",
+       "LumConvolKernel with a named 3x3 kernel: sobel-x, sobel-y, prewitt-x, prewitt-y, laplacian-4, laplacian-8, "
+       "lowpass-1..3, highpass-1..2; RECTIFIER 0 none, 1 negative, 2 positive, 3 absolute",
+       "sobel-x 1 0 3", 1, 4, Convolve},
+      {"box", "SIZE", "gray|colour", "LumConvolKernel with a SIZE x SIZE kernel of ones: the window mean", "5", 1, 1, Box},
   };
   return table;
 }

@@ -219,6 +219,10 @@ TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
       {{"apply", gray, out, "oper", "add", "1,2,3"}, 2, "VALUE must be a number 0..255, not '1,2,3'"},
       {{"apply", colour, out, "fill", "1,2"}, 2, "VALUE must be a number 0..255 or R,G,B, not '1,2'"},
       {{"apply", gray, out, "oper", "add", (dir / "small.pgm").string()}, 2, "they must have the same size"},
+      {{"apply", gray, out, "convolve", "sobel-z"}, 2, "unknown KERNEL 'sobel-z' (one of: sobel-x, sobel-y"},
+      {{"apply", gray, out, "convolve", "sobel-x", "1", "0", "4"}, 2, "RECTIFIER must lie in 0..3, not 4"},
+      {{"apply", gray, out, "convolve", "sobel-x", "big"}, 2, "GAIN must be a number, not 'big'"},
+      {{"apply", gray, out, "box", "64"}, 2, "SIZE must lie in 1..63, not 64"},
   };
   for (const Case& c : cases) {
     std::string joined;
