@@ -47,6 +47,13 @@ const std::vector<Step>& Steps() {
        {"laplacian-8", "1", "0", "3"}},
       {"sharpened", "Highpass 1: sharpened, the noise too", "gray", "convolve", {"highpass-1"}},
       {"colour-box", "Box 9x9 on colour (floating-point route)", "colour", "box", {"9"}},
+      {"eroded", "Erosion, box 5x5: dark holes and marks grow", "gray", "morph-box", {"erode", "2"}},
+      {"dilated", "Dilation, box 5x5: bright parts grow", "gray", "morph-box", {"dilate", "2"}},
+      {"opened", "Opening, disk of radius 3: noise and thin bright lines gone", "gray", "morph-disk", {"open", "3"}},
+      {"marks", "Black top-hat, disk 4: the small dark printed marks stand out", "gray", "morph-disk",
+       {"black-tophat", "4"}},
+      {"outlines", "Morphological gradient, box 3x3: outlines", "gray", "morph-box", {"gradient", "1"}},
+      {"colour-closed", "Closing on colour, disk 3", "colour", "morph-disk", {"close", "3"}},
       {"red-minus-blue", "|red - blue|: the copper washer and the blue nut stand out (LumOper absdiff)", "red", "oper",
        {"absdiff", "@blue"}},
   };

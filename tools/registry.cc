@@ -251,6 +251,52 @@ void Box(Call& c) {
   RunKernel(c, kernel);
 }
 
+// ----- Morphology -----------------------------------------------------------------------------
+
+const std::vector<std::pair<std::string, int>>& MorphOperations() {
+  static const std::vector<std::pair<std::string, int>> operations = {
+      {"erode", 0}, {"dilate", 1}, {"open", 2}, {"close", 3}, {"white-tophat", 4}, {"black-tophat", 5},
+      {"gradient", 6}};
+  return operations;
+}
+
+const char* const kBoxNames[] = {"LumErodeBox", "LumDilateBox", "LumOpenBox", "LumCloseBox", "LumWhiteTopHatBox",
+                                 "LumBlackTopHatBox", "LumMorphoGradientBox"};
+const char* const kDiskNames[] = {"LumErodeDisk", "LumDilateDisk", "LumOpenDisk", "LumCloseDisk",
+                                  "LumWhiteTopHatDisk", "LumBlackTopHatDisk", "LumMorphoGradientDisk"};
+
+template <class T>
+void BoxMorphology(const Call& c, int operation, ZImage<T>* in, ZImage<T>* out, unsigned hw, unsigned hh) {
+  using Fn = void (*)(ZROI<T>*, ZROI<T>*, unsigned int, unsigned int);
+  static const Fn fns[] = {LumErodeBox, LumDilateBox, LumOpenBox, LumCloseBox, LumWhiteTopHatBox,
+                           LumBlackTopHatBox, LumMorphoGradientBox};
+  c.Library(kBoxNames[operation], [&] { fns[operation](in, out, hw, hh); });
+}
+
+template <class T>
+void DiskMorphology(const Call& c, int operation, ZImage<T>* in, ZImage<T>* out, unsigned radius) {
+  using Fn = void (*)(ZROI<T>*, ZROI<T>*, unsigned int);
+  static const Fn fns[] = {LumErodeDisk, LumDilateDisk, LumOpenDisk, LumCloseDisk, LumWhiteTopHatDisk,
+                           LumBlackTopHatDisk, LumMorphoGradientDisk};
+  c.Library(kDiskNames[operation], [&] { fns[operation](in, out, radius); });
+}
+
+void MorphBox(Call& c) {
+  const int operation = c.Choice(0, "OPERATION", MorphOperations());
+  const unsigned hw = static_cast<unsigned>(c.Int(1, "HALFWIDTH", 0, 255));
+  // All bits set: the same as the half width.
+  const unsigned hh = c.Has(2) ? static_cast<unsigned>(c.Int(2, "HALFHEIGHT", 0, 255)) : 0xFFFFFFFFu;
+  if (c.in().colour()) BoxMorphology(c, operation, c.in().rgb(), c.NewColour().rgb(), hw, hh);
+  else BoxMorphology(c, operation, c.in().gray(), c.NewGray().gray(), hw, hh);
+}
+
+void MorphDisk(Call& c) {
+  const int operation = c.Choice(0, "OPERATION", MorphOperations());
+  const unsigned radius = static_cast<unsigned>(c.Int(1, "RADIUS", 0, 255));
+  if (c.in().colour()) DiskMorphology(c, operation, c.in().rgb(), c.NewColour().rgb(), radius);
+  else DiskMorphology(c, operation, c.in().gray(), c.NewGray().gray(), radius);
+}
+
 }  // namespace
 
 const std::vector<Operator>& Operators() {
@@ -277,6 +323,11 @@ const std::vector<Operator>& Operators() {
        "lowpass-1..3, highpass-1..2; RECTIFIER 0 none, 1 negative, 2 positive, 3 absolute",
        "sobel-x 1 0 3", 1, 4, Convolve},
       {"box", "SIZE", "gray|colour", "LumConvolKernel with a SIZE x SIZE kernel of ones: the window mean", "5", 1, 1, Box},
+      {"morph-box", "OPERATION HALFWIDTH [HALFHEIGHT]", "gray|colour",
+       "box morphology over a (2 HALFWIDTH + 1) x (2 HALFHEIGHT + 1) window; OPERATION is erode, dilate, open, close, "
+       "white-tophat, black-tophat or gradient", "open 2", 2, 3, MorphBox},
+      {"morph-disk", "OPERATION RADIUS", "gray|colour", "the same operations over an octagon of RADIUS passes",
+       "black-tophat 4", 2, 2, MorphDisk},
   };
   return table;
 }

@@ -223,6 +223,8 @@ TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
       {{"apply", gray, out, "convolve", "sobel-x", "1", "0", "4"}, 2, "RECTIFIER must lie in 0..3, not 4"},
       {{"apply", gray, out, "convolve", "sobel-x", "big"}, 2, "GAIN must be a number, not 'big'"},
       {{"apply", gray, out, "box", "64"}, 2, "SIZE must lie in 1..63, not 64"},
+      {{"apply", gray, out, "morph-box", "shrink", "2"}, 2, "unknown OPERATION 'shrink' (one of: erode, dilate"},
+      {{"apply", gray, out, "morph-disk", "open"}, 2, "morph-disk takes 2 arguments (OPERATION RADIUS), 1 given"},
   };
   for (const Case& c : cases) {
     std::string joined;
