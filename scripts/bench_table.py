@@ -84,6 +84,12 @@ def is_pixelwise(op, kelmira):
     return kelmira["label"] == "pixelwise" or op.replace("BM_", "").startswith(PIXELWISE_PREFIXES)
 
 
+def unpaired(runs):
+    """Benchmarks the table leaves out because their names follow neither form, one per family."""
+    names = {name.split("/")[0] for name in runs if not MEMCPY.match(name) and not split_name(name)}
+    return sorted(names)
+
+
 def build_rows(runs):
     pairs, memcpy = {}, {}
     for name, m in runs.items():
@@ -137,7 +143,7 @@ def machine_line(context):
     return "; ".join(parts)
 
 
-def render(rows, context):
+def render(rows, context, left_out=()):
     lines = [f"Machine: {machine_line(context)}. Medians; single thread on both sides.", ""]
     lines.append("| Operator | Size | Kelmira (µs) | OpenCV (µs) | Kelmira/OpenCV | memcpy roof (µs) | of roof |")
     lines.append("|---|---|---:|---:|---:|---:|---:|")
@@ -149,6 +155,8 @@ def render(rows, context):
         geo = math.exp(sum(math.log(x) for x in ratios) / len(ratios))
         faster = sum(1 for x in ratios if x < 1)
         lines += ["", f"{len(ratios)} pairs: Kelmira faster in {faster}; geometric mean of Kelmira/OpenCV {geo:.2f}."]
+    if left_out:
+        lines += ["", "Not paired (name them <Family>/<Op>/Kelmira and .../OpenCV): " + ", ".join(left_out) + "."]
     return "\n".join(lines) + "\n"
 
 
@@ -163,11 +171,12 @@ def main(argv=None):
     except (OSError, ValueError, KeyError, TypeError) as e:
         print(f"bench_table: cannot read {args.json}: {e}", file=sys.stderr)
         return 2
-    rows = build_rows(medians(benchmarks))
+    runs = medians(benchmarks)
+    rows = build_rows(runs)
     if not rows:
         print(f"bench_table: no paired .../Kelmira and .../OpenCV benchmarks in {args.json}", file=sys.stderr)
         return 1
-    sys.stdout.write(render(rows, data.get("context", {})))
+    sys.stdout.write(render(rows, data.get("context", {}), unpaired(runs)))
     return 0
 
 
