@@ -85,6 +85,23 @@ TEST(Demo, CaptionCommandsRemakeTheirPictures) {
   EXPECT_GE(checked, 6);
 }
 
+TEST(Demo, ScalarRunGivesTheSamePicturesAndRestoresTheSwitch) {
+  // Every operator of the chain promises the same pixels on its scalar and wide paths.
+  const auto dir = ttest::Scratch();
+  const int wide = ZGetMMX();
+  ASSERT_EQ(Kelmira({"demo", "--out", (dir / "wide").string()}).code, 0);
+  const Outcome scalar = Kelmira({"demo", "--scalar", "--out", (dir / "scalar").string()});
+  ASSERT_EQ(scalar.code, 0) << scalar.err;
+  EXPECT_NE(scalar.out.find("wide paths off"), std::string::npos);
+  EXPECT_EQ(ZGetMMX(), wide);
+  for (const auto& entry : std::filesystem::directory_iterator(dir / "wide")) {
+    if (entry.path().extension() != ".png") continue;
+    EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage(entry.path().string()),
+                                  ktool::ReadImage((dir / "scalar" / entry.path().filename()).string())))
+        << entry.path().filename();
+  }
+}
+
 TEST(Demo, SceneHasItsPartsHolesAndNoise) {
   const Picture colour = ktool::MakeColourScene();
   const Picture gray = ktool::MakeGrayScene(colour);
