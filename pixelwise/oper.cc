@@ -62,6 +62,25 @@ bool Ready(std::initializer_list<const ZGenericROI*> sources, const ZGenericROI*
 
 bool IsBlack(const uint8_t* p) { return (p[0] | p[1] | p[2]) == 0; }
 
+// A row of 16-bit pixels at any byte address: a BW16 view may start at an odd address.
+class Row16 {
+ public:
+  explicit Row16(const uint8_t* p) : m_p(const_cast<uint8_t*>(p)) {}
+  uint16_t operator[](int x) const {
+    uint16_t v;
+    std::memcpy(&v, m_p + 2 * x, 2);
+    return v;
+  }
+  void Set(int x, uint32_t v) const {
+    const uint16_t w = static_cast<uint16_t>(v);
+    std::memcpy(m_p + 2 * x, &w, 2);
+  }
+  uint16_t* At(int x) const { return reinterpret_cast<uint16_t*>(m_p + 2 * x); }
+
+ private:
+  uint8_t* m_p;
+};
+
 // ----- scalar byte rows -----
 
 // Calls f with the code as a compile-time constant, so that each code gets its own loop.
@@ -206,35 +225,33 @@ uint32_t ConstFirst16Value(int code, uint32_t c, uint32_t p) {
 
 void ConstFirst16(int code, uint16_t c, const ZGenericROI* src, ZGenericROI* dst) {
   if (!Ready({src}, dst, kConstFirst, code)) return;
-  const rows::Rows<const uint16_t> rs(src);
-  const rows::Rows<uint16_t> rd(dst);
+  const CRows rs(src);
+  const WRows rd(dst);
   const int width = dst->GetWidth(), height = dst->GetHeight();
   WithValueCode(code, [&](auto k) {
     for (int y = 0; y < height; ++y) {
-      const uint16_t* s = rs[y];
-      uint16_t* d = rd[y];
-      for (int x = 0; x < width; ++x) d[x] = static_cast<uint16_t>(ConstFirst16Value(decltype(k)::value, c, s[x]));
+      const Row16 s(rs[y]), d(rd[y]);
+      for (int x = 0; x < width; ++x) d.Set(x, ConstFirst16Value(decltype(k)::value, c, s[x]));
     }
   });
 }
 
 void ImageFirst16(int code, const ZGenericROI* src, uint16_t c, ZGenericROI* dst) {
   if (!Ready({src}, dst, kImageFirstWorker, code)) return;
-  const rows::Rows<const uint16_t> rs(src);
-  const rows::Rows<uint16_t> rd(dst);
+  const CRows rs(src);
+  const WRows rd(dst);
   const int width = dst->GetWidth(), height = dst->GetHeight();
   const unsigned count = c & 31u;
   for (int y = 0; y < height; ++y) {
-    const uint16_t* s = rs[y];
-    uint16_t* d = rd[y];
+    const Row16 s(rs[y]), d(rd[y]);
     for (int x = 0; x < width; ++x) {
       const uint32_t p = s[x];
       switch (code) {
-        case 7: d[x] = static_cast<uint16_t>(p << count); break;
-        case 8: d[x] = static_cast<uint16_t>(p >> count); break;
-        case 21: if (p == 0) d[x] = c; break;
-        case 22: if (p != 0) d[x] = c; break;
-        default: d[x] = static_cast<uint16_t>(Value(code, p, c, kArith16Const));
+        case 7: d.Set(x, p << count); break;
+        case 8: d.Set(x, p >> count); break;
+        case 21: if (p == 0) d.Set(x, c); break;
+        case 22: if (p != 0) d.Set(x, c); break;
+        default: d.Set(x, Value(code, p, c, kArith16Const));
       }
     }
   }
@@ -242,27 +259,25 @@ void ImageFirst16(int code, const ZGenericROI* src, uint16_t c, ZGenericROI* dst
 
 void TwoImage16(int code, const ZGenericROI* a, const ZGenericROI* b, ZGenericROI* dst) {
   if (!Ready({a, b}, dst, kTwoImage16, code)) return;
-  const rows::Rows<const uint16_t> ra(a), rb(b);
-  const rows::Rows<uint16_t> rd(dst);
+  const CRows ra(a), rb(b);
+  const WRows rd(dst);
   const int width = dst->GetWidth(), height = dst->GetHeight();
   // Saturating addition has a wide twin: it gives the same pixels at any split of the row.
   const bool wide = code == 2 && ZGetMMX() != 0;
   for (int y = 0; y < height; ++y) {
-    const uint16_t *pa = ra[y], *pb = rb[y];
-    uint16_t* pd = rd[y];
+    const Row16 pa(ra[y]), pb(rb[y]), pd(rd[y]);
     const auto scalar = [&](int x0, int n) {
       if (code == 21 || code == 22) {
         for (int x = x0; x < x0 + n; ++x)
-          if ((pa[x] == 0) == (code == 21)) pd[x] = pb[x];
+          if ((pa[x] == 0) == (code == 21)) pd.Set(x, pb[x]);
         return;
       }
       WithValueCode(code, [&](auto k) {
-        for (int x = x0; x < x0 + n; ++x)
-          pd[x] = static_cast<uint16_t>(Value(decltype(k)::value, pa[x], pb[x], kArith16Two));
+        for (int x = x0; x < x0 + n; ++x) pd.Set(x, Value(decltype(k)::value, pa[x], pb[x], kArith16Two));
       });
     };
-    rows::WalkRow(pd, width, 2, wide, scalar,
-                  [&](int x, int n) { WideAddRow16(pa + x, pb + x, pd + x, static_cast<size_t>(n)); });
+    rows::WalkRow(rd[y], width, 2, wide, scalar,
+                  [&](int x, int n) { WideAddRow16(pa.At(x), pb.At(x), pd.At(x), static_cast<size_t>(n)); });
   }
 }
 
@@ -378,18 +393,18 @@ void LumOper(ARITH_LOGIC_OPERATIONS code, const ZROI<ZBW8>* sourceA, const ZROI<
   Form("LumOper ( BW8 Image and BW8 Image to BW16 Image)", OnlyThese(ko::kToBW16), code, [&] {
     if (!ko::Ready({sourceA, sourceB}, destination, ko::kToBW16, code)) return;
     const ko::CRows ra(sourceA), rb(sourceB);
-    const kelmira::rows::Rows<uint16_t> rd(destination);
+    const ko::WRows rd(destination);
     const int width = destination->GetWidth(), height = destination->GetHeight();
     for (int y = 0; y < height; ++y) {
       const uint8_t *a = ra[y], *b = rb[y];
-      uint16_t* d = rd[y];
+      const ko::Row16 d(rd[y]);
       for (int x = 0; x < width; ++x) {
         const uint32_t p = a[x], q = b[x];
         switch (code) {
-          case 2: d[x] = static_cast<uint16_t>(p + q); break;
-          case 3: d[x] = static_cast<uint16_t>(p > q ? p - q : 0); break;
-          case 4: d[x] = static_cast<uint16_t>(p * q); break;
-          default: d[x] = static_cast<uint16_t>(q == 0 ? 65535 : p / q); break;
+          case 2: d.Set(x, p + q); break;
+          case 3: d.Set(x, p > q ? p - q : 0); break;
+          case 4: d.Set(x, p * q); break;
+          default: d.Set(x, q == 0 ? 65535 : p / q); break;
         }
       }
     }
@@ -402,14 +417,12 @@ void LumOper(ARITH_LOGIC_OPERATIONS code, const ZROI<ZBW16>* sourceA, const ZROI
              ZROI<ZBW16>* destination) {
   Form("LumOper ( BW16 Image and BW8 Image to BW16 IMage)", OnlyThese(ko::kBW16AndBW8), code, [&] {
     if (!ko::Ready({sourceA, sourceB}, destination, ko::kBW16AndBW8, code)) return;
-    const kelmira::rows::Rows<const uint16_t> ra(sourceA);
-    const ko::CRows rb(sourceB);
-    const kelmira::rows::Rows<uint16_t> rd(destination);
+    const ko::CRows ra(sourceA), rb(sourceB);
+    const ko::WRows rd(destination);
     const int width = destination->GetWidth(), height = destination->GetHeight();
     for (int y = 0; y < height; ++y) {
-      const uint16_t* a = ra[y];
+      const ko::Row16 a(ra[y]), d(rd[y]);
       const uint8_t* b = rb[y];
-      uint16_t* d = rd[y];
       for (int x = 0; x < width; ++x) {
         const uint32_t p = a[x], q = b[x];
         uint32_t r;
@@ -421,7 +434,7 @@ void LumOper(ARITH_LOGIC_OPERATIONS code, const ZROI<ZBW16>* sourceA, const ZROI
           case 29: r = p + q; break;
           default: r = p - q; break;  // 30, modulo 65536
         }
-        d[x] = static_cast<uint16_t>(r);
+        d.Set(x, r);
       }
     }
   });

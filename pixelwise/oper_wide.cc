@@ -192,10 +192,8 @@ void AddRow16(const uint16_t* a, const uint16_t* b, uint16_t* dst, size_t n) {
     hn::StoreU(r1, d, dst + i + lanes);
   }
   for (; i + lanes <= n; i += lanes) hn::StoreU(hn::SaturatedAdd(hn::LoadU(d, a + i), hn::LoadU(d, b + i)), d, dst + i);
-  for (; i < n; ++i) {
-    const uint32_t s = uint32_t{a[i]} + b[i];
-    dst[i] = static_cast<uint16_t>(s > 65535 ? 65535 : s);
-  }
+  const hn::CappedTag<uint16_t, 1> d1;  // sources may sit at odd addresses: vector loads only
+  for (; i < n; ++i) hn::StoreU(hn::SaturatedAdd(hn::LoadU(d1, a + i), hn::LoadU(d1, b + i)), d1, dst + i);
 }
 
 void CopyRow(const uint8_t* HWY_RESTRICT s, uint8_t* HWY_RESTRICT dst, size_t n) {

@@ -54,7 +54,7 @@ uint32_t Get(ZROI<T>* v, int x, int y, int k) {
   if constexpr (std::is_same_v<T, ZC24>)
     return reinterpret_cast<const uint8_t*>(v->GetImagePtr(x, y))[k];
   else
-    return v->GetImagePtr(x, y)->value;
+    return v->GetPixel(x, y).value;
 }
 
 using Set = std::set<int>;

@@ -26,8 +26,9 @@
 #include "kelmira/foundation.h"
 
 // The operation codes of LumOper. The numbers are what a host passes; any int may be passed
-// through static_cast and is then refused or answered with 32767 as the form says.
-enum ARITH_LOGIC_OPERATIONS {
+// through static_cast (the type is int-based, so every int is a valid value) and is then refused
+// or answered with 32767 as the form says.
+enum ARITH_LOGIC_OPERATIONS : int {
   ARITH_LOGIC_COPY = 0,                 // a
   ARITH_LOGIC_INVERT = 1,               // ~a
   ARITH_LOGIC_ADD = 2,                  // a + b, clipped to M

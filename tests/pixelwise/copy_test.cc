@@ -1,0 +1,81 @@
+// LumCopy on every multi-byte pixel type: fills and copies at every byte offset and width, with
+// the wide paths on and off, in place, and the traces of bad input.
+#include <string>
+#include <vector>
+
+#include "support/kelmira_test.h"
+
+namespace {
+
+template <class T>
+void CheckFillAndCopy(T value, const char* fillTrace, const char* copyTrace) {
+  for (int wide : {0, 1}) {
+    kt::WideSetting setting(wide);
+    for (int width = 1; width <= 40; ++width) {
+      for (int offset = 0; offset < 10; ++offset) {
+        kt::Framed<T> s(width, 3, (offset * 7) % 10), d(width, 3, offset);
+        s.FillRandom(kt::Rng());
+        d.FillRandom(kt::Rng());
+        LumCopy(value, d.get());
+        ASSERT_EQ(ZGetError(), 0);
+        for (int y = 0; y < 3; ++y)
+          for (int x = 0; x < width; ++x)
+            ASSERT_EQ(std::memcmp(d->GetGenericImagePtr(x, y), &value, sizeof(T)), 0)
+                << fillTrace << " wide " << wide << " width " << width << " offset " << offset;
+        LumCopy(s.get(), d.get());
+        ASSERT_EQ(ZGetError(), 0);
+        ASSERT_TRUE(kt::SameBytes(s.get(), d.get())) << copyTrace << " width " << width << " offset " << offset;
+        ASSERT_TRUE(d.GuardsIntact() && s.GuardsIntact());
+        LumCopy(d.get(), d.get());  // in place changes nothing
+        ASSERT_TRUE(kt::SameBytes(s.get(), d.get()));
+      }
+    }
+  }
+  // Bad input: the form's trace, nothing written.
+  kt::Framed<T> s(6, 4, 1), d(6, 4, 2), narrow(5, 4, 0);
+  ZROI<T> none;
+  d.FillRandom(kt::Rng());
+  ZImage<T> old(6, 4);
+  LumCopy(d.get(), &old);
+  LumCopy(value, static_cast<ZROI<T>*>(nullptr));
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{fillTrace});
+  LumCopy(value, &none);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  LumCopy(&none, d.get());
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{copyTrace});
+  LumCopy(narrow.get(), d.get());
+  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{copyTrace});
+  LumCopy(s.get(), static_cast<ZROI<T>*>(nullptr));
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  EXPECT_TRUE(kt::SameBytes(d.get(), &old));
+  EXPECT_TRUE(d.GuardsIntact());
+}
+
+TEST(Copy, BW8) { CheckFillAndCopy(ZBW8(0xC3), "LumCopy ( BW8 Const to Image)", "LumCopy ( BW8 Image to Image)"); }
+TEST(Copy, BW16) { CheckFillAndCopy(ZBW16(0xBEEF), "LumCopy (BW16 Const)", "LumCopy (BW16 Image)"); }
+TEST(Copy, BW32) { CheckFillAndCopy(ZBW32(0xDEADBEEF), "LumCopy (BW32 Const)", "LumCopy (BW32 Image)"); }
+TEST(Copy, C15) { CheckFillAndCopy(ZC15(0x1234), "LumCopy (C15 Const)", "LumCopy ( C15 Image)"); }
+TEST(Copy, C16) { CheckFillAndCopy(ZC16(0xF00D), "LumCopy (C16 Const)", "LumCopy ( C16 Image)"); }
+TEST(Copy, C24) { CheckFillAndCopy(ZC24(1, 2, 3), "LumCopy (C24 Const)", "LumCopy ( C24 Image)"); }
+
+TEST(Copy, ContiguousImagesAndViewsOfOneImage) {
+  ZImage<ZBW8> a(64, 9), b(64, 9);
+  kt::Framed<ZBW8> f(64, 9);
+  f.FillRandom(kt::Rng());
+  LumCopy(f.get(), &a);
+  LumCopy(&a, &b);  // rows without gaps
+  EXPECT_TRUE(kt::SameBytes(f.get(), &b));
+  // Two views of one image side by side: each row is copied, the gap between them untouched.
+  ZROI<ZBW8> left(&b, 0, 0, 30, 9), right(&b, 32, 0, 30, 9);
+  LumCopy(ZBW8(7), &right);
+  LumCopy(&right, &left);
+  for (int y = 0; y < 9; ++y) {
+    EXPECT_EQ(b.GetPixel(29, y).value, 7);
+    EXPECT_EQ(b.GetPixel(30, y).value, f->GetPixel(30, y).value);
+  }
+}
+
+}  // namespace
