@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# The main job: builds Kelmira in Release and runs its demo. Installs missing Debian packages first.
+# The main job: installs missing Debian packages, builds Kelmira and its kelmira tool in Release,
+# and runs the demo. Extra arguments go to `kelmira demo`.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
-cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DKELMIRA_BUILD_TESTS=OFF >/dev/null
-cmake --build build/release
-if [ -x build/release/tools/kelmira ]; then
-  build/release/tools/kelmira demo --out build/demo "$@"
-else
-  build/release/tools/kelmira_example
-fi
+cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DKELMIRA_BUILD_TESTS=OFF -DKELMIRA_BUILD_TOOLS=ON >/dev/null
+cmake --build build/release --target kelmira_tool
+build/release/tools/kelmira demo --out build/demo "$@"
+echo
+echo "Pictures: $(pwd)/build/demo/*.png"
+echo "Contact sheet: open file://$(pwd)/build/demo/index.html in a browser"
+echo "More: build/release/tools/kelmira --help, build/release/tools/kelmira list"

@@ -1,5 +1,16 @@
 // Shared pieces of the benchmarks: images whose pixels Kelmira and OpenCV both see (a cv::Mat
 // header over a ZImage's rows), random content, and the sizes every family measures.
+//
+// Naming, which scripts/bench_table.py relies on to pair the two sides of a row of its table.
+// Either form works; the side is what differs between the two names:
+//   ->Name("<Family>/<Op>/Kelmira") and ->Name("<Family>/<Op>/OpenCV")   e.g. Oper/Add/Kelmira
+//   BM_<Op>_<Type>_Kelmira and BM_<Op>_<Type>_OpenCV                     e.g. BM_Lut_BW8_OpenCV
+//   BM_Memcpy_<Type>: memcpy, the roof of the pixel-wise operators
+// Both sides take the same ->Args / ->Apply(kb::Sizes), so "Oper/Add/Kelmira/1920/1080" meets
+// "Oper/Add/OpenCV/1920/1080". A pixel-wise benchmark calls kb::SetBytes (the bytes it reads and
+// writes) and, unless its name begins with Oper, Copy, Lut, GainOffset, Convert, Add, Subtract,
+// AbsDiff, Invert, And, Or or Xor, kb::PixelWise(state) on its Kelmira side: the table then
+// sets it beside memcpy of as many bytes.
 #ifndef KELMIRA_BENCH_COMMON_H
 #define KELMIRA_BENCH_COMMON_H
 
@@ -31,6 +42,9 @@ struct Shared {
   ZImage<T> image;
   cv::Mat mat;
 };
+
+// Marks a benchmark as pixel-wise: the table compares it with memcpy.
+inline void PixelWise(benchmark::State& state) { state.SetLabel("pixelwise"); }
 
 // Bytes touched per iteration, so that Google Benchmark prints a bandwidth.
 inline void SetBytes(benchmark::State& state, int64_t bytesPerIteration) {

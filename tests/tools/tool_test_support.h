@@ -1,0 +1,53 @@
+// Helpers of the tool tests: scratch files and pictures with known pixels.
+#ifndef KELMIRA_TESTS_TOOLS_SUPPORT_H
+#define KELMIRA_TESTS_TOOLS_SUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+
+#include "picture.h"
+
+namespace ttest {
+
+// A fresh directory under the test temp dir, named after the running test.
+inline std::filesystem::path Scratch() {
+  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+  std::filesystem::path dir = std::filesystem::path(::testing::TempDir()) / "kelmira_tool_tests" /
+                              (std::string(info->test_suite_name()) + "." + info->name());
+  std::filesystem::remove_all(dir);
+  std::filesystem::create_directories(dir);
+  return dir;
+}
+
+inline void WriteBytes(const std::filesystem::path& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+inline std::string ReadBytes(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+inline ktool::Picture Random(bool colour, int width, int height, unsigned seed) {
+  ktool::Picture p = colour ? ktool::Picture::Colour(width, height) : ktool::Picture::Gray(width, height);
+  std::mt19937 rng(seed);
+  for (int y = 0; y < height; ++y)
+    for (int i = 0; i < width * p.channels(); ++i) p.row(y)[i] = static_cast<uint8_t>(rng());
+  return p;
+}
+
+inline bool SamePixels(const ktool::Picture& a, const ktool::Picture& b) {
+  if (a.colour() != b.colour() || a.width() != b.width() || a.height() != b.height()) return false;
+  for (int y = 0; y < a.height(); ++y)
+    if (std::memcmp(a.row(y), b.row(y), static_cast<size_t>(a.width()) * a.channels()) != 0) return false;
+  return true;
+}
+
+}  // namespace ttest
+
+#endif  // KELMIRA_TESTS_TOOLS_SUPPORT_H

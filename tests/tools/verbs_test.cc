@@ -1,0 +1,296 @@
+// The verbs through Main(), as a user calls them: the demo's files, apply round trips, --help,
+// and every kind of bad input giving its one-line message and exit code. The last group runs the
+// built program itself.
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <sstream>
+
+#include "image_io.h"
+#include "registry.h"
+#include "scene.h"
+#include "tool_test_support.h"
+#include "verbs.h"
+
+namespace {
+
+using ktool::Picture;
+
+struct Outcome {
+  int code;
+  std::string out, err;
+};
+
+Outcome Kelmira(const ktool::Words& words) {
+  std::ostringstream out, err;
+  const int code = ktool::Main(words, out, err);
+  return {code, out.str(), err.str()};
+}
+
+TEST(Demo, WritesEveryPictureAndAContactSheetThatShowsThem) {
+  const auto dir = ttest::Scratch() / "nested" / "demo";
+  const Outcome r = Kelmira({"demo", "--out", dir.string()});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_EQ(r.err, "");
+  const std::string html = ttest::ReadBytes(dir / "index.html");
+  // Every PNG in the directory is shown on the sheet, with a caption, and reads back.
+  int pictures = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(dir)) {
+    if (entry.path().extension() != ".png") continue;
+    ++pictures;
+    const std::string name = entry.path().filename().string();
+    EXPECT_NE(html.find("<img src=\"" + name + "\""), std::string::npos) << name;
+    const Picture p = ktool::ReadImage(entry.path().string());
+    EXPECT_GT(p.width(), 0);
+    // Each step is listed in the timing table by its name.
+    const std::string step = name.substr(3, name.size() - 7);
+    if (step != "colour" && step != "gray") {
+      EXPECT_NE(r.out.find(" " + step + " "), std::string::npos) << step;
+    }
+  }
+  EXPECT_GE(pictures, 8);
+  int captions = 0;
+  for (size_t at = html.find("<figcaption>"); at != std::string::npos; at = html.find("<figcaption>", at + 1)) ++captions;
+  EXPECT_EQ(captions, pictures);
+  const Picture colour = ktool::ReadImage((dir / "00-colour.png").string());
+  EXPECT_TRUE(colour.colour());
+  EXPECT_EQ(colour.width(), ktool::kSceneWidth);
+  EXPECT_EQ(colour.height(), ktool::kSceneHeight);
+  EXPECT_FALSE(ktool::ReadImage((dir / "01-gray.png").string()).colour());
+}
+
+TEST(Demo, CaptionCommandsRemakeTheirPictures) {
+  // The command under each picture, run in the demo directory, gives the same pixels.
+  const auto dir = ttest::Scratch();
+  ASSERT_EQ(Kelmira({"demo", "--out", dir.string()}).code, 0);
+  const std::string html = ttest::ReadBytes(dir / "index.html");
+  const std::string open = "<code>kelmira ", close = "</code>";
+  int checked = 0;
+  for (size_t at = html.find(open); at != std::string::npos; at = html.find(open, at + 1)) {
+    const size_t from = at + open.size();
+    const std::string line = html.substr(from, html.find(close, from) - from);
+    std::istringstream words(line);
+    ktool::Words args;
+    for (std::string w; words >> w;) args.push_back(w);
+    const std::string expected = args[2];
+    args[1] = (dir / args[1]).string();
+    args[2] = (dir / ("again-" + expected)).string();
+    for (size_t i = 4; i < args.size(); ++i)
+      if (args[i].size() > 4 && args[i].substr(args[i].size() - 4) == ".png") args[i] = (dir / args[i]).string();
+    const Outcome r = Kelmira(args);
+    ASSERT_EQ(r.code, 0) << line << ": " << r.err;
+    EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage(args[2]), ktool::ReadImage((dir / expected).string()))) << line;
+    ++checked;
+  }
+  EXPECT_GE(checked, 6);
+}
+
+TEST(Demo, ScalarRunGivesTheSamePicturesAndRestoresTheSwitch) {
+  // Every operator of the chain promises the same pixels on its scalar and wide paths.
+  const auto dir = ttest::Scratch();
+  const int wide = ZGetMMX();
+  ASSERT_EQ(Kelmira({"demo", "--out", (dir / "wide").string()}).code, 0);
+  const Outcome scalar = Kelmira({"demo", "--scalar", "--out", (dir / "scalar").string()});
+  ASSERT_EQ(scalar.code, 0) << scalar.err;
+  EXPECT_NE(scalar.out.find("wide paths off"), std::string::npos);
+  EXPECT_EQ(ZGetMMX(), wide);
+  for (const auto& entry : std::filesystem::directory_iterator(dir / "wide")) {
+    if (entry.path().extension() != ".png") continue;
+    EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage(entry.path().string()),
+                                  ktool::ReadImage((dir / "scalar" / entry.path().filename()).string())))
+        << entry.path().filename();
+  }
+}
+
+TEST(Demo, SceneHasItsPartsHolesAndNoise) {
+  const Picture colour = ktool::MakeColourScene();
+  const Picture gray = ktool::MakeGrayScene(colour);
+  // The bracket is bright, its bored hole shows the darker belt, the washer is copper (red > blue).
+  EXPECT_GT(gray.row(130)[60], gray.row(100)[80] + 60);
+  EXPECT_GT(colour.row(120)[3 * 480], colour.row(120)[3 * 480 + 2] + 60);
+  // Noise: a flat patch of belt is not constant, and the same seed gives the same pixels.
+  int distinct = 0;
+  for (int x = 1; x < 40; ++x) distinct += gray.row(250)[x] != gray.row(250)[x - 1];
+  EXPECT_GT(distinct, 10);
+  EXPECT_TRUE(ttest::SamePixels(colour, ktool::MakeColourScene()));
+  EXPECT_FALSE(ttest::SamePixels(colour, ktool::MakeColourScene(8)));
+}
+
+TEST(Apply, RoundTripsAndRunsOperatorsOnFiles) {
+  const auto dir = ttest::Scratch();
+  const Picture colour = ttest::Random(true, 37, 11, 4);
+  const std::string in = (dir / "in.png").string();
+  ktool::WriteImage(colour, in);
+  // Swapping two components twice gives the image back, through PNG and PPM.
+  ASSERT_EQ(Kelmira({"apply", in, (dir / "s.ppm").string(), "swap", "0", "2"}).code, 0);
+  const Outcome r = Kelmira({"apply", (dir / "s.ppm").string(), (dir / "back.png").string(), "swap", "2", "0"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_NE(r.out.find("37x11 colour"), std::string::npos) << r.out;
+  EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage((dir / "back.png").string()), colour));
+  // A plane taken out and put back into a cleared image.
+  ASSERT_EQ(Kelmira({"apply", in, (dir / "g.pgm").string(), "get-component", "1"}).code, 0);
+  const Picture plane = ktool::ReadImage((dir / "g.pgm").string());
+  for (int x = 0; x < 37; ++x) EXPECT_EQ(plane.row(5)[x], colour.row(5)[3 * x + 1]);
+  ASSERT_EQ(Kelmira({"apply", in, (dir / "set.png").string(), "set-component", "0", (dir / "g.pgm").string()}).code, 0);
+  const Picture set = ktool::ReadImage((dir / "set.png").string());
+  for (int x = 0; x < 37; ++x) {
+    EXPECT_EQ(set.row(7)[3 * x], colour.row(7)[3 * x + 1]);
+    EXPECT_EQ(set.row(7)[3 * x + 2], colour.row(7)[3 * x + 2]);
+  }
+  // Crop at the far corner keeps the pixels of the view; numbers may be hexadecimal.
+  ASSERT_EQ(Kelmira({"apply", in, (dir / "c.png").string(), "crop", "0x22", "9", "3", "2"}).code, 0);
+  const Picture crop = ktool::ReadImage((dir / "c.png").string());
+  ASSERT_EQ(crop.width(), 3);
+  ASSERT_EQ(crop.height(), 2);
+  EXPECT_EQ(std::memcmp(crop.row(1), colour.row(10) + 3 * 34, 9), 0);
+}
+
+TEST(Apply, EveryOperatorRunsItsExampleOnTheKindsItTakesAndRefusesTheOthers) {
+  const auto dir = ttest::Scratch();
+  const std::string gray = (dir / "gray.png").string(), colour = (dir / "colour.png").string();
+  ktool::WriteImage(ttest::Random(false, 96, 72, 11), gray);
+  ktool::WriteImage(ttest::Random(true, 96, 72, 12), colour);
+  ktool::WriteImage(ttest::Random(false, 96, 72, 13), (dir / "plane.png").string());
+  for (const ktool::Operator& op : ktool::Operators()) {
+    const std::string takes = op.input;
+    for (const auto& [kind, in] : {std::pair<std::string, std::string>{"gray", gray}, {"colour", colour}}) {
+      ktool::Words words = {"apply", in, (dir / (std::string(op.name) + "-" + kind + ".png")).string(), op.name};
+      std::istringstream example(op.example);
+      for (std::string w; example >> w;) words.push_back(w.find(".png") != std::string::npos ? (dir / w).string() : w);
+      const Outcome r = Kelmira(words);
+      if (takes.find(kind) != std::string::npos) {
+        EXPECT_EQ(r.code, 0) << op.name << " on " << kind << ": " << r.err;
+        EXPECT_GT(ktool::ReadImage(words[2]).width(), 0) << op.name;
+      } else {
+        EXPECT_EQ(r.code, 2) << op.name << " on " << kind;
+        EXPECT_NE(r.err.find("needs a"), std::string::npos) << r.err;
+      }
+    }
+  }
+}
+
+TEST(Help, EveryVerbHasHelpAndListNamesEveryOperator) {
+  for (const ktool::Words& words : std::vector<ktool::Words>{{"--help"}, {"help"}, {"-h"}}) {
+    const Outcome r = Kelmira(words);
+    EXPECT_EQ(r.code, 0);
+    EXPECT_NE(r.out.find("usage: kelmira VERB"), std::string::npos);
+  }
+  for (const char* verb : {"demo", "apply", "list"}) {
+    for (const ktool::Words& words : std::vector<ktool::Words>{{verb, "--help"}, {"help", verb}, {verb, "x", "-h"}}) {
+      const Outcome r = Kelmira(words);
+      EXPECT_EQ(r.code, 0) << verb << r.err;
+      EXPECT_EQ(r.out.rfind(std::string("usage: kelmira ") + verb, 0), 0u) << r.out;
+    }
+  }
+  const Outcome list = Kelmira({"list"});
+  ASSERT_EQ(list.code, 0);
+  for (const ktool::Operator& op : ktool::Operators())
+    EXPECT_NE(list.out.find(std::string("  ") + op.name + " " + op.arguments), std::string::npos) << op.name;
+}
+
+TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
+  const auto dir = ttest::Scratch();
+  const std::string gray = (dir / "gray.pgm").string(), colour = (dir / "colour.ppm").string();
+  const std::string out = (dir / "out.png").string();
+  ktool::WriteImage(ttest::Random(false, 8, 6, 1), gray);
+  ktool::WriteImage(ttest::Random(true, 8, 6, 1), colour);
+  ktool::WriteImage(ttest::Random(false, 5, 5, 1), (dir / "small.pgm").string());
+  ttest::WriteBytes(dir / "bad.pgm", "P5 8 6 255\nshort");
+  struct Case {
+    ktool::Words words;
+    int code;
+    std::string message;
+  };
+  const std::vector<Case> cases = {
+      {{"frobnicate"}, 2, "unknown verb 'frobnicate'"},
+      {{"help", "frobnicate"}, 2, "unknown verb 'frobnicate'"},
+      {{"list", "extra"}, 2, "list takes no arguments"},
+      {{"demo", "--out"}, 2, "--out needs a directory"},
+      {{"demo", "--fast"}, 2, "unknown argument '--fast'"},
+      {{"apply", gray}, 2, "apply needs IN OUT OP"},
+      {{"apply", gray, out, "blur"}, 2, "unknown operator 'blur'"},
+      {{"apply", gray, out, "crop", "1", "1"}, 2, "crop takes 4 arguments (X Y WIDTH HEIGHT), 2 given"},
+      {{"apply", gray, out, "crop", "1", "1", "2", "2", "2"}, 2, "5 given"},
+      {{"apply", gray, out, "crop", "one", "1", "2", "2"}, 2, "X must be an integer, not 'one'"},
+      {{"apply", gray, out, "crop", "1", "1", "0", "2"}, 2, "WIDTH must lie in 1..65535, not 0"},
+      {{"apply", gray, out, "crop", "4", "1", "5", "2"}, 2, "does not lie inside the 8x6 gray image"},
+      {{"apply", gray, out, "crop", "--x", "1", "5", "2"}, 2, "unknown option '--x'"},
+      {{"apply", gray, out, "get-component", "1"}, 2, "get-component needs a colour image; the input is gray"},
+      {{"apply", colour, out, "set-component", "1", colour}, 2, "PLANE must be a gray image"},
+      {{"apply", colour, out, "set-component", "1", (dir / "small.pgm").string()}, 2, "they must have the same size"},
+      {{"apply", colour, out, "swap", "0", "3"}, 2, "B must lie in 0..2, not 3"},
+      {{"apply", (dir / "nope.png").string(), out, "crop", "0", "0", "1", "1"}, 3, "nope.png: cannot open"},
+      {{"apply", (dir / "bad.pgm").string(), out, "crop", "0", "0", "1", "1"}, 3, "bad.pgm: truncated PNM"},
+      {{"apply", colour, (dir / "o.pgm").string(), "swap", "0", "1"}, 3, "cannot be written as PGM"},
+      {{"apply", gray, (dir / "no" / "o.png").string(), "crop", "0", "0", "1", "1"}, 3, "cannot write PNG"},
+      {{"demo", "--out", gray}, 3, "cannot create the directory"},
+      // The library's own refusal: number, text and the operator that failed.
+      {{"apply", colour, out, "get-component", "3"}, 4,
+       std::string("HueGetComponent failed: error 1013 (") + ZGetErrorText(Z_ERROR_ARGUMENT_3) + ")"},
+      {{"apply", gray, out, "oper", "shift-left", gray}, 4,
+       std::string("LumOper failed: error 1003 (") + ZGetErrorText(Z_ERROR_BAD_OPERATION) +
+           "); trace: \"LumOper ( BW8 Image, Image to Image)\""},
+      {{"apply", colour, out, "oper", "logical-and", "7"}, 4, "trace: \"LumOper ( C24 Image, Const to Image)\""},
+      {{"apply", gray, out, "oper", "frob"}, 2, "unknown CODE 'frob' (one of: copy, invert, add"},
+      {{"apply", gray, out, "oper", "add", "256"}, 2, "VALUE must lie in 0..255, not 256"},
+      {{"apply", gray, out, "oper", "add", "1,2,3"}, 2, "VALUE must be a number 0..255, not '1,2,3'"},
+      {{"apply", colour, out, "fill", "1,2"}, 2, "VALUE must be a number 0..255 or R,G,B, not '1,2'"},
+      {{"apply", gray, out, "oper", "add", (dir / "small.pgm").string()}, 2, "they must have the same size"},
+      {{"apply", gray, out, "convolve", "sobel-z"}, 2, "unknown KERNEL 'sobel-z' (one of: sobel-x, sobel-y"},
+      {{"apply", gray, out, "convolve", "sobel-x", "1", "0", "4"}, 2, "RECTIFIER must lie in 0..3, not 4"},
+      {{"apply", gray, out, "convolve", "sobel-x", "big"}, 2, "GAIN must be a number, not 'big'"},
+      {{"apply", gray, out, "box", "64"}, 2, "SIZE must lie in 1..63, not 64"},
+      {{"apply", gray, out, "morph-box", "shrink", "2"}, 2, "unknown OPERATION 'shrink' (one of: erode, dilate"},
+      {{"apply", gray, out, "morph-disk", "open"}, 2, "morph-disk takes 2 arguments (OPERATION RADIUS), 1 given"},
+  };
+  for (const Case& c : cases) {
+    std::string joined;
+    for (const std::string& w : c.words) joined += " " + w;
+    const Outcome r = Kelmira(c.words);
+    EXPECT_EQ(r.code, c.code) << joined << "\n" << r.err;
+    EXPECT_EQ(r.err.rfind("kelmira: ", 0), 0u) << joined << "\n" << r.err;
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << joined << "\n" << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << joined << "\n" << r.err;
+  }
+  EXPECT_FALSE(std::filesystem::exists(out)) << "a failed apply wrote its output";
+  // No arguments: the usage text and the usage code.
+  const Outcome none = Kelmira({});
+  EXPECT_EQ(none.code, 2);
+  EXPECT_NE(none.err.find("usage: kelmira"), std::string::npos);
+}
+
+TEST(BadInput, LibraryErrorsShowTheirTraceInnermostFirstAndAreCleared) {
+  ZOk();
+  ZSetError(Z_ERROR_DIFFERENT_SIZES);
+  ZTraceError("Inner");
+  ZTraceError("Outer ( BW8)");
+  try {
+    ktool::CheckLibrary("LumSomething");
+    ADD_FAILURE() << "no error";
+  } catch (const ktool::ToolError& e) {
+    EXPECT_EQ(e.code(), ktool::kExitLibrary);
+    EXPECT_EQ(std::string(e.what()), std::string("LumSomething failed: error 1402 (") +
+                                         ZGetErrorText(Z_ERROR_DIFFERENT_SIZES) + "); trace: \"Inner\" < \"Outer ( BW8)\"");
+  }
+  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+  EXPECT_NO_THROW(ktool::CheckLibrary("LumSomething"));
+}
+
+// The program itself: main() passes the words and returns the exit code.
+TEST(Program, ExitCodesReachTheShell) {
+  const auto dir = ttest::Scratch();
+  const std::string program = KELMIRA_TOOL_PROGRAM;
+  const auto status = [&](const std::string& args) {
+    const int s = std::system((program + " " + args + " >" + (dir / "out.txt").string() + " 2>&1").c_str());
+    return WIFEXITED(s) ? WEXITSTATUS(s) : -1;
+  };
+  EXPECT_EQ(status("--help"), 0);
+  EXPECT_NE(ttest::ReadBytes(dir / "out.txt").find("usage: kelmira"), std::string::npos);
+  EXPECT_EQ(status("list"), 0);
+  EXPECT_EQ(status("apply " + (dir / "none.png").string() + " x.png crop 0 0 1 1"), 3);
+  EXPECT_EQ(ttest::ReadBytes(dir / "out.txt"), "kelmira: " + (dir / "none.png").string() +
+                                                   ": cannot open for reading: No such file or directory\n");
+  EXPECT_EQ(status("nonsense"), 2);
+}
+
+}  // namespace
