@@ -25,7 +25,7 @@ void BM_LumConvert_C24ToBW8(benchmark::State& state) {
   }
   kb::SetBytes(state, p.Bytes());
 }
-BENCHMARK(BM_LumConvert_C24ToBW8)->Apply(kb::Sizes);
+BENCHMARK(BM_LumConvert_C24ToBW8)->Name("Convert/C24ToBW8/Kelmira")->Apply(kb::Sizes);
 
 void BM_OpenCV_BGR2GRAY(benchmark::State& state) {
   Pair<ZC24, ZBW8> p(state, CV_8UC3, CV_8UC1);
@@ -35,7 +35,7 @@ void BM_OpenCV_BGR2GRAY(benchmark::State& state) {
   }
   kb::SetBytes(state, p.Bytes());
 }
-BENCHMARK(BM_OpenCV_BGR2GRAY)->Apply(kb::Sizes);
+BENCHMARK(BM_OpenCV_BGR2GRAY)->Name("Convert/C24ToBW8/OpenCV")->Apply(kb::Sizes);
 
 void BM_LumConvert_BW8ToC24(benchmark::State& state) {
   Pair<ZBW8, ZC24> p(state, CV_8UC1, CV_8UC3);
@@ -45,7 +45,7 @@ void BM_LumConvert_BW8ToC24(benchmark::State& state) {
   }
   kb::SetBytes(state, p.Bytes());
 }
-BENCHMARK(BM_LumConvert_BW8ToC24)->Apply(kb::Sizes);
+BENCHMARK(BM_LumConvert_BW8ToC24)->Name("Convert/BW8ToC24/Kelmira")->Apply(kb::Sizes);
 
 void BM_OpenCV_GRAY2BGR(benchmark::State& state) {
   Pair<ZBW8, ZC24> p(state, CV_8UC1, CV_8UC3);
@@ -55,7 +55,7 @@ void BM_OpenCV_GRAY2BGR(benchmark::State& state) {
   }
   kb::SetBytes(state, p.Bytes());
 }
-BENCHMARK(BM_OpenCV_GRAY2BGR)->Apply(kb::Sizes);
+BENCHMARK(BM_OpenCV_GRAY2BGR)->Name("Convert/BW8ToC24/OpenCV")->Apply(kb::Sizes);
 
 void BM_LumConvert_BW8ToBW16(benchmark::State& state) {
   Pair<ZBW8, ZBW16> p(state, CV_8UC1, CV_16UC1);
@@ -65,7 +65,7 @@ void BM_LumConvert_BW8ToBW16(benchmark::State& state) {
   }
   kb::SetBytes(state, p.Bytes());
 }
-BENCHMARK(BM_LumConvert_BW8ToBW16)->Apply(kb::Sizes);
+BENCHMARK(BM_LumConvert_BW8ToBW16)->Name("Convert/BW8ToBW16/Kelmira")->Apply(kb::Sizes);
 
 void BM_OpenCV_ConvertTo16U(benchmark::State& state) {
   Pair<ZBW8, ZBW16> p(state, CV_8UC1, CV_16UC1);
@@ -75,7 +75,7 @@ void BM_OpenCV_ConvertTo16U(benchmark::State& state) {
   }
   kb::SetBytes(state, p.Bytes());
 }
-BENCHMARK(BM_OpenCV_ConvertTo16U)->Apply(kb::Sizes);
+BENCHMARK(BM_OpenCV_ConvertTo16U)->Name("Convert/BW8ToBW16/OpenCV")->Apply(kb::Sizes);
 
 void BM_LumConvert_BW8ToFloat(benchmark::State& state) {
   Pair<ZBW8, ZFLOAT32> p(state, CV_8UC1, CV_32FC1);
@@ -85,7 +85,7 @@ void BM_LumConvert_BW8ToFloat(benchmark::State& state) {
   }
   kb::SetBytes(state, p.Bytes());
 }
-BENCHMARK(BM_LumConvert_BW8ToFloat)->Apply(kb::Sizes);
+BENCHMARK(BM_LumConvert_BW8ToFloat)->Name("Convert/BW8ToFloat/Kelmira")->Apply(kb::Sizes);
 
 void BM_OpenCV_ConvertTo32F(benchmark::State& state) {
   Pair<ZBW8, ZFLOAT32> p(state, CV_8UC1, CV_32FC1);
@@ -95,6 +95,6 @@ void BM_OpenCV_ConvertTo32F(benchmark::State& state) {
   }
   kb::SetBytes(state, p.Bytes());
 }
-BENCHMARK(BM_OpenCV_ConvertTo32F)->Apply(kb::Sizes);
+BENCHMARK(BM_OpenCV_ConvertTo32F)->Name("Convert/BW8ToFloat/OpenCV")->Apply(kb::Sizes);
 
 }  // namespace

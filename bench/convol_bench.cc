@@ -25,8 +25,8 @@ std::vector<float> Weights(int n) {
   return w;
 }
 
+template <int route>
 void BM_ConvolKernel(benchmark::State& state) {
-  const int route = static_cast<int>(state.range(0));
   const Setup s = kSetups[route];
   kb::Shared<ZBW8> src(1920, 1080, CV_8UC1), dst(1920, 1080, CV_8UC1);
   ZKernel kernel(s.n, s.n, 1.0f, 0, s.rectifier, 0);
@@ -43,8 +43,8 @@ void BM_ConvolKernel(benchmark::State& state) {
   kb::SetBytes(state, 2LL * 1920 * 1080);
 }
 
+template <int n>
 void BM_OpenCVFilter2D(benchmark::State& state) {
-  const int n = static_cast<int>(state.range(0));
   kb::Shared<ZBW8> src(1920, 1080, CV_8UC1), dst(1920, 1080, CV_8UC1);
   std::vector<float> w = Weights(n);
   float sum = 0;
@@ -58,7 +58,18 @@ void BM_OpenCVFilter2D(benchmark::State& state) {
   kb::SetBytes(state, 2LL * 1920 * 1080);
 }
 
-BENCHMARK(BM_ConvolKernel)->DenseRange(kShort3, kFloat11)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_OpenCVFilter2D)->Arg(3)->Arg(5)->Arg(7)->Arg(11)->Unit(benchmark::kMicrosecond);
+// Each route beside cv::filter2D with a kernel of its size, named so that the table pairs them.
+BENCHMARK(BM_ConvolKernel<kShort3>)->Name("Convol/Short3x3/Kelmira")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_OpenCVFilter2D<3>)->Name("Convol/Short3x3/OpenCV")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ConvolKernel<kQ15x3>)->Name("Convol/Q15_3x3/Kelmira")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_OpenCVFilter2D<3>)->Name("Convol/Q15_3x3/OpenCV")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ConvolKernel<kQ15x5>)->Name("Convol/Q15_5x5/Kelmira")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_OpenCVFilter2D<5>)->Name("Convol/Q15_5x5/OpenCV")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ConvolKernel<kSym5>)->Name("Convol/Symmetric5x5/Kelmira")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_OpenCVFilter2D<5>)->Name("Convol/Symmetric5x5/OpenCV")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ConvolKernel<kQ15x7>)->Name("Convol/Q15_7x7/Kelmira")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_OpenCVFilter2D<7>)->Name("Convol/Q15_7x7/OpenCV")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ConvolKernel<kFloat11>)->Name("Convol/Float11x11/Kelmira")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_OpenCVFilter2D<11>)->Name("Convol/Float11x11/OpenCV")->Unit(benchmark::kMicrosecond);
 
 }  // namespace

@@ -16,7 +16,7 @@ void BM_LumLut_BW8(benchmark::State& state) {
   }
   kb::SetBytes(state, 2 * static_cast<int64_t>(state.range(0)) * state.range(1));
 }
-BENCHMARK(BM_LumLut_BW8)->Apply(kb::Sizes);
+BENCHMARK(BM_LumLut_BW8)->Name("Lut/BW8/Kelmira")->Apply(kb::Sizes);
 
 void BM_OpenCV_LUT(benchmark::State& state) {
   kb::Shared<ZBW8> a(state.range(0), state.range(1), CV_8UC1), b(state.range(0), state.range(1), CV_8UC1);
@@ -28,7 +28,7 @@ void BM_OpenCV_LUT(benchmark::State& state) {
   }
   kb::SetBytes(state, 2 * static_cast<int64_t>(state.range(0)) * state.range(1));
 }
-BENCHMARK(BM_OpenCV_LUT)->Apply(kb::Sizes);
+BENCHMARK(BM_OpenCV_LUT)->Name("Lut/BW8/OpenCV")->Apply(kb::Sizes);
 
 void BM_LumGainOffset_BW8(benchmark::State& state) {
   kb::Shared<ZBW8> a(state.range(0), state.range(1), CV_8UC1), b(state.range(0), state.range(1), CV_8UC1);
@@ -38,7 +38,7 @@ void BM_LumGainOffset_BW8(benchmark::State& state) {
   }
   kb::SetBytes(state, 2 * static_cast<int64_t>(state.range(0)) * state.range(1));
 }
-BENCHMARK(BM_LumGainOffset_BW8)->Apply(kb::Sizes);
+BENCHMARK(BM_LumGainOffset_BW8)->Name("GainOffset/BW8/Kelmira")->Apply(kb::Sizes);
 
 void BM_OpenCV_ConvertToAlphaBeta(benchmark::State& state) {
   kb::Shared<ZBW8> a(state.range(0), state.range(1), CV_8UC1), b(state.range(0), state.range(1), CV_8UC1);
@@ -48,6 +48,6 @@ void BM_OpenCV_ConvertToAlphaBeta(benchmark::State& state) {
   }
   kb::SetBytes(state, 2 * static_cast<int64_t>(state.range(0)) * state.range(1));
 }
-BENCHMARK(BM_OpenCV_ConvertToAlphaBeta)->Apply(kb::Sizes);
+BENCHMARK(BM_OpenCV_ConvertToAlphaBeta)->Name("GainOffset/BW8/OpenCV")->Apply(kb::Sizes);
 
 }  // namespace

@@ -262,8 +262,8 @@ void TwoImage16(int code, const ZGenericROI* a, const ZGenericROI* b, ZGenericRO
   const CRows ra(a), rb(b);
   const WRows rd(dst);
   const int width = dst->GetWidth(), height = dst->GetHeight();
-  // Saturating addition has a wide twin: it gives the same pixels at any split of the row.
-  const bool wide = code == 2 && ZGetMMX() != 0;
+  // The cheap codes have wide twins that give the same pixels at any split of the row.
+  const bool wide = WideHasCode16(code) && ZGetMMX() != 0;
   for (int y = 0; y < height; ++y) {
     const Row16 pa(ra[y]), pb(rb[y]), pd(rd[y]);
     const auto scalar = [&](int x0, int n) {
@@ -277,7 +277,7 @@ void TwoImage16(int code, const ZGenericROI* a, const ZGenericROI* b, ZGenericRO
       });
     };
     rows::WalkRow(rd[y], width, 2, wide, scalar,
-                  [&](int x, int n) { WideAddRow16(pa.At(x), pb.At(x), pd.At(x), static_cast<size_t>(n)); });
+                  [&](int x, int n) { WideBinaryRow16(code, pa.At(x), pb.At(x), pd.At(x), static_cast<size_t>(n)); });
   }
 }
 

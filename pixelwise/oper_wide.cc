@@ -5,6 +5,8 @@
 #include "hwy/foreach_target.h"  // IWYU pragma: keep
 #include "hwy/highway.h"
 
+#include <cstring>
+
 #include "foundation/wide_ops-inl.h"
 #include "pixelwise/oper_codes.h"
 #include "pixelwise/oper_wide.h"
@@ -181,19 +183,61 @@ void BinaryRow(int code, const uint8_t* a, uint8_t aValue, const uint8_t* b, uin
 #endif
 }
 
-void AddRow16(const uint16_t* a, const uint16_t* b, uint16_t* dst, size_t n) {
+// Two BW16 rows: the byte ops above serve 16-bit lanes unchanged (saturation, averages, masks
+// and comparisons are lane-width generic), so each cheap code of two BW16 images has a wide twin
+// that gives the scalar pixels at any split of the row.
+#if HWY_TARGET != HWY_SCALAR
+template <class Op>
+HWY_INLINE void Loop16(Op op, const uint16_t* a, const uint16_t* b, uint16_t* dst, size_t n) {
   const hn::ScalableTag<uint16_t> d;
   const size_t lanes = hn::Lanes(d);
   size_t i = 0;
   for (; i + 2 * lanes <= n; i += 2 * lanes) {
-    const auto r0 = hn::SaturatedAdd(hn::LoadU(d, a + i), hn::LoadU(d, b + i));
-    const auto r1 = hn::SaturatedAdd(hn::LoadU(d, a + i + lanes), hn::LoadU(d, b + i + lanes));
+    const auto r0 = op(d, hn::LoadU(d, a + i), hn::LoadU(d, b + i));
+    const auto r1 = op(d, hn::LoadU(d, a + i + lanes), hn::LoadU(d, b + i + lanes));
     hn::StoreU(r0, d, dst + i);
     hn::StoreU(r1, d, dst + i + lanes);
   }
-  for (; i + lanes <= n; i += lanes) hn::StoreU(hn::SaturatedAdd(hn::LoadU(d, a + i), hn::LoadU(d, b + i)), d, dst + i);
+  for (; i + lanes <= n; i += lanes) hn::StoreU(op(d, hn::LoadU(d, a + i), hn::LoadU(d, b + i)), d, dst + i);
   const hn::CappedTag<uint16_t, 1> d1;  // sources may sit at odd addresses: vector loads only
-  for (; i < n; ++i) hn::StoreU(hn::SaturatedAdd(hn::LoadU(d1, a + i), hn::LoadU(d1, b + i)), d1, dst + i);
+  for (; i < n; ++i) hn::StoreU(op(d1, hn::LoadU(d1, a + i), hn::LoadU(d1, b + i)), d1, dst + i);
+}
+#endif
+
+void BinaryRow16(int code, const uint16_t* a, const uint16_t* b, uint16_t* dst, size_t n) {
+#if HWY_TARGET == HWY_SCALAR
+  constexpr oper::Arith kTwo16{65535, 16, 8};
+  for (size_t i = 0; i < n; ++i) {
+    uint16_t x, y;
+    std::memcpy(&x, a + i, 2);
+    std::memcpy(&y, b + i, 2);
+    const uint16_t r = static_cast<uint16_t>(oper::Value(code, x, y, kTwo16));
+    std::memcpy(dst + i, &r, 2);
+  }
+#else
+  switch (code) {
+    case 2: return Loop16(OpAdd(), a, b, dst, n);
+    case 3: return Loop16(OpSub(), a, b, dst, n);
+    case 9: return Loop16(OpAvg(), a, b, dst, n);
+    case 10: return Loop16(OpHalfDiff(), a, b, dst, n);
+    case 13: return Loop16(OpAnd(), a, b, dst, n);
+    case 14: return Loop16(OpOr(), a, b, dst, n);
+    case 15: return Loop16(OpXor(), a, b, dst, n);
+    case 16: return Loop16(OpLogAnd(), a, b, dst, n);
+    case 17: return Loop16(OpLogOr(), a, b, dst, n);
+    case 18: return Loop16(OpLogXor(), a, b, dst, n);
+    case 19: return Loop16(OpMin(), a, b, dst, n);
+    case 20: return Loop16(OpMax(), a, b, dst, n);
+    case 23: return Loop16(OpEq(), a, b, dst, n);
+    case 24: return Loop16(OpNe(), a, b, dst, n);
+    case 25: return Loop16(OpGe(), a, b, dst, n);
+    case 26: return Loop16(OpLe(), a, b, dst, n);
+    case 27: return Loop16(OpGt(), a, b, dst, n);
+    case 28: return Loop16(OpLt(), a, b, dst, n);
+    case 33: return Loop16(OpAbsDiff(), a, b, dst, n);
+    default: return;
+  }
+#endif
 }
 
 void CopyRow(const uint8_t* HWY_RESTRICT s, uint8_t* HWY_RESTRICT dst, size_t n) {
@@ -231,7 +275,7 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kelmira::oper {
 HWY_EXPORT(BinaryRow);
-HWY_EXPORT(AddRow16);
+HWY_EXPORT(BinaryRow16);
 HWY_EXPORT(CopyRow);
 HWY_EXPORT(FillRow);
 
@@ -243,8 +287,12 @@ void WideBinaryRow(int code, const uint8_t* a, uint8_t aValue, const uint8_t* b,
                    size_t n) {
   HWY_DYNAMIC_DISPATCH(BinaryRow)(code, a, aValue, b, bValue, d, n);
 }
-void WideAddRow16(const uint16_t* a, const uint16_t* b, uint16_t* d, size_t n) {
-  HWY_DYNAMIC_DISPATCH(AddRow16)(a, b, d, n);
+bool WideHasCode16(int code) {
+  constexpr CodeSet kWide16{{2, 3}, {9, 10}, {13, 20}, {23, 28}, {33, 33}};
+  return kWide16.Has(code);
+}
+void WideBinaryRow16(int code, const uint16_t* a, const uint16_t* b, uint16_t* d, size_t n) {
+  HWY_DYNAMIC_DISPATCH(BinaryRow16)(code, a, b, d, n);
 }
 void WideCopyRow(const uint8_t* s, uint8_t* d, size_t n) { HWY_DYNAMIC_DISPATCH(CopyRow)(s, d, n); }
 void WideFillRow(uint8_t value, uint8_t* d, size_t n) { HWY_DYNAMIC_DISPATCH(FillRow)(value, d, n); }

@@ -17,8 +17,10 @@ bool WideHasCode(int code);
 void WideBinaryRow(int code, const uint8_t* a, uint8_t aValue, const uint8_t* b, uint8_t bValue, uint8_t* d,
                    size_t n);
 
-// Saturating 16-bit addition of n pixels (code 2 of two BW16 images).
-void WideAddRow16(const uint16_t* a, const uint16_t* b, uint16_t* d, size_t n);
+// Codes of two BW16 images that have a wide twin (the cheap ones: no division or product), and
+// d[i] = a[i] op b[i] over n pixels for them.
+bool WideHasCode16(int code);
+void WideBinaryRow16(int code, const uint16_t* a, const uint16_t* b, uint16_t* d, size_t n);
 
 void WideCopyRow(const uint8_t* s, uint8_t* d, size_t n);
 void WideFillRow(uint8_t value, uint8_t* d, size_t n);

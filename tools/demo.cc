@@ -54,6 +54,11 @@ const std::vector<Step>& Steps() {
        {"black-tophat", "4"}},
       {"outlines", "Morphological gradient, box 3x3: outlines", "gray", "morph-box", {"gradient", "1"}},
       {"colour-closed", "Closing on colour, disk 3", "colour", "morph-disk", {"close", "3"}},
+      {"library-gray", "Colour to gray by the library (LumConvert)", "colour", "to-gray", {}},
+      {"c15", "Through 15-bit colour and back (LumConvert): the light gradient bands", "colour", "c15", {}},
+      {"stretched", "Gain 2.2, offset -90: the parts' contrast stretched (LumGainOffset)", "gray", "gain-offset",
+       {"2.2", "-90"}},
+      {"gamma", "Gamma 0.5 through a lookup table (LumLut): the dark belt opens up", "gray", "gamma", {"0.5"}},
       {"red-minus-blue", "|red - blue|: the copper washer and the blue nut stand out (LumOper absdiff)", "red", "oper",
        {"absdiff", "@blue"}},
   };

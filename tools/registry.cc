@@ -297,6 +297,63 @@ void MorphDisk(Call& c) {
   else DiskMorphology(c, operation, c.in().gray(), c.NewGray().gray(), radius);
 }
 
+// ----- Point transforms and conversions -------------------------------------------------------
+
+// out = 255 * (in / 255)^GAMMA through a 256-entry table; colour runs the table on each plane.
+void Gamma(Call& c) {
+  const float gamma = c.Float(0, "GAMMA");
+  if (gamma <= 0.0f) UsageError("gamma: GAMMA must be above 0, not " + c.Word(0, "GAMMA"));
+  ZBW8 table[256];
+  for (int i = 0; i < 256; ++i) table[i] = static_cast<uint8_t>(std::lround(255.0 * std::pow(i / 255.0, gamma)));
+  if (!c.in().colour()) {
+    Picture& out = c.NewGray();
+    c.Library("LumLut", [&] { LumLut(c.in().gray(), out.gray(), table); });
+    return;
+  }
+  Picture& out = c.NewColour();
+  ZImage<ZBW8> plane(c.in().width(), c.in().height());
+  for (unsigned k = 0; k < 3; ++k) {
+    c.Library("HueGetComponent", [&] { HueGetComponent(c.in().rgb(), &plane, k); });
+    c.Library("LumLut", [&] { LumLut(&plane, &plane, table); });
+    c.Library("HueSetComponent", [&] { HueSetComponent(&plane, out.rgb(), k); });
+  }
+}
+
+void GainOffset(Call& c) {
+  const float gain = c.Float(0, "GAIN"), offset = c.Float(1, "OFFSET");
+  if (c.in().colour()) {
+    Picture& out = c.NewColour();
+    c.Library("LumGainOffset", [&] {
+      LumGainOffset(c.in().rgb(), out.rgb(), ZColor(gain, gain, gain), ZColor(offset, offset, offset));
+    });
+  } else {
+    Picture& out = c.NewGray();
+    c.Library("LumGainOffset", [&] { LumGainOffset(c.in().gray(), out.gray(), gain, offset); });
+  }
+}
+
+void ToGray(Call& c) {
+  ZImage<ZC24>* in = c.Colour();
+  Picture& out = c.NewGray();
+  c.Library("LumConvert", [&] { LumConvert(in, out.gray()); });
+}
+
+void ToColour(Call& c) {
+  ZImage<ZBW8>* in = c.Gray();
+  Picture& out = c.NewColour();
+  c.Library("LumConvert", [&] { LumConvert(in, out.rgb()); });
+}
+
+// Colour through a 15- or 16-bit pixel type and back: what the packed types keep.
+template <class Packed>
+void ThroughPacked(Call& c) {
+  ZImage<ZC24>* in = c.Colour();
+  Picture& out = c.NewColour();
+  ZImage<Packed> packed(in->GetWidth(), in->GetHeight());
+  c.Library("LumConvert", [&] { LumConvert(in, &packed); });
+  c.Library("LumConvert", [&] { LumConvert(&packed, out.rgb()); });
+}
+
 }  // namespace
 
 const std::vector<Operator>& Operators() {
@@ -318,6 +375,14 @@ const std::vector<Operator>& Operators() {
        2, 2, ConstOper},
       {"fill", "VALUE", "gray|colour", "LumCopy of a constant (0..255, or R,G,B on colour) over the whole image",
        "128", 1, 1, Fill},
+      {"gamma", "GAMMA", "gray|colour", "LumLut with the table 255 * (v / 255)^GAMMA (colour: on each plane)", "0.5", 1,
+       1, Gamma},
+      {"gain-offset", "GAIN OFFSET", "gray|colour", "LumGainOffset: v * GAIN + OFFSET, clipped (colour: each component)",
+       "1.5 -40", 2, 2, GainOffset},
+      {"to-gray", "", "colour", "LumConvert from colour to gray", "", 0, 0, ToGray},
+      {"to-colour", "", "gray", "LumConvert from gray to colour (three equal components)", "", 0, 0, ToColour},
+      {"c15", "", "colour", "LumConvert to 15-bit colour (5-5-5) and back", "", 0, 0, ThroughPacked<ZC15>},
+      {"c16", "", "colour", "LumConvert to 16-bit colour (5-6-5) and back", "", 0, 0, ThroughPacked<ZC16>},
       {"convolve", "KERNEL [GAIN [OFFSET [RECTIFIER]]]", "gray|colour",
        "LumConvolKernel with a named 3x3 kernel: sobel-x, sobel-y, prewitt-x, prewitt-y, laplacian-4, laplacian-8, "
        "lowpass-1..3, highpass-1..2; RECTIFIER 0 none, 1 negative, 2 positive, 3 absolute",

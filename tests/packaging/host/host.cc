@@ -11,6 +11,15 @@ int main() {
   view.GetPixel(16, 0);  // outside the view: argument 1 is out of range
   if (ZGetError() != Z_ERROR_ARGUMENT_1) return 2;
   if (ZOk() != Z_ERROR_NONE || ZGetError() != Z_ERROR_NONE) return 3;
+  // The README's example: an operator, then the error state and the trace.
+  ZImage<ZBW8> a(64, 48), b(64, 48), out(64, 48);
+  LumCopy(ZBW8(200), &a);
+  LumCopy(ZBW8(50), &b);
+  LumOper(ARITH_LOGIC_SUBTRACT, &a, &b, &out);
+  if (ZGetError() != Z_ERROR_NONE || out.GetPixel(5, 5) != 150) return 4;
+  ZROI<ZBW8> small(&out, 0, 0, 10, 10);
+  LumOper(ARITH_LOGIC_ADD, &a, &b, &small);
+  if (ZGetError() == Z_ERROR_NONE || ZGetTraceCount() != 1) return 5;
   std::printf("kelmira host ok: %s\n", ZGetErrorText(Z_ERROR_NULL_IMAGE));
   return 0;
 }
