@@ -10,9 +10,9 @@ import unittest
 from contextlib import redirect_stderr, redirect_stdout
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-spec = importlib.util.spec_from_file_location("bench_table", os.path.join(ROOT, "scripts", "bench_table.py"))
-bench_table = importlib.util.module_from_spec(spec)
-spec.loader.exec_module(bench_table)
+found = importlib.util.spec_from_file_location("bench_table", os.path.join(ROOT, "scripts", "bench_table.py"))
+bench_table = importlib.util.module_from_spec(found)
+found.loader.exec_module(bench_table)
 
 
 def agg(run, name, value, bps=None, label=None, unit="us"):
