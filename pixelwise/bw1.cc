@@ -25,6 +25,15 @@ void EnterInner() {
   frame::Gate();
   frame::ThrowOnError();
 }
+// Entry of the one-source inner forms: gate, then the checks in their order (void, size, aligned).
+void EnterOneSource(const ZGenericROI* source, const ZGenericROI* destination) {
+  EnterInner();
+  frame::RequireNotVoid(source);
+  frame::RequireNotVoid(destination);
+  frame::RequireSameSize(source, destination);
+  RequireAligned(source);
+  RequireAligned(destination);
+}
 
 // The bits of a last byte that belong to a row of `width` pixels.
 uint8_t LastMask(int width) {
@@ -136,12 +145,7 @@ void LumCopyAligned(ZBW1 value, ZROI<ZBW1>* destination) {
 }
 
 void LumCopyAligned(const ZROI<ZBW1>* source, ZROI<ZBW1>* destination) {
-  bw1::EnterInner();
-  frame::RequireNotVoid(source);
-  frame::RequireNotVoid(destination);
-  frame::RequireSameSize(source, destination);
-  bw1::RequireAligned(source);
-  bw1::RequireAligned(destination);
+  bw1::EnterOneSource(source, destination);
   if (source->GetImagePtr(0, 0) == destination->GetImagePtr(0, 0)) return;
   bw1::ByteRows(source, nullptr, destination, bw1::ApplyCode<0>);
 }
@@ -154,12 +158,7 @@ void LumOperAligned(ARITH_LOGIC_OPERATIONS code, ZBW1 value, ZROI<ZBW1>* destina
 void LumOperAligned(ARITH_LOGIC_OPERATIONS code, const ZROI<ZBW1>* source, ZROI<ZBW1>* destination) {
   if (code != ARITH_LOGIC_COPY && code != ARITH_LOGIC_INVERT) frame::Throw(Z_ERROR_BAD_OPERATION);
   if (code == ARITH_LOGIC_COPY) return LumCopyAligned(source, destination);
-  bw1::EnterInner();
-  frame::RequireNotVoid(source);
-  frame::RequireNotVoid(destination);
-  frame::RequireSameSize(source, destination);
-  bw1::RequireAligned(source);
-  bw1::RequireAligned(destination);
+  bw1::EnterOneSource(source, destination);
   bw1::ByteRows(source, nullptr, destination, bw1::ApplyCode<1>);
 }
 
