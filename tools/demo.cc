@@ -1,5 +1,5 @@
 // `kelmira demo`: the built-in scene through a chain of operators, one PNG per step, an HTML
-// contact sheet and a timing table. A step is one line of kSteps; its input and image arguments
+// contact sheet and a timing table. A step is one line of BaseSteps or of a family file; its input and image arguments
 // name earlier results ("@name" in the arguments).
 #include <algorithm>
 #include <chrono>
@@ -17,17 +17,9 @@
 namespace ktool {
 namespace {
 
-struct Step {
-  const char* name;     // result name and file name stem
-  const char* caption;  // under the picture
-  const char* input;    // "colour", "gray" or an earlier result
-  const char* op;       // an operator of the registry
-  Words args;
-};
-
 // The chain. The operators are the registry's, so every picture can be remade with `kelmira apply`.
-const std::vector<Step>& Steps() {
-  static const std::vector<Step> steps = {
+const std::vector<DemoStep>& BaseSteps() {
+  static const std::vector<DemoStep> steps = {
       {"red", "Red plane of the colour scene", "colour", "get-component", {"0"}},
       {"green", "Green plane", "colour", "get-component", {"1"}},
       {"blue", "Blue plane: the nut stands out, the washer vanishes", "colour", "get-component", {"2"}},
@@ -121,6 +113,16 @@ double Milliseconds(std::chrono::steady_clock::time_point start) {
 
 }  // namespace
 
+const std::vector<DemoStep>& DemoSteps() {
+  static const std::vector<DemoStep> steps = [] {
+    std::vector<DemoStep> all = BaseSteps();
+    const std::vector<DemoStep>& more = FamilyDemoSteps();
+    all.insert(all.end(), more.begin(), more.end());
+    return all;
+  }();
+  return steps;
+}
+
 void Demo(const Words& words, std::ostream& out) {
   std::filesystem::path dir = "kelmira-demo";
   bool scalar = false;
@@ -175,7 +177,7 @@ void Demo(const Words& words, std::ostream& out) {
   };
   out << std::left << std::setw(4) << "#" << std::setw(16) << "step" << std::setw(34) << "operator" << std::right
       << std::setw(10) << "ms" << "\n";
-  for (const Step& step : Steps()) {
+  for (const DemoStep& step : DemoSteps()) {
     const Operator* op = FindOperator(step.op);
     if (op == nullptr) UsageError(std::string("demo: step ") + step.name + " uses an unknown operator " + step.op);
     const Picture in = earlier(step.input);

@@ -356,9 +356,25 @@ void ThroughPacked(Call& c) {
 
 }  // namespace
 
+// The families' tables, gathered by the build from tools/ops_*.cc.
+#include "families.inc"
+
+namespace {
+std::vector<DemoStep>& FamilySteps() {
+  static std::vector<DemoStep> steps;
+  return steps;
+}
+}  // namespace
+
+const std::vector<DemoStep>& FamilyDemoSteps() {
+  (void)Operators();
+  return FamilySteps();
+}
+
 const std::vector<Operator>& Operators() {
   // name, arguments, input, what it does, example arguments, argument count min and max, function
-  static const std::vector<Operator> table = {
+  static const std::vector<Operator> table = [] {
+  std::vector<Operator> table = {
       {"get-component", "COMPONENT", "colour", "the plane of one component (0 red, 1 green, 2 blue) as a gray image",
        "1", 1, 1, GetComponent},
       {"set-component", "COMPONENT PLANE", "colour",
@@ -394,6 +410,10 @@ const std::vector<Operator>& Operators() {
       {"morph-disk", "OPERATION RADIUS", "gray|colour", "the same operations over an octagon of RADIUS passes",
        "black-tophat 4", 2, 2, MorphDisk},
   };
+  Family family{table, FamilySteps()};
+  AddFamilies(family);
+  return table;
+  }();
   return table;
 }
 

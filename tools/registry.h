@@ -62,7 +62,30 @@ struct Operator {
   void (*run)(Call& call);
 };
 
+// A demo step: `op` of the table run on `input` ("gray", "colour" or an earlier step's name); an
+// argument "@name" stands for an earlier step's result.
+struct DemoStep {
+  const char* name;     // result name and file name stem
+  const char* caption;  // under the picture
+  const char* input;
+  const char* op;
+  std::vector<std::string> args;
+};
+
+// An operator family of the tool lives in its own file tools/ops_<family>.cc, which defines
+//   void AddFamily_<family>(ktool::Family& family)
+// appending its operators and demo steps. The build finds these files and calls each function
+// once, in the order of the file names, after the operators and steps of registry.cc and demo.cc.
+struct Family {
+  std::vector<Operator>& operators;
+  std::vector<DemoStep>& steps;
+};
+
 const std::vector<Operator>& Operators();
+// The steps that the family files added.
+const std::vector<DemoStep>& FamilyDemoSteps();
+// The demo chain: the steps of demo.cc, then those of every family file.
+const std::vector<DemoStep>& DemoSteps();
 // The operation codes of LumOper by name (the `oper` operator takes a name or the number).
 const std::vector<std::pair<std::string, int>>& OperCodes();
 // Null when there is no operator of that name.
