@@ -74,7 +74,7 @@ void AddFamily_thin(Family& family) {
                           "parts-mask", "thin", {"thin-1", "clockwise", "0"}});
   family.steps.push_back({"spurs-pruned", "The skeleton with its spurs shortened: thin by end points, 3 rings",
                           "skeleton", "thin", {"prune", "clockwise", "3"}});
-  family.steps.push_back({"hull", "Thick with a turning dent pattern: the parts grow toward their convex hulls",
+  family.steps.push_back({"hull", "Thick with a turning dent pattern: holes fill and the parts grow to octagonal hulls",
                           "parts-mask", "thick", {"convex", "clockwise", "0"}});
 }
 
