@@ -186,7 +186,7 @@ void GrayAgainstModel(Fn<P> thin, Fn<P> thick, uint32_t high) {
           const Image src = Random(s.w, s.h, high, true);
           Image want = inPlace ? src : Random(s.w, s.h, high, true);
           const int size = static_cast<int>(sizeof(P));
-          kt::Framed<P> a(s.w, s.h, s.offset * size), b(s.w, s.h, 2 * size);
+          kt::Framed<P> a(s.w, s.h, s.offset * size, 19 * size), b(s.w, s.h, 2 * size, 23 * size);
           Put(a.get(), src);
           Put(b.get(), want);
           const int count = RunGray(src, want, c.grid, c.outside != 0, c.rotation, c.limit, c.thick, high);
@@ -259,31 +259,14 @@ TEST(Thin, CountingOfTheLoop) {
   EXPECT_EQ(MinOf(Get(&out)), 9);
 }
 
-TEST(Thin, RotationTurnsBothMasksAroundTheCentre) {
-  // A pattern that matches only an object pixel whose up-left neighbour is background turns, one
-  // step a pass, to up-middle, up-right...; anticlockwise to middle-left. The model knows the ring.
+// The model's ring, written out: the library's turns are checked through the model in the cases.
+TEST(Thin, TheModelTurnsTheGridAroundTheCentre) {
   Grid g = kCorner;
-  Grid cw = Turn(g, true), acw = Turn(g, false);
+  const Grid cw = Turn(g, true), acw = Turn(g, false);
   EXPECT_EQ(cw, (Grid{-1, 1, -1, -1, 0, -1, -1, -1, -1}));
   EXPECT_EQ(acw, (Grid{-1, -1, -1, 1, 0, -1, -1, -1, -1}));
   for (int i = 0; i < 8; ++i) g = Turn(g, true);
   EXPECT_EQ(g, kCorner);
-  // Two passes of thick with each rotation on a single pixel: the library against the model.
-  for (int rotation = 1; rotation <= 2; ++rotation) {
-    ZImage<ZBW8> img(5, 5), out(5, 5);
-    LumCopy(ZBW8(0), &img);
-    img.SetPixel(ZBW8(255), 2, 2);
-    Image src = Get(&img), want = Get(&img);
-    const int count = RunGray(src, want, kCorner, false, rotation, 1, true, 255);
-    LumCopy(ZBW8(0), &out);
-    want = Get(&out);
-    RunGray(src, want, kCorner, false, rotation, 1, true, 255);
-    auto k = Kernel(kCorner, 0);
-    int n = 1;
-    EXPECT_EQ(LumThick(&img, &out, k.get(), KERNEL_ROTATION(rotation), n), 0);
-    EXPECT_EQ(n, count);
-    EXPECT_EQ(Get(&out).px, want.px);
-  }
 }
 
 // The count of plane 0 is the limit of plane 1, and that of plane 1 the limit of plane 2.
@@ -321,7 +304,7 @@ TEST(Thin, Bw1AgainstTheModelAtEveryBitOffset) {
   for (int wide = 0; wide < 2; ++wide) {
     const kt::WideSetting setting(wide);
     for (int width : {1, 7, 8, 9, 63, 64, 65, 130, 700})
-      for (int offset = 0; offset < 8; ++offset)
+      for (int offset = 0; offset < 8; offset += width > 130 ? 3 : 1)
         for (const Case& c : kCases) {
           SCOPED_TRACE(::testing::Message() << "wide " << wide << " width " << width << " bit offset " << offset
                                             << " rotation " << c.rotation << " limit " << c.limit);
