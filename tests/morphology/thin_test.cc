@@ -164,6 +164,7 @@ const Case kCases[] = {
     {kThin1, 0, 1, 0, false}, {kThin2, 0, 2, 0, false}, {kThin1, 1, 0, 0, false}, {kAny, 0, 0, 0, false},
     {kAny, 0, 0, 1, true},    {kLeftEnd, 0, 0, 0, false}, {kLeftEnd, 5, 0, 3, false}, {kCorner, 0, 1, 0, true},
     {kCorner, 7, 2, 2, true}, {kLonely, 0, 0, -1, false}, {kLonely, 1, 1, 0, false},  {kThin2, 1, 1, 1, true},
+    {{1, 0, -1, 0, 1, 1, -1, 1, 0}, 3, 2, 0, true},     {{-1, 1, 0, 1, 1, 0, 0, -1, 1}, 0, 1, 0, false},
 };
 
 template <class P>
