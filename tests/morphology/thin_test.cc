@@ -1,6 +1,6 @@
 // Thin and thick against a direct model: the pattern read as a 3x3 grid of coefficients (turned as
 // a grid), each pixel's neighbourhood compared place by place, and the loop's counting written out
-// as described. Gray forms on views at several offsets, in place and not, wide on and off; C24's
+// as the header documents it. Gray forms on views at several offsets, in place and not, wide on and off; C24's
 // carried limit; BW1 at every bit offset against the same model and against BW8; the failures.
 #include <algorithm>
 #include <array>
