@@ -27,6 +27,7 @@
 #define KELMIRA_MORPHOLOGY_H
 
 #include "kelmira/foundation.h"
+#include "kelmira/morphology/thin.h"
 
 #define KELMIRA_MORPHO_SAME_AS_WIDTH 0xFFFFFFFFu
 
