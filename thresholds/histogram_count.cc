@@ -10,32 +10,21 @@ ByteCounter::ByteCounter(bool fast) : m_fast(fast) { std::memset(m_tables, 0, si
 void ByteCounter::Add(const uint8_t* bytes, size_t n) {
   size_t i = 0;
   if (m_fast) {
-    // Sixteen bytes a step from two 64-bit loads; byte k of a word goes to table k % 4, so four
-    // equal neighbours increment four different counters instead of one counter four times.
-    uint32_t* t0 = m_tables[0];
-    uint32_t* t1 = m_tables[1];
-    uint32_t* t2 = m_tables[2];
-    uint32_t* t3 = m_tables[3];
-    for (; i + 16 <= n; i += 16) {
-      uint64_t a, b;
+    // Eight bytes a step from one 64-bit load, byte k into table k: eight equal neighbours
+    // increment eight different counters instead of one counter eight times, so smooth images
+    // count as fast as noise. One increment per pixel is the limit of any counting by tables.
+    uint32_t(*t)[256] = m_tables;
+    for (; i + 8 <= n; i += 8) {
+      uint64_t a;
       std::memcpy(&a, bytes + i, 8);
-      std::memcpy(&b, bytes + i + 8, 8);
-      ++t0[a & 0xff];
-      ++t1[(a >> 8) & 0xff];
-      ++t2[(a >> 16) & 0xff];
-      ++t3[(a >> 24) & 0xff];
-      ++t0[(a >> 32) & 0xff];
-      ++t1[(a >> 40) & 0xff];
-      ++t2[(a >> 48) & 0xff];
-      ++t3[a >> 56];
-      ++t0[b & 0xff];
-      ++t1[(b >> 8) & 0xff];
-      ++t2[(b >> 16) & 0xff];
-      ++t3[(b >> 24) & 0xff];
-      ++t0[(b >> 32) & 0xff];
-      ++t1[(b >> 40) & 0xff];
-      ++t2[(b >> 48) & 0xff];
-      ++t3[b >> 56];
+      ++t[0][a & 0xff];
+      ++t[1][(a >> 8) & 0xff];
+      ++t[2][(a >> 16) & 0xff];
+      ++t[3][(a >> 24) & 0xff];
+      ++t[4][(a >> 32) & 0xff];
+      ++t[5][(a >> 40) & 0xff];
+      ++t[6][(a >> 48) & 0xff];
+      ++t[7][a >> 56];
     }
   }
   for (; i < n; ++i) ++m_tables[0][bytes[i]];

@@ -18,7 +18,7 @@ class ByteCounter {
   void Finish(uint32_t* bins) const;
 
  private:
-  static constexpr int kTables = 4;
+  static constexpr int kTables = 8;
   bool m_fast;
   alignas(64) uint32_t m_tables[kTables][256];
 };
