@@ -13,7 +13,7 @@
 #include "kelmira/vectors.h"
 
 // The features of LumAnalyseHistogram, taken over the inclusive range low..high.
-enum LUM_HISTOGRAM_FEATURE {
+enum LUM_HISTOGRAM_FEATURE : int {
   LUM_HISTOGRAM_FEATURE_MOST_FREQUENT_VALUE = 0,   // index of the largest bin, first wins; 0 if all 0
   LUM_HISTOGRAM_FEATURE_HIGHEST_COUNT = 1,         // the largest bin; 0 if all 0
   LUM_HISTOGRAM_FEATURE_LEAST_FREQUENT_VALUE = 2,  // index of the smallest non-zero bin; 0 if none
