@@ -2,7 +2,6 @@
 // window of bits, the legacy ZVector form; LumCumulateHistogram; ZBWHistogramVector::Entropy.
 #include <cmath>
 #include <cstring>
-#include <vector>
 
 #include "foundation/frame.h"
 #include "foundation/rows.h"
@@ -60,10 +59,10 @@ void HistogramBW8(ZROI<ZBW8>* source, ZBWHistogramVector* histogram) {
     return;
   }
   // The runs are checked before the histogram is touched.
-  std::vector<uint32_t> bins(256, 0);
-  if (!CountBW8(source, bins.data())) return;
+  uint32_t bins[256] = {};
+  if (!CountBW8(source, bins)) return;
   if (!Prepare(histogram, 256)) return;
-  std::memcpy(histogram->GetDataPtr(), bins.data(), 256 * sizeof(uint32_t));
+  std::memcpy(histogram->GetDataPtr(), bins, sizeof bins);
 }
 
 // One pixel loop for each row of the bin table, so that shift and saturation are decided outside
