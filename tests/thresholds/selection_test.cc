@@ -43,7 +43,7 @@ Sums Classes(const Bins& h, unsigned low, unsigned high, unsigned t) {
 
 float Mean(uint32_t s, uint32_t n, float empty) { return n ? static_cast<float>(static_cast<double>(s) / n) : empty; }
 
-// LumHistogramThreshold as its description reads, each candidate evaluated on its own.
+// LumHistogramThreshold mode by mode, each candidate level evaluated on its own from scratch.
 Split Model(const Bins& h, unsigned mode, float relative, unsigned low, unsigned high, unsigned top) {
   Sums best;
   unsigned t = 0;
