@@ -172,9 +172,9 @@ float MultiLevels(ZBWHistogramVector* histogram, unsigned classes, Regions& out)
 float AllMultiLevels(ZBWHistogramVector* histogram, unsigned classes, Partitions& out) {
   if (!Checked(histogram)) return -1.0f;
   if (classes < 2) return frame::Fail(Z_ERROR_ARGUMENT_2), -1.0f;
-  if (classes > 256) return frame::Fail(Z_ERROR_INTERNAL), -1.0f;
   Tables t;
   if (!Build(histogram->GetDataPtr(), t)) return -1.0f;
+  if (classes > 256) return frame::Fail(Z_ERROR_INTERNAL), -1.0f;  // more classes than levels
   for (unsigned s = t.lo + 1; s <= t.hi; ++s) t.At(t.best, s, 0) = t.At(t.score, s, t.hi);
   // The stages are laid out for every count at once; stage k starts at the unsigned level
   // lo + 1 - k, which wraps past the top, leaving the stage empty, once k exceeds lo + 1.
