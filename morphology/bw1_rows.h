@@ -1,0 +1,34 @@
+// Row kernels of the packed one-bit morphology, shared by the scalar engine (bw1_engine.cc) and
+// its wide twin (bw1_wide.cc).
+//
+// A packed row holds eight pixels a byte, the first in bit 7. Every pass computes an output byte
+// from three rows (above, current, below) and from the bytes on the left and on the right, whose
+// neighbouring bit is shifted in. Only the first and the last byte of a row have edge rules; the
+// bytes between them follow one formula, which the scalar code applies a byte at a time and the
+// wide code a 64-bit word (or several) at a time.
+#ifndef KELMIRA_MORPHOLOGY_BW1_ROWS_H
+#define KELMIRA_MORPHOLOGY_BW1_ROWS_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kelmira::bw1m {
+
+// The passes. kX: window of 3 along the row; kY: 3 along the column; kSquare: 3 by 3; kCross: the
+// 3 by 3 without its corners; kMedian: the bit-logic 3x3 median.
+enum Pass { kX, kY, kSquare, kCross, kMedian };
+
+// The pixels on the left (right) of the pixels of byte c, with p (n) the byte on its left (right).
+inline uint8_t Left(uint8_t p, uint8_t c) { return static_cast<uint8_t>((c >> 1) | ((p & 1) << 7)); }
+inline uint8_t Right(uint8_t c, uint8_t n) { return static_cast<uint8_t>((c << 1) | (n >> 7)); }
+inline uint8_t Majority(uint8_t x, uint8_t y, uint8_t z) { return static_cast<uint8_t>((x & y) | ((x | y) & z)); }
+
+// Output bytes [first, first + count) of one row, all of them away from both row ends: byte
+// first - 1 and byte first + count exist in each of the three rows. `max` selects dilation
+// (OR) over erosion (AND); the median ignores it. a, c, b: the rows above, current, below.
+void WideRow(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first,
+             size_t count);
+
+}  // namespace kelmira::bw1m
+
+#endif  // KELMIRA_MORPHOLOGY_BW1_ROWS_H

@@ -1,0 +1,157 @@
+// Wide kernels of the packed one-bit morphology: the middle bytes of a row, many at a step.
+//
+// The rows are loaded as little-endian 64-bit words, so byte k of a word holds bits 8k..8k+7 and
+// the pixel order inside a byte is still bit 7 first. The neighbour bit that crosses a byte edge
+// is taken from the same word loaded one byte earlier (or later): with W at byte i and P at byte
+// i - 1, byte k of P is byte k - 1 of the row, so the left neighbours of all 64 pixels are
+// ((W >> 1) & 0x7F..) | ((P << 7) & 0x80..), without a byte reversal and without any lane
+// crossing. The formulas are those of the scalar bytes in bw1_engine.cc, bit for bit.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "morphology/bw1_wide.cc"
+#include "hwy/foreach_target.h"  // IWYU pragma: keep
+#include "hwy/highway.h"
+
+#include <cstring>
+
+#include "morphology/bw1_rows.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace kelmira::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+using bw1m::Pass;
+
+// Shifts, written once for plain words and for vectors of words.
+template <int N>
+HWY_INLINE uint64_t ShiftUp(uint64_t v) {
+  return v << N;
+}
+template <int N>
+HWY_INLINE uint64_t ShiftDown(uint64_t v) {
+  return v >> N;
+}
+template <int N, class V>
+HWY_INLINE V ShiftUp(V v) {
+  return hn::ShiftLeft<N>(v);
+}
+template <int N, class V>
+HWY_INLINE V ShiftDown(V v) {
+  return hn::ShiftRight<N>(v);
+}
+
+template <class W>
+struct Masks {
+  W low7, high1, high7, low1;  // 0x7F.., 0x80.., 0xFE.., 0x01..
+};
+
+template <class W>
+HWY_INLINE W LeftOf(const Masks<W>& m, W w, W before) {
+  return (ShiftDown<1>(w) & m.low7) | (ShiftUp<7>(before) & m.high1);
+}
+template <class W>
+HWY_INLINE W RightOf(const Masks<W>& m, W w, W after) {
+  return (ShiftUp<1>(w) & m.high7) | (ShiftDown<7>(after) & m.low1);
+}
+template <bool kMax, class W>
+HWY_INLINE W Join(W x, W y) {
+  if constexpr (kMax) return x | y;
+  else return x & y;
+}
+template <class W>
+HWY_INLINE W Major(W x, W y, W z) {
+  return (x & y) | ((x | y) & z);
+}
+
+// One step of a pass: load(row, offset) gives the word of `row` at the step's byte + offset.
+template <Pass kPass, bool kMax, class W, class Load>
+HWY_INLINE W StepOf(const Masks<W>& m, const uint8_t* a, const uint8_t* c, const uint8_t* b, Load&& load) {
+  if constexpr (kPass == Pass::kY) {
+    return Join<kMax>(Join<kMax>(load(a, 0), load(c, 0)), load(b, 0));
+  } else if constexpr (kPass == Pass::kX || kPass == Pass::kCross) {
+    const W w = load(c, 0);
+    const W h = Join<kMax>(w, Join<kMax>(LeftOf(m, w, load(c, -1)), RightOf(m, w, load(c, 1))));
+    if constexpr (kPass == Pass::kX) return h;
+    else return Join<kMax>(h, Join<kMax>(load(a, 0), load(b, 0)));
+  } else if constexpr (kPass == Pass::kSquare) {
+    auto v = [&](int o) { return Join<kMax>(Join<kMax>(load(a, o), load(c, o)), load(b, o)); };
+    const W w = v(0);
+    return Join<kMax>(w, Join<kMax>(LeftOf(m, w, v(-1)), RightOf(m, w, v(1))));
+  } else {  // median
+    W all[3], any[3], most[3];
+    for (int o = -1; o <= 1; ++o) {
+      const W x = load(a, o), y = load(c, o), z = load(b, o);
+      all[o + 1] = x & y & z;
+      any[o + 1] = x | y | z;
+      most[o + 1] = Major(x, y, z);
+    }
+    const W orOfAll = all[1] | LeftOf(m, all[1], all[0]) | RightOf(m, all[1], all[2]);
+    const W andOfAny = any[1] & LeftOf(m, any[1], any[0]) & RightOf(m, any[1], any[2]);
+    const W majOfMost = Major(most[1], LeftOf(m, most[1], most[0]), RightOf(m, most[1], most[2]));
+    return Major(orOfAll, andOfAny, majOfMost);
+  }
+}
+
+// Plain 64-bit words: the whole kernel on the one-lane target, and the last words elsewhere.
+template <Pass kPass, bool kMax>
+HWY_INLINE void WordSteps(const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t i, size_t end) {
+  const Masks<uint64_t> m{0x7F7F7F7F7F7F7F7Full, 0x8080808080808080ull, 0xFEFEFEFEFEFEFEFEull,
+                          0x0101010101010101ull};
+  for (; i + 8 <= end; i += 8) {
+    auto load = [i](const uint8_t* row, int o) {
+      uint64_t w;
+      std::memcpy(&w, row + i + o, 8);
+      return w;
+    };
+    const uint64_t out = StepOf<kPass, kMax>(m, a, c, b, load);
+    std::memcpy(d + i, &out, 8);
+  }
+}
+
+template <Pass kPass, bool kMax>
+HWY_INLINE void Steps(const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first, size_t count) {
+  size_t i = first;
+  const size_t end = first + count;
+#if HWY_TARGET != HWY_SCALAR && HWY_IS_LITTLE_ENDIAN
+  const hn::ScalableTag<uint64_t> d64;
+  const hn::Repartition<uint8_t, decltype(d64)> d8;
+  using V = hn::Vec<decltype(d64)>;
+  const Masks<V> m{hn::Set(d64, 0x7F7F7F7F7F7F7F7Full), hn::Set(d64, 0x8080808080808080ull),
+                   hn::Set(d64, 0xFEFEFEFEFEFEFEFEull), hn::Set(d64, 0x0101010101010101ull)};
+  const size_t bytes = hn::Lanes(d8);
+  for (; i + bytes <= end; i += bytes) {
+    auto load = [&](const uint8_t* row, int o) { return hn::BitCast(d64, hn::LoadU(d8, row + i + o)); };
+    hn::StoreU(hn::BitCast(d8, StepOf<kPass, kMax>(m, a, c, b, load)), d8, d + i);
+  }
+#endif
+  WordSteps<kPass, kMax>(a, c, b, d, i, end);
+}
+
+template <bool kMax>
+HWY_INLINE void RowFor(Pass pass, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first,
+                       size_t count) {
+  switch (pass) {
+    case Pass::kX: return Steps<Pass::kX, kMax>(a, c, b, d, first, count);
+    case Pass::kY: return Steps<Pass::kY, kMax>(a, c, b, d, first, count);
+    case Pass::kSquare: return Steps<Pass::kSquare, kMax>(a, c, b, d, first, count);
+    case Pass::kCross: return Steps<Pass::kCross, kMax>(a, c, b, d, first, count);
+    case Pass::kMedian: return Steps<Pass::kMedian, false>(a, c, b, d, first, count);
+  }
+}
+
+void Row(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first,
+         size_t count) {
+  max ? RowFor<true>(pass, a, c, b, d, first, count) : RowFor<false>(pass, a, c, b, d, first, count);
+}
+
+}  // namespace kelmira::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kelmira::bw1m {
+HWY_EXPORT(Row);
+
+void WideRow(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first,
+             size_t count) {
+  HWY_DYNAMIC_DISPATCH(Row)(pass, max, a, c, b, d, first, count);
+}
+}  // namespace kelmira::bw1m
+#endif
