@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "hwy/targets.h"
 #include "support/kelmira_test.h"
 
 namespace {
@@ -119,13 +120,19 @@ Plane Compose(int kind, const Plane& in, const Window& win) {
 using BoxFn = void (*)(ZROI<ZBW1>*, ZROI<ZBW1>*, unsigned, unsigned);
 using DiskFn = void (*)(ZROI<ZBW1>*, ZROI<ZBW1>*, unsigned);
 const char* const kNames[] = {"Erode", "Dilate", "Open", "Close", "WhiteTopHat", "BlackTopHat", "MorphoGradient"};
-const BoxFn kBox[7][2] = {{LumErodeBox, LumErodeBoxAligned},         {LumDilateBox, LumDilateBoxAligned},
-                          {LumOpenBox, LumOpenBoxAligned},           {LumCloseBox, LumCloseBoxAligned},
-                          {LumWhiteTopHatBox, LumWhiteTopHatBoxAligned}, {LumBlackTopHatBox, LumBlackTopHatBoxAligned},
+const BoxFn kBox[7][2] = {{LumErodeBox, LumErodeBoxAligned},
+                          {LumDilateBox, LumDilateBoxAligned},
+                          {LumOpenBox, LumOpenBoxAligned},
+                          {LumCloseBox, LumCloseBoxAligned},
+                          {LumWhiteTopHatBox, LumWhiteTopHatBoxAligned},
+                          {LumBlackTopHatBox, LumBlackTopHatBoxAligned},
                           {LumMorphoGradientBox, LumMorphoGradientBoxAligned}};
-const DiskFn kDisk[7][2] = {{LumErodeDisk, LumErodeDiskAligned},         {LumDilateDisk, LumDilateDiskAligned},
-                            {LumOpenDisk, LumOpenDiskAligned},           {LumCloseDisk, LumCloseDiskAligned},
-                            {LumWhiteTopHatDisk, LumWhiteTopHatDiskAligned}, {LumBlackTopHatDisk, LumBlackTopHatDiskAligned},
+const DiskFn kDisk[7][2] = {{LumErodeDisk, LumErodeDiskAligned},
+                            {LumDilateDisk, LumDilateDiskAligned},
+                            {LumOpenDisk, LumOpenDiskAligned},
+                            {LumCloseDisk, LumCloseDiskAligned},
+                            {LumWhiteTopHatDisk, LumWhiteTopHatDiskAligned},
+                            {LumBlackTopHatDisk, LumBlackTopHatDiskAligned},
                             {LumMorphoGradientDisk, LumMorphoGradientDiskAligned}};
 
 Operator Box(int kind, unsigned hw, unsigned hh) {
@@ -133,13 +140,16 @@ Operator Box(int kind, unsigned hw, unsigned hh) {
   return {std::string(kNames[kind]) + "Box " + std::to_string(hw) + "," + std::to_string(hh),
           [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kBox[kind][0](s, d, hw, hh); },
           [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kBox[kind][1](s, d, hw, hh); },
-          [=](const Plane& in) { return Compose(kind, in, [=](const Plane& p, bool max) { return RefBox(p, hw, h, max); }); }};
+          [=](const Plane& in) {
+            return Compose(kind, in, [=](const Plane& p, bool max) { return RefBox(p, hw, h, max); });
+          }};
 }
 Operator Disk(int kind, unsigned r) {
-  return {std::string(kNames[kind]) + "Disk " + std::to_string(r),
-          [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][0](s, d, r); },
-          [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][1](s, d, r); },
-          [=](const Plane& in) { return Compose(kind, in, [=](const Plane& p, bool max) { return RefDisk(p, r, max); }); }};
+  return {
+      std::string(kNames[kind]) + "Disk " + std::to_string(r),
+      [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][0](s, d, r); },
+      [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][1](s, d, r); },
+      [=](const Plane& in) { return Compose(kind, in, [=](const Plane& p, bool max) { return RefDisk(p, r, max); }); }};
 }
 Operator Median() { return {"Median", LumMedian, LumMedianAligned, RefMedian}; }
 
@@ -192,8 +202,8 @@ TEST(BW1Morphology, PlainFormsMatchThePassRulesAtEveryBitOffset) {
           const int height = width > 130 ? 3 : 1 + (width + bit) % 5;
           // The median needs a destination: its in-place form is the source itself.
           const int form = op.name == "Median" && (width + bit) % 3 == 1 ? 2 : (width + bit) % 3;
-          SCOPED_TRACE(testing::Message() << op.name << " width " << width << " bit " << bit << " wide " << wide
-                                          << " form " << form);
+          SCOPED_TRACE(testing::Message()
+                       << op.name << " width " << width << " bit " << bit << " wide " << wide << " form " << form);
           BitView src(width, height, bit, width % 8), dst(width, height, 7 - bit, bit);
           const Plane in = Read(&src.view);
           op.plain(&src.view, form == 0 ? &dst.view : form == 1 ? nullptr : &src.view);
@@ -206,28 +216,34 @@ TEST(BW1Morphology, PlainFormsMatchThePassRulesAtEveryBitOffset) {
 }
 
 // The Aligned forms on aligned images give the plain forms' pixels, keep the spare bits of each
-// row's last byte, and the wide and scalar paths agree at every byte offset of the rows.
+// row's last byte, and the wide (on every target the processor has) and scalar paths agree at
+// every byte offset of the rows.
 TEST(BW1Morphology, AlignedFormsKeepSpareBitsAndMatchThePlainForms) {
-  for (const Operator& op : AllOperators())
-    for (int width : {3, 12, 100, 301})
-      for (int offset : {0, 1, 3, 7}) {
-        SCOPED_TRACE(testing::Message() << op.name << " width " << width << " offset " << offset);
-        kt::Framed<ZBW1> src(width, 4, offset), scalar(width, 4, offset + 1), wide(width, 4, 8 - offset);
-        src.FillRandom(kt::Rng());
-        scalar.FillBytes(0x96);
-        wide.FillBytes(0x96);
-        {
-          const kt::WideSetting off(0);
-          op.aligned(src.get(), scalar.get());
+  for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    SCOPED_TRACE(hwy::TargetName(target));
+    hwy::SetSupportedTargetsForTest(target);
+    for (const Operator& op : AllOperators())
+      for (int width : {3, 12, 100, 301})
+        for (int offset : {0, 1, 3, 7}) {
+          SCOPED_TRACE(testing::Message() << op.name << " width " << width << " offset " << offset);
+          kt::Framed<ZBW1> src(width, 4, offset), scalar(width, 4, offset + 1), wide(width, 4, 8 - offset);
+          src.FillRandom(kt::Rng());
+          scalar.FillBytes(0x96);
+          wide.FillBytes(0x96);
+          {
+            const kt::WideSetting off(0);
+            op.aligned(src.get(), scalar.get());
+          }
+          op.aligned(src.get(), wide.get());
+          ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+          ASSERT_TRUE(kt::SameBytes(scalar.get(), wide.get()));  // spare bits included
+          ASSERT_EQ(Read(wide.get()), op.want(Read(src.get())));
+          const uint8_t spare = static_cast<uint8_t>(width % 8 ? 0xFF >> (width % 8) : 0);
+          for (int y = 0; y < 4; ++y) ASSERT_EQ(*wide->GetImagePtr(width - 1, y) & spare, 0x96 & spare);
+          ASSERT_TRUE(src.GuardsIntact() && scalar.GuardsIntact() && wide.GuardsIntact());
         }
-        op.aligned(src.get(), wide.get());
-        ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-        ASSERT_TRUE(kt::SameBytes(scalar.get(), wide.get()));  // spare bits included
-        ASSERT_EQ(Read(wide.get()), op.want(Read(src.get())));
-        const uint8_t spare = static_cast<uint8_t>(width % 8 ? 0xFF >> (width % 8) : 0);
-        for (int y = 0; y < 4; ++y) ASSERT_EQ(*wide->GetImagePtr(width - 1, y) & spare, 0x96 & spare);
-        ASSERT_TRUE(src.GuardsIntact() && scalar.GuardsIntact() && wide.GuardsIntact());
-      }
+  }
+  hwy::SetSupportedTargetsForTest(0);
 }
 
 TEST(BW1Morphology, WorkedCases) {
@@ -299,9 +315,13 @@ TEST(BW1Morphology, BadInputIsReportedWithTheOperatorsTraceAndWritesNothing) {
     Fn call;
   };
   std::vector<Form> forms;
-  const char* const nullSpelling[7][2] = {{nullptr, nullptr}, {nullptr, nullptr}, {nullptr, nullptr},
-                                          {nullptr, nullptr}, {"LumWhiteTophatBox (BW1)", "LumWhiteTophatDisk (BW1)"},
-                                          {nullptr, "LumBlackTophatDisk (BW1)"}, {nullptr, nullptr}};
+  const char* const nullSpelling[7][2] = {{nullptr, nullptr},
+                                          {nullptr, nullptr},
+                                          {nullptr, nullptr},
+                                          {nullptr, nullptr},
+                                          {"LumWhiteTophatBox (BW1)", "LumWhiteTophatDisk (BW1)"},
+                                          {nullptr, "LumBlackTophatDisk (BW1)"},
+                                          {nullptr, nullptr}};
   static std::vector<std::string> traces;  // the strings outlive the table
   traces.clear();
   traces.reserve(14);
@@ -310,8 +330,9 @@ TEST(BW1Morphology, BadInputIsReportedWithTheOperatorsTraceAndWritesNothing) {
       traces.push_back(std::string("Lum") + kNames[kind] + (disk ? "Disk" : "Box") + " (BW1)");
       const char* t = traces.back().c_str();
       const char* n = nullSpelling[kind][disk] ? nullSpelling[kind][disk] : t;
-      forms.push_back({t, n, disk ? Fn([kind](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][0](s, d, 2); })
-                                  : Fn([kind](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kBox[kind][0](s, d, 1, 2); })});
+      forms.push_back({t, n,
+                       disk ? Fn([kind](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][0](s, d, 2); })
+                            : Fn([kind](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kBox[kind][0](s, d, 1, 2); })});
     }
   forms.push_back({"LumMedian (BW1)", "LumMedian (BW1)", LumMedian});
   for (const Form& f : forms) {
