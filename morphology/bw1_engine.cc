@@ -125,23 +125,17 @@ void ScalarRange(Pass pass, const RowSet& r, uint8_t* d, int from, int to) {
   }
 }
 
-// One row under the row rule on 8-byte steps of the source address: scalar bytes up to the first
-// source byte on an 8-byte boundary (at least the first byte, which has the left edge), wide steps
-// of 8 bytes while they end before the last byte (which has the right edge), scalar to the end.
-void RowOf(Pass pass, bool max, const RowSet& r, const uint8_t* sourceRow, uint8_t* d, bool wide) {
-  int first = r.n, count = 0;
-  if (wide) {
-    const uintptr_t s = reinterpret_cast<uintptr_t>(sourceRow);
-    first = static_cast<int>(((s + 8) & ~uintptr_t{7}) - s);  // 1 to 8
-    count = r.n - 1 > first ? (r.n - 1 - first) / 8 * 8 : 0;
-    if (count == 0) first = r.n;
-  }
+// One row. The first and the last byte carry the edges and are always scalar; with the wide path
+// on, every byte between them goes to the wide kernel, in steps of 8 or more bytes at any address
+// (a row of fewer than 8 such bytes stays scalar). The bits are those of the scalar bytes.
+void RowOf(Pass pass, bool max, const RowSet& r, uint8_t* d, bool wide) {
   auto scalar = [&](int from, int to) {
     if (from < to) max ? ScalarRange<true>(pass, r, d, from, to) : ScalarRange<false>(pass, r, d, from, to);
   };
-  scalar(0, first);
-  if (count > 0) WideRow(pass, max, r.a, r.c, r.b, d, static_cast<size_t>(first), static_cast<size_t>(count));
-  scalar(first + count, r.n);
+  if (!wide || r.n < 10) return scalar(0, r.n);
+  scalar(0, 1);
+  WideRow(pass, max, r.a, r.c, r.b, d, 1, static_cast<size_t>(r.n - 2));
+  scalar(r.n - 1, r.n);
 }
 
 // The two line buffers of a chain of passes, allocated once.
@@ -181,7 +175,7 @@ void RunPass(Pass pass, bool max, const ZROI<ZBW1>* source, ZROI<ZBW1>* destinat
     }
     const uint8_t* a = y == 0 ? c : inPlace ? lines.previous() : rs[y - 1];
     const uint8_t* b = y + 1 < height ? rs[y + 1] : c;
-    RowOf(pass, max, RowSet{a, c, b, n, last}, row, rd[y], wide);
+    RowOf(pass, max, RowSet{a, c, b, n, last}, rd[y], wide);
     if (inPlace) lines.Swap();
   }
 }

@@ -23,9 +23,10 @@ inline uint8_t Left(uint8_t p, uint8_t c) { return static_cast<uint8_t>((c >> 1)
 inline uint8_t Right(uint8_t c, uint8_t n) { return static_cast<uint8_t>((c << 1) | (n >> 7)); }
 inline uint8_t Majority(uint8_t x, uint8_t y, uint8_t z) { return static_cast<uint8_t>((x & y) | ((x | y) & z)); }
 
-// Output bytes [first, first + count) of one row, all of them away from both row ends: byte
-// first - 1 and byte first + count exist in each of the three rows. `max` selects dilation
-// (OR) over erosion (AND); the median ignores it. a, c, b: the rows above, current, below.
+// Output bytes [first, first + count) of one row, count at least 8, all of them away from both
+// row ends: byte first - 1 and byte first + count exist in each of the three rows, and `d` is none
+// of them. `max` selects dilation (OR) over erosion (AND); the median ignores it. a, c, b: the
+// rows above, current, below.
 void WideRow(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first,
              size_t count);
 

@@ -95,15 +95,19 @@ template <Pass kPass, bool kMax>
 HWY_INLINE void WordSteps(const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t i, size_t end) {
   const Masks<uint64_t> m{0x7F7F7F7F7F7F7F7Full, 0x8080808080808080ull, 0xFEFEFEFEFEFEFEFEull,
                           0x0101010101010101ull};
-  for (; i + 8 <= end; i += 8) {
-    auto load = [i](const uint8_t* row, int o) {
+  auto step = [&](size_t at) {
+    auto load = [at](const uint8_t* row, int o) {
       uint64_t w;
-      std::memcpy(&w, row + i + o, 8);
+      std::memcpy(&w, row + at + o, 8);
       return w;
     };
     const uint64_t out = StepOf<kPass, kMax>(m, a, c, b, load);
-    std::memcpy(d + i, &out, 8);
-  }
+    std::memcpy(d + at, &out, 8);
+  };
+  for (; i + 8 <= end; i += 8) step(i);
+  // The last few bytes: one more word that ends with the range and overlaps bytes already done,
+  // which it computes again to the same values (the destination is none of the three rows).
+  if (i < end) step(end - 8);
 }
 
 template <Pass kPass, bool kMax>
@@ -117,9 +121,15 @@ HWY_INLINE void Steps(const uint8_t* a, const uint8_t* c, const uint8_t* b, uint
   const Masks<V> m{hn::Set(d64, 0x7F7F7F7F7F7F7F7Full), hn::Set(d64, 0x8080808080808080ull),
                    hn::Set(d64, 0xFEFEFEFEFEFEFEFEull), hn::Set(d64, 0x0101010101010101ull)};
   const size_t bytes = hn::Lanes(d8);
-  for (; i + bytes <= end; i += bytes) {
-    auto load = [&](const uint8_t* row, int o) { return hn::BitCast(d64, hn::LoadU(d8, row + i + o)); };
-    hn::StoreU(hn::BitCast(d8, StepOf<kPass, kMax>(m, a, c, b, load)), d8, d + i);
+  auto step = [&](size_t at) {
+    auto load = [&](const uint8_t* row, int o) { return hn::BitCast(d64, hn::LoadU(d8, row + at + o)); };
+    hn::StoreU(hn::BitCast(d8, StepOf<kPass, kMax>(m, a, c, b, load)), d8, d + at);
+  };
+  for (; i + bytes <= end; i += bytes) step(i);
+  // A last vector that ends with the range, over bytes already done (see WordSteps).
+  if (i < end && count >= bytes) {
+    step(end - bytes);
+    return;
   }
 #endif
   WordSteps<kPass, kMax>(a, c, b, d, i, end);
