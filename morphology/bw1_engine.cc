@@ -199,6 +199,62 @@ class Chain {
   LineBuffers m_lines;
 };
 
+// The wide box of more than one pass. An erosion by a box clipped to the view is the erosion by
+// its column clipped to the view, then by its row clipped to the view, and a row window of radius
+// a + b is one of radius a after one of radius b; so the chain of square and 1-D passes gives the
+// same pixels as: each output row the AND of the source rows within hh (any number at once), then
+// windows of up to 7 pixels along the row in a padded buffer whose outside is neutral. Work in
+// place reads from a copy of the source.
+void SeparableBox(const ZROI<ZBW1>* source, ZROI<ZBW1>* destination, uint32_t hw, uint32_t hh, bool max) {
+  const int width = destination->GetWidth(), height = destination->GetHeight();
+  const int n = (width + 7) / 8;
+  const uint8_t last = LastMask(width), outside = max ? 0x00 : 0xFF;
+  const rows::Rows<uint8_t> rd(destination);
+  ZImage<ZBW1> copy;
+  if (rows::Rows<const uint8_t>(source).Bytes(0) == rd.Bytes(0)) {
+    ZOk();
+    copy.SetSize(width, height);
+    if (!frame::Ok() || copy.GetImagePtr(0, 0) == nullptr) frame::Throw(Z_ERROR_NO_MEMORY);
+    const rows::Rows<uint8_t> rc(&copy);
+    for (int y = 0; y < height; ++y) std::memcpy(rc[y], rd[y], static_cast<size_t>(n));
+    source = &copy;
+  }
+  const rows::Rows<const uint8_t> rs(source);
+  constexpr int kPad = 8, kSlack = 80;
+  const size_t span = kPad + static_cast<size_t>(n) + kSlack;
+  std::unique_ptr<uint8_t[]> store(new (std::nothrow) uint8_t[2 * span]);
+  std::unique_ptr<const uint8_t*[]> column(new (std::nothrow) const uint8_t*[2 * static_cast<size_t>(hh) + 1]);
+  if (!store || !column) frame::Throw(Z_ERROR_NO_MEMORY);
+  std::memset(store.get(), outside, 2 * span);
+  uint8_t* cur = store.get() + kPad;
+  uint8_t* next = store.get() + span + kPad;
+  // The spare bits of the last byte and the bytes after the row read as neutral.
+  auto neutralise = [&](uint8_t* row) {
+    row[n - 1] = max ? static_cast<uint8_t>(row[n - 1] & last) : static_cast<uint8_t>(row[n - 1] | ~last);
+    std::memset(row + n, outside, kSlack);
+  };
+  for (int y = 0; y < height; ++y) {
+    const int top = y > static_cast<int>(hh) ? y - static_cast<int>(hh) : 0;
+    const int bottom = static_cast<int>(std::min<int64_t>(height - 1, int64_t{y} + hh));
+    for (int k = top; k <= bottom; ++k) column[k - top] = rs[k];
+    if (bottom > top)
+      WideJoinRows(column.get(), bottom - top + 1, cur, static_cast<size_t>(n), max);
+    else
+      std::memcpy(cur, rs[y], static_cast<size_t>(n));
+    neutralise(cur);
+    for (uint32_t left = hw; left > 0;) {
+      const int radius = static_cast<int>(std::min<uint32_t>(left, 7));
+      WideAlongRow(cur, next, static_cast<size_t>(n), radius, max);
+      std::swap(cur, next);
+      neutralise(cur);
+      left -= static_cast<uint32_t>(radius);
+    }
+    uint8_t* out = rd[y];
+    std::memcpy(out, cur, static_cast<size_t>(n - 1));
+    out[n - 1] = static_cast<uint8_t>((out[n - 1] & ~last) | (cur[n - 1] & last));
+  }
+}
+
 }  // namespace
 
 // A window that reaches across the whole view in one direction gives the same pixels as any wider
@@ -208,6 +264,7 @@ void Box(const ZROI<ZBW1>* source, ZROI<ZBW1>* destination, uint32_t hw, uint32_
   hw = std::min<uint32_t>(hw, static_cast<uint32_t>(destination->GetWidth()));
   hh = std::min<uint32_t>(hh, static_cast<uint32_t>(destination->GetHeight()));
   if (hw == 0 && hh == 0) return;
+  if (ZGetMMX() != 0 && std::max(hw, hh) > 1) return SeparableBox(source, destination, hw, hh, max);
   Chain chain(source, destination, max);
   const uint32_t squares = std::min(hw, hh);
   chain.Run(kSquare, squares);

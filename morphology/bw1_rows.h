@@ -30,6 +30,13 @@ inline uint8_t Majority(uint8_t x, uint8_t y, uint8_t z) { return static_cast<ui
 void WideRow(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first,
              size_t count);
 
+// out[i] = the AND (OR with `max`) of rows[0][i] .. rows[count - 1][i], i in [0, n), count >= 2.
+void WideJoinRows(const uint8_t* const* rows, int count, uint8_t* out, size_t n, bool max);
+
+// out byte i, for i in [0, n) rounded up to 64 bytes: the AND (OR) of the pixels of `in` that lie
+// within `radius` (1 to 7) of each pixel along the row. Reads in[-1] to in[n rounded up + 64].
+void WideAlongRow(const uint8_t* in, uint8_t* out, size_t n, int radius, bool max);
+
 }  // namespace kelmira::bw1m
 
 #endif  // KELMIRA_MORPHOLOGY_BW1_ROWS_H

@@ -152,12 +152,95 @@ void Row(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t*
   max ? RowFor<true>(pass, a, c, b, d, first, count) : RowFor<false>(pass, a, c, b, d, first, count);
 }
 
+// ----- the separable box: a column window of any height, then windows of up to 7 along rows -----
+
+template <bool kMax>
+HWY_INLINE void JoinRowsT(const uint8_t* const* rows, int count, uint8_t* out, size_t n) {
+  size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const hn::ScalableTag<uint8_t> d;
+  for (; i + hn::Lanes(d) <= n; i += hn::Lanes(d)) {
+    auto v = hn::LoadU(d, rows[0] + i);
+    for (int k = 1; k < count; ++k) v = Join<kMax>(v, hn::LoadU(d, rows[k] + i));
+    hn::StoreU(v, d, out + i);
+  }
+#endif
+  for (; i < n; ++i) {
+    uint8_t v = rows[0][i];
+    for (int k = 1; k < count; ++k) v = kMax ? (v | rows[k][i]) : (v & rows[k][i]);
+    out[i] = v;
+  }
+}
+
+void JoinRows(const uint8_t* const* rows, int count, uint8_t* out, size_t n, bool max) {
+  max ? JoinRowsT<true>(rows, count, out, n) : JoinRowsT<false>(rows, count, out, n);
+}
+
+// The pixels at distance s (1 to 7) on the left and on the right, from the word at a byte (w) and
+// the words one byte before (p) and after (q): the generalisation of LeftOf and RightOf.
+template <bool kMax, class W, class Make, class Up, class Down>
+HWY_INLINE W AlongWord(W w, W p, W q, int radius, Make&& make, Up&& up, Down&& down) {
+  W acc = w;
+  for (int s = 1; s <= radius; ++s) {
+    // Per byte: the bits whose left (right) neighbour lies in the same byte, the others in the
+    // byte before (after).
+    const uint64_t leftSame = 0x0101010101010101ull * (0xFFu >> s);
+    const uint64_t rightSame = 0x0101010101010101ull * ((0xFFu << s) & 0xFF);
+    const W left = (down(w, s) & make(leftSame)) | (up(p, 8 - s) & make(~leftSame));
+    const W right = (up(w, s) & make(rightSame)) | (down(q, 8 - s) & make(~rightSame));
+    acc = Join<kMax>(acc, Join<kMax>(left, right));
+  }
+  return acc;
+}
+
+template <bool kMax>
+HWY_INLINE void AlongRowT(const uint8_t* in, uint8_t* out, size_t n, int radius) {
+#if HWY_TARGET != HWY_SCALAR && HWY_IS_LITTLE_ENDIAN
+  const hn::ScalableTag<uint64_t> d64;
+  const hn::Repartition<uint8_t, decltype(d64)> d8;
+  using V = hn::Vec<decltype(d64)>;
+  auto make = [&](uint64_t k) { return hn::Set(d64, k); };
+  auto up = [](V v, int s) { return hn::ShiftLeftSame(v, s); };
+  auto down = [](V v, int s) { return hn::ShiftRightSame(v, s); };
+  for (size_t i = 0; i < n; i += hn::Lanes(d8)) {
+    auto load = [&](int o) { return hn::BitCast(d64, hn::LoadU(d8, in + i + o)); };
+    const V acc = AlongWord<kMax>(load(0), load(-1), load(1), radius, make, up, down);
+    hn::StoreU(hn::BitCast(d8, acc), d8, out + i);
+  }
+#else
+  auto make = [](uint64_t k) { return k; };
+  auto up = [](uint64_t v, int s) { return v << s; };
+  auto down = [](uint64_t v, int s) { return v >> s; };
+  for (size_t i = 0; i < n; i += 8) {
+    uint64_t w, p, q;
+    std::memcpy(&w, in + i, 8);
+    std::memcpy(&p, in + i - 1, 8);
+    std::memcpy(&q, in + i + 1, 8);
+    const uint64_t acc = AlongWord<kMax>(w, p, q, radius, make, up, down);
+    std::memcpy(out + i, &acc, 8);
+  }
+#endif
+}
+
+void AlongRow(const uint8_t* in, uint8_t* out, size_t n, int radius, bool max) {
+  max ? AlongRowT<true>(in, out, n, radius) : AlongRowT<false>(in, out, n, radius);
+}
+
 }  // namespace kelmira::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace kelmira::bw1m {
 HWY_EXPORT(Row);
+HWY_EXPORT(JoinRows);
+HWY_EXPORT(AlongRow);
+
+void WideJoinRows(const uint8_t* const* rows, int count, uint8_t* out, size_t n, bool max) {
+  HWY_DYNAMIC_DISPATCH(JoinRows)(rows, count, out, n, max);
+}
+void WideAlongRow(const uint8_t* in, uint8_t* out, size_t n, int radius, bool max) {
+  HWY_DYNAMIC_DISPATCH(AlongRow)(in, out, n, radius, max);
+}
 
 void WideRow(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first,
              size_t count) {

@@ -160,6 +160,10 @@ std::vector<Operator> AllOperators() {
     ops.push_back(Box(kind, kind % 2 ? 0 : 2, kind % 2 ? 2 : 1));
     ops.push_back(Disk(kind, kind % 3 + 1));
   }
+  // Windows wider than one byte and taller than a few rows.
+  ops.push_back(Box(0, 9, 4));
+  ops.push_back(Box(1, 3, 12));
+  ops.push_back(Box(3, 16, KELMIRA_MORPHO_SAME_AS_WIDTH));
   ops.push_back(Median());
   return ops;
 }
