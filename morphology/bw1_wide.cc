@@ -114,7 +114,7 @@ template <Pass kPass, bool kMax>
 HWY_INLINE void Steps(const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first, size_t count) {
   size_t i = first;
   const size_t end = first + count;
-#if HWY_TARGET != HWY_SCALAR && HWY_IS_LITTLE_ENDIAN
+#if HWY_TARGET != HWY_SCALAR && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
   const hn::ScalableTag<uint64_t> d64;
   const hn::Repartition<uint8_t, decltype(d64)> d8;
   using V = hn::Vec<decltype(d64)>;
@@ -164,7 +164,26 @@ HWY_INLINE void JoinRowsT(const uint8_t* const* rows, int count, uint8_t* out, s
     for (int k = 1; k < count; ++k) v = Join<kMax>(v, hn::LoadU(d, rows[k] + i));
     hn::StoreU(v, d, out + i);
   }
+  // The last bytes: one more vector or word ending with the row when the row is long enough (its
+  // bytes already done are computed again to the same values), else single bytes.
+  if (i < n && n >= hn::Lanes(d)) {
+    i = n - hn::Lanes(d);
+    auto v = hn::LoadU(d, rows[0] + i);
+    for (int k = 1; k < count; ++k) v = Join<kMax>(v, hn::LoadU(d, rows[k] + i));
+    hn::StoreU(v, d, out + i);
+    i = n;
+  }
 #endif
+  for (; i + 8 <= n; i += 8) {
+    uint64_t v, w;
+    std::memcpy(&v, rows[0] + i, 8);
+    for (int k = 1; k < count; ++k) {
+      std::memcpy(&w, rows[k] + i, 8);
+      v = kMax ? (v | w) : (v & w);
+    }
+    std::memcpy(out + i, &v, 8);
+    if (i + 8 < n && i + 16 > n) i = n - 16;  // the last word ends with the row
+  }
   for (; i < n; ++i) {
     uint8_t v = rows[0][i];
     for (int k = 1; k < count; ++k) v = kMax ? (v | rows[k][i]) : (v & rows[k][i]);
@@ -195,7 +214,7 @@ HWY_INLINE W AlongWord(W w, W p, W q, int radius, Make&& make, Up&& up, Down&& d
 
 template <bool kMax>
 HWY_INLINE void AlongRowT(const uint8_t* in, uint8_t* out, size_t n, int radius) {
-#if HWY_TARGET != HWY_SCALAR && HWY_IS_LITTLE_ENDIAN
+#if HWY_TARGET != HWY_SCALAR && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
   const hn::ScalableTag<uint64_t> d64;
   const hn::Repartition<uint8_t, decltype(d64)> d8;
   using V = hn::Vec<decltype(d64)>;
