@@ -197,8 +197,38 @@ void JoinRows(const uint8_t* const* rows, int count, uint8_t* out, size_t n, boo
 
 // The pixels at distance s (1 to 7) on the left and on the right, from the word at a byte (w) and
 // the words one byte before (p) and after (q): the generalisation of LeftOf and RightOf.
+// `v` with the bits of `mask` made neutral (set for AND, clear for OR).
+template <bool kMax, class W>
+HWY_INLINE W Neutral(W v, W mask) {
+  if constexpr (kMax) return hn::AndNot(mask, v);
+  else return v | mask;
+}
+template <bool kMax>
+HWY_INLINE uint64_t Neutral(uint64_t v, uint64_t mask) {
+  return kMax ? (v & ~mask) : (v | mask);
+}
+
 template <bool kMax, class W, class Make, class Up, class Down>
 HWY_INLINE W AlongWord(W w, W p, W q, int radius, Make&& make, Up&& up, Down&& down) {
+  if (radius == 7) {
+    // Radius 7 from the bytes' own prefixes and suffixes: the join of pixels 0..x of a byte
+    // (pre) and of x..7 (suf), each in three doubling steps inside the byte. Pixels x - 7 .. x
+    // are pre(x) of the byte and suf(x + 1) of the byte before; x .. x + 7 are suf(x) and
+    // pre(x - 1) of the byte after.
+    auto pre = [&](W v) {
+      v = Join<kMax>(v, Neutral<kMax>(down(v, 1), make(0x8080808080808080ull)));
+      v = Join<kMax>(v, Neutral<kMax>(down(v, 2), make(0xC0C0C0C0C0C0C0C0ull)));
+      return Join<kMax>(v, Neutral<kMax>(down(v, 4), make(0xF0F0F0F0F0F0F0F0ull)));
+    };
+    auto suf = [&](W v) {
+      v = Join<kMax>(v, Neutral<kMax>(up(v, 1), make(0x0101010101010101ull)));
+      v = Join<kMax>(v, Neutral<kMax>(up(v, 2), make(0x0303030303030303ull)));
+      return Join<kMax>(v, Neutral<kMax>(up(v, 4), make(0x0F0F0F0F0F0F0F0Full)));
+    };
+    const W left = Join<kMax>(pre(w), Neutral<kMax>(up(suf(p), 1), make(0x0101010101010101ull)));
+    const W right = Join<kMax>(suf(w), Neutral<kMax>(down(pre(q), 1), make(0x8080808080808080ull)));
+    return Join<kMax>(left, right);
+  }
   W acc = w;
   for (int s = 1; s <= radius; ++s) {
     // Per byte: the bits whose left (right) neighbour lies in the same byte, the others in the
