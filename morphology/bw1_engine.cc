@@ -125,17 +125,22 @@ void ScalarRange(Pass pass, const RowSet& r, uint8_t* d, int from, int to) {
   }
 }
 
-// One row. The first and the last byte carry the edges and are always scalar; with the wide path
-// on, every byte between them goes to the wide kernel, in steps of 8 or more bytes at any address
-// (a row of fewer than 8 such bytes stays scalar). The bits are those of the scalar bytes.
+// One row. With the wide path on, every byte between the first and the last goes to the wide
+// kernel, in steps of 8 or more bytes at any address (a row of fewer than 8 such bytes stays
+// scalar); the two edge bytes follow in 64-bit words, or in scalar code for the median. The bits
+// are those of the scalar bytes.
 void RowOf(Pass pass, bool max, const RowSet& r, uint8_t* d, bool wide) {
   auto scalar = [&](int from, int to) {
     if (from < to) max ? ScalarRange<true>(pass, r, d, from, to) : ScalarRange<false>(pass, r, d, from, to);
   };
   if (!wide || r.n < 10) return scalar(0, r.n);
-  scalar(0, 1);
   WideRow(pass, max, r.a, r.c, r.b, d, 1, static_cast<size_t>(r.n - 2));
-  scalar(r.n - 1, r.n);
+  if (pass == kMedian) {
+    scalar(0, 1);
+    scalar(r.n - 1, r.n);
+  } else {
+    WideEdges(pass, max, r.a, r.c, r.b, d, static_cast<size_t>(r.n), r.last);
+  }
 }
 
 // The two line buffers of a chain of passes, allocated once.

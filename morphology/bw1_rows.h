@@ -30,6 +30,12 @@ inline uint8_t Majority(uint8_t x, uint8_t y, uint8_t z) { return static_cast<ui
 void WideRow(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first,
              size_t count);
 
+// Bytes 0 and n - 1 (with the 8-byte words that hold them) of a row of n >= 9 bytes, for the
+// erosion and dilation passes, with their edges: the outside and the spare bits of the last byte
+// neutral, the spare bits of d's last byte kept. The median is not handled here.
+void WideEdges(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t n,
+               uint8_t last);
+
 // out[i] = the AND (OR with `max`) of rows[0][i] .. rows[count - 1][i], i in [0, n), count >= 2.
 void WideJoinRows(const uint8_t* const* rows, int count, uint8_t* out, size_t n, bool max);
 

@@ -135,6 +135,51 @@ HWY_INLINE void Steps(const uint8_t* a, const uint8_t* c, const uint8_t* b, uint
   WordSteps<kPass, kMax>(a, c, b, d, i, end);
 }
 
+// The first and the last word of a row of n >= 9 bytes, with the edges of erosion and dilation:
+// the byte before the row and after it neutral, the spare bits of the last byte neutral. The
+// words' other bytes are computed again to the values the middle gave them; the spare bits of
+// the destination's last byte keep their value.
+template <Pass kPass, bool kMax>
+HWY_INLINE void EdgeWords(const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t n, uint8_t last) {
+  const Masks<uint64_t> m{0x7F7F7F7F7F7F7F7Full, 0x8080808080808080ull, 0xFEFEFEFEFEFEFEFEull,
+                          0x0101010101010101ull};
+  const uint64_t outside = kMax ? 0 : 0xFF;
+  auto word = [](const uint8_t* row, size_t at) {
+    uint64_t w;
+    std::memcpy(&w, row + at, 8);
+    return w;
+  };
+  auto first = [&](const uint8_t* row, int o) {
+    return o < 0 ? (word(row, 0) << 8) | outside : word(row, static_cast<size_t>(o));
+  };
+  uint64_t out = StepOf<kPass, kMax>(m, a, c, b, first);
+  std::memcpy(d, &out, 8);
+  const size_t at = n - 8;
+  const uint64_t spare = static_cast<uint64_t>(static_cast<uint8_t>(~last)) << 56;
+  auto lastWord = [&](const uint8_t* row, int o) {
+    if (o < 0) return word(row, at - 1);
+    const uint64_t w = kMax ? word(row, at) & ~spare : word(row, at) | spare;
+    return o == 0 ? w : (w >> 8) | (outside << 56);
+  };
+  out = StepOf<kPass, kMax>(m, a, c, b, lastWord);
+  const uint64_t old = word(d, at);
+  out = (out & ~spare) | (old & spare);
+  std::memcpy(d + at, &out, 8);
+}
+
+void Edges(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t n,
+           uint8_t last) {
+  switch (pass) {
+    case Pass::kX: return max ? EdgeWords<Pass::kX, true>(a, c, b, d, n, last) : EdgeWords<Pass::kX, false>(a, c, b, d, n, last);
+    case Pass::kY: return max ? EdgeWords<Pass::kY, true>(a, c, b, d, n, last) : EdgeWords<Pass::kY, false>(a, c, b, d, n, last);
+    case Pass::kSquare:
+      return max ? EdgeWords<Pass::kSquare, true>(a, c, b, d, n, last) : EdgeWords<Pass::kSquare, false>(a, c, b, d, n, last);
+    case Pass::kCross:
+      return max ? EdgeWords<Pass::kCross, true>(a, c, b, d, n, last) : EdgeWords<Pass::kCross, false>(a, c, b, d, n, last);
+    case Pass::kMedian: return;  // the median's edges are the scalar code's
+  }
+}
+
 template <bool kMax>
 HWY_INLINE void RowFor(Pass pass, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first,
                        size_t count) {
@@ -281,6 +326,12 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kelmira::bw1m {
 HWY_EXPORT(Row);
+HWY_EXPORT(Edges);
+
+void WideEdges(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t n,
+               uint8_t last) {
+  HWY_DYNAMIC_DISPATCH(Edges)(pass, max, a, c, b, d, n, last);
+}
 HWY_EXPORT(JoinRows);
 HWY_EXPORT(AlongRow);
 
