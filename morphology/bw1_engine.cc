@@ -171,6 +171,9 @@ void RunPass(Pass pass, bool max, const ZROI<ZBW1>* source, ZROI<ZBW1>* destinat
   const rows::Rows<const uint8_t> rs(source);
   const rows::Rows<uint8_t> rd(destination);
   const bool inPlace = rs.Bytes(0) == rd.Bytes(0);
+  if (wide && !inPlace && n >= 10 && pass != kMedian)
+    return WideImage(pass, max, rs.Bytes(0), rs.Bytes(1) - rs.Bytes(0), rd.Bytes(0), rd.Bytes(1) - rd.Bytes(0),
+                     static_cast<size_t>(n), height, last);
   for (int y = 0; y < height; ++y) {
     const uint8_t* row = rs[y];
     const uint8_t* c = row;

@@ -36,6 +36,11 @@ void WideRow(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint
 void WideEdges(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t n,
                uint8_t last);
 
+// A whole erosion or dilation pass (not the median) from one image to another that does not
+// overlap it, rows of n >= 10 bytes: what the rows one by one would give.
+void WideImage(Pass pass, bool max, const uint8_t* source, ptrdiff_t sourcePitch, uint8_t* destination,
+               ptrdiff_t destinationPitch, size_t n, int height, uint8_t last);
+
 // out[i] = the AND (OR with `max`) of rows[0][i] .. rows[count - 1][i], i in [0, n), count >= 2.
 void WideJoinRows(const uint8_t* const* rows, int count, uint8_t* out, size_t n, bool max);
 

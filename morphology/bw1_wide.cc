@@ -180,6 +180,37 @@ void Edges(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_
   }
 }
 
+// A whole pass of erosion or dilation from one image to another, rows of n >= 10 bytes: the loop
+// over the rows in the target's code, so that a row costs no dispatch.
+template <Pass kPass, bool kMax>
+HWY_INLINE void ImageT(const uint8_t* s, ptrdiff_t sp, uint8_t* d, ptrdiff_t dp, size_t n, int height, uint8_t last) {
+  for (int y = 0; y < height; ++y) {
+    const uint8_t* c = s + y * sp;
+    const uint8_t* a = y > 0 ? c - sp : c;
+    const uint8_t* b = y + 1 < height ? c + sp : c;
+    uint8_t* o = d + y * dp;
+    Steps<kPass, kMax>(a, c, b, o, 1, n - 2);
+    EdgeWords<kPass, kMax>(a, c, b, o, n, last);
+  }
+}
+
+template <bool kMax>
+void ImageFor(Pass pass, const uint8_t* s, ptrdiff_t sp, uint8_t* d, ptrdiff_t dp, size_t n, int height,
+              uint8_t last) {
+  switch (pass) {
+    case Pass::kX: return ImageT<Pass::kX, kMax>(s, sp, d, dp, n, height, last);
+    case Pass::kY: return ImageT<Pass::kY, kMax>(s, sp, d, dp, n, height, last);
+    case Pass::kSquare: return ImageT<Pass::kSquare, kMax>(s, sp, d, dp, n, height, last);
+    case Pass::kCross: return ImageT<Pass::kCross, kMax>(s, sp, d, dp, n, height, last);
+    case Pass::kMedian: return;  // not used for the median
+  }
+}
+
+void Image(Pass pass, bool max, const uint8_t* s, ptrdiff_t sp, uint8_t* d, ptrdiff_t dp, size_t n, int height,
+           uint8_t last) {
+  max ? ImageFor<true>(pass, s, sp, d, dp, n, height, last) : ImageFor<false>(pass, s, sp, d, dp, n, height, last);
+}
+
 template <bool kMax>
 HWY_INLINE void RowFor(Pass pass, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t first,
                        size_t count) {
@@ -327,6 +358,12 @@ HWY_AFTER_NAMESPACE();
 namespace kelmira::bw1m {
 HWY_EXPORT(Row);
 HWY_EXPORT(Edges);
+HWY_EXPORT(Image);
+
+void WideImage(Pass pass, bool max, const uint8_t* source, ptrdiff_t sourcePitch, uint8_t* destination,
+               ptrdiff_t destinationPitch, size_t n, int height, uint8_t last) {
+  HWY_DYNAMIC_DISPATCH(Image)(pass, max, source, sourcePitch, destination, destinationPitch, n, height, last);
+}
 
 void WideEdges(Pass pass, bool max, const uint8_t* a, const uint8_t* c, const uint8_t* b, uint8_t* d, size_t n,
                uint8_t last) {
