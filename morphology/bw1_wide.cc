@@ -250,15 +250,19 @@ HWY_INLINE void JoinRowsT(const uint8_t* const* rows, int count, uint8_t* out, s
     i = n;
   }
 #endif
-  for (; i + 8 <= n; i += 8) {
+  auto word = [&](size_t at) {
     uint64_t v, w;
-    std::memcpy(&v, rows[0] + i, 8);
+    std::memcpy(&v, rows[0] + at, 8);
     for (int k = 1; k < count; ++k) {
-      std::memcpy(&w, rows[k] + i, 8);
+      std::memcpy(&w, rows[k] + at, 8);
       v = kMax ? (v | w) : (v & w);
     }
-    std::memcpy(out + i, &v, 8);
-    if (i + 8 < n && i + 16 > n) i = n - 16;  // the last word ends with the row
+    std::memcpy(out + at, &v, 8);
+  };
+  for (; i + 8 <= n; i += 8) word(i);
+  if (i < n && n >= 8) {  // the last word ends with the row
+    word(n - 8);
+    i = n;
   }
   for (; i < n; ++i) {
     uint8_t v = rows[0][i];
