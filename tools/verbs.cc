@@ -17,7 +17,7 @@ const char kUsage[] =
     "verbs:\n"
     "  demo [--out DIR] [--scalar]   run a chain of operators on a built-in 640x480 scene; write\n"
     "                                PNGs and index.html into DIR (default kelmira-demo)\n"
-    "  apply IN OUT OP [ARGS...]     run one operator on an image file (PNG, PGM or PPM)\n"
+    "  apply IN OUT OP [ARGS...]     run one operator on an image file (PNG, PBM, PGM, PPM)\n"
     "  list                          the operators that apply knows, with their arguments\n"
     "  help [VERB]                   this text, or the help of one verb\n"
     "\n"
