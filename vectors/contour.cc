@@ -33,7 +33,6 @@ class PathSink {
     Reload();
   }
   static constexpr bool Full() { return false; }
-  int Count() const { return static_cast<int>(m_count); }
 
   bool Put(int x, int y, int d, uint32_t value) {
     Element e{};
@@ -91,7 +90,6 @@ class VectorSink {
     Reload();
   }
   bool Full() const { return m_count >= m_limit; }
-  int Count() const { return m_count; }
 
   bool Put(int x, int y, int d, uint32_t) {
     if (m_count >= m_capacity) {

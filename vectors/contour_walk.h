@@ -73,7 +73,6 @@ inline uint32_t Load(const uint8_t* p) {
 //   void Empty();                          the Prepare step
 //   bool Full() const;                     the point limit of the ZVector form (1504)
 //   bool Put(int x, int y, int d, uint32_t value);   false with the state set on failure
-//   int Count() const;
 template <class P, class Sink>
 void Walk(const ZROI<P>* view, int* px, int* py, int sense, Sink& sink, const Context& ctx, int64_t cap) {
   const uint8_t* origin = reinterpret_cast<const uint8_t*>(view ? view->GetImagePtr(0, 0) : nullptr);

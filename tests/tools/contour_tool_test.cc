@@ -36,22 +36,16 @@ TEST(ContourTool, DrawsThePathAndWritesItsPoints) {
   // The block closes with its 10 border pixels; the column is walked down to the image edge, where
   // the walk stops (open, closed flag 0) without its last pixel.
   std::string want = "contour,point,x,y,direction,closed\n";
-  const int block[10][3] = {{3, 2, 0}, {4, 2, 0}, {5, 2, 0}, {6, 2, 6}, {6, 3, 6},
-                            {6, 4, 4}, {5, 4, 4}, {4, 4, 4}, {3, 4, 2}, {3, 3, 2}};
-  for (int i = 0; i < 10; ++i)
-    want += "0," + std::to_string(i) + "," + std::to_string(block[i][0]) + "," + std::to_string(block[i][1]) + "," +
-            std::to_string(block[i][2]) + ",1\n";
+  const char* block[] = {"3,2,0", "4,2,0", "5,2,0", "6,2,6", "6,3,6", "6,4,4", "5,4,4", "4,4,4", "3,4,2", "3,3,2"};
+  for (int i = 0; i < 10; ++i) want += "0," + std::to_string(i) + "," + block[i] + ",1\n";
   for (int y = 4; y < 8; ++y) want += "1," + std::to_string(y - 4) + ",11," + std::to_string(y) + ",6,0\n";
   EXPECT_EQ(ttest::ReadBytes(csv), want);
   const ktool::Picture drawn = ktool::ReadImage(out);
   ASSERT_TRUE(drawn.colour());
-  const uint8_t* path = drawn.row(2) + 3 * 5;   // on the first outline: its colour
-  const uint8_t* inside = drawn.row(3) + 3 * 4; // inside the block: the darkened gray
-  EXPECT_NE(path[0], path[1]);
-  EXPECT_EQ(inside[0], 150);
-  EXPECT_EQ(inside[1], 150);
-  const uint8_t* ring = drawn.row(5) + 3 * 3;   // three below the start: the white ring
-  EXPECT_EQ(ring[0] + ring[1] + ring[2], 3 * 255);
+  // The outline in its colour, the inside darkened gray, the white ring three below the start.
+  EXPECT_NE(drawn.row(2)[3 * 5], drawn.row(2)[3 * 5 + 1]);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(drawn.row(3) + 3 * 4), 3), std::string(3, char(150)));
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(drawn.row(5) + 3 * 3), 3), std::string(3, char(255)));
 }
 
 TEST(ContourTool, Refusals) {

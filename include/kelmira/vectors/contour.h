@@ -42,8 +42,9 @@
 //
 // Errors, in the order they are checked:
 //   1009  CONTOUR_MODE outside 0..5 (the result is not touched)
+//   1601  ZVector form, before the source is looked at: null vector, or no data block after its
+//         set-up
 //   1400  null or void source; null path vector (result not touched)
-//   1601  ZVector form: null vector, or a vector without data block after its set-up
 //   1011  path forms: a view wider or higher than 32768, whose coordinates would not fit the
 //         16-bit fields of the points (result not touched). The ZVector form has 32-bit points.
 //   1013, 1014  start x, start y outside the view (result emptied)
