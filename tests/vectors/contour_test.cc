@@ -104,8 +104,9 @@ Result Run(Form f, ZGenericROI* view, int mode, int x, int y, unsigned thr, int 
   const auto m = static_cast<CONTOUR_MODE>(mode);
   const auto s = static_cast<CONTOUR_THRESHOLD>(below);
   const auto c = static_cast<CONNEXITY>(conn);
-  auto* v8 = static_cast<ZROI<ZBW8>*>(view);
-  auto* v16 = static_cast<ZROI<ZBW16>*>(view);
+  // Cast only on the form's own pixel type: the other downcast is not allowed.
+  auto* v8 = f < kPath16 ? static_cast<ZROI<ZBW8>*>(view) : nullptr;
+  auto* v16 = f >= kPath16 ? static_cast<ZROI<ZBW16>*>(view) : nullptr;
   ZPathVector p;
   ZBW8PathVector p8;
   ZBW16PathVector p16;

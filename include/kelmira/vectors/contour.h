@@ -67,8 +67,10 @@
 #include "kelmira/foundation.h"
 #include "kelmira/vectors.h"
 
+// The enumerations have int as their type, so that a host may pass any number through static_cast.
+
 // The walking sense and what the outside of the view means.
-enum CONTOUR_MODE {
+enum CONTOUR_MODE : int {
   CONTOUR_CLOCKWISE_STOP_AT_EDGE = 0,       // clockwise; outside is a stop
   CONTOUR_CLOCKWISE_ALONG_EDGE = 1,         // clockwise; outside is background, the walk closes
   CONTOUR_CLOCKWISE_BOTH_ENDS = 2,          // clockwise, then anticlockwise from the end reached
@@ -79,7 +81,7 @@ enum CONTOUR_MODE {
 
 // Which pixels are the object: ABOVE, value >= threshold; any other value, value <= threshold.
 // Both include the threshold; values compare as unsigned 32-bit numbers.
-enum CONTOUR_THRESHOLD {
+enum CONTOUR_THRESHOLD : int {
   CONTOUR_THRESHOLD_ABOVE = 0,
   CONTOUR_THRESHOLD_BELOW = 1,
 };
@@ -87,7 +89,7 @@ enum CONTOUR_THRESHOLD {
 #ifndef KELMIRA_CONNEXITY_DECLARED
 #define KELMIRA_CONNEXITY_DECLARED
 // Neighbours of a pixel: the four axial ones, or all eight.
-enum CONNEXITY {
+enum CONNEXITY : int {
   CONNEXITY_4 = 0,
   CONNEXITY_8 = 1,
 };
