@@ -1,0 +1,390 @@
+// Wide twins of the row sums (row_sums.h). Integer sums are exact whatever the order of the
+// additions, so the lanes may add in any order and the results equal the scalar ones. Squares of
+// bytes go through 16-bit lanes and pairwise multiply-add into 32-bit lanes, flushed into 64 bits
+// before they could overflow; the 16-bit squares through 64-bit even-lane products.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "measure/row_sums_wide.cc"
+#include "hwy/foreach_target.h"  // IWYU pragma: keep
+#include "hwy/highway.h"
+
+#include "foundation/wide_ops-inl.h"
+#include "measure/row_sums.h"
+
+#include <algorithm>
+
+HWY_BEFORE_NAMESPACE();
+namespace kelmira::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+using namespace measure;
+
+#if HWY_TARGET == HWY_SCALAR
+// One lane: nothing to gain, the scalar rows serve.
+SumSq SumSquares8(const uint8_t* p, int n) { return scalar::SumSquares(p, n); }
+SumSq SumSquares16(const uint16_t* p, int n) { return scalar::SumSquares(p, n); }
+void MinMax8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { scalar::MinMax(p, n, lo, hi); }
+void MinMax16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { scalar::MinMax(p, n, lo, hi); }
+Below CountBelow8(const uint8_t* p, int n, uint32_t l, uint32_t h) { return scalar::CountBelow(p, n, l, h); }
+Below CountBelow16(const uint16_t* p, int n, uint32_t l, uint32_t h) { return scalar::CountBelow(p, n, l, h); }
+uint64_t CountDiffer8(const uint8_t* a, const uint8_t* b, int n) { return scalar::CountDiffer(a, b, n); }
+uint64_t CountDiffer16(const uint16_t* a, const uint16_t* b, int n) { return scalar::CountDiffer(a, b, n); }
+SumSq SquareDiff8(const uint8_t* a, const uint8_t* b, int n) { return scalar::SquareDiff(a, b, n); }
+SumSq SquareDiff16(const uint16_t* a, const uint16_t* b, int n) { return scalar::SquareDiff(a, b, n); }
+uint64_t Focus8(const uint8_t* p, const uint8_t* q, int n) { return scalar::Focus(p, q, n); }
+uint64_t Focus16(const uint16_t* p, const uint16_t* q, int n) { return scalar::Focus(p, q, n); }
+Spatial Weighted8(const uint8_t* p, int n) { return scalar::Weighted(p, n); }
+Spatial Binary8(const uint8_t* p, int n, uint32_t t) { return scalar::Binary(p, n, t); }
+Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool c) { return scalar::Regression(a, b, n, c); }
+#else
+
+template <class D>
+HWY_INLINE uint64_t SumLanes(D d, hn::Vec<D> v) {
+  HWY_ALIGN hn::TFromD<D> lanes[hn::MaxLanes(d)];
+  hn::Store(v, d, lanes);
+  uint64_t s = 0;
+  for (size_t i = 0; i < hn::Lanes(d); ++i) s += static_cast<uint64_t>(lanes[i]);
+  return s;
+}
+
+// Iterations of a byte loop between two flushes of its 32-bit square sums: at most four pairs of
+// squares of 255 a lane per iteration, 2048 * 4 * 130050 < 2^31.
+constexpr int kFlush8 = 2048;
+
+// Adds the squares of the bytes of v, in pairs, to the 32-bit lanes of acc.
+template <class D8>
+HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddSquares8(D8 d8, hn::Vec<D8> v, hn::Vec<D8> w,
+                                                             hn::Vec<hn::Repartition<int32_t, D8>> acc) {
+  const hn::Repartition<uint16_t, D8> d16;
+  const hn::Repartition<int16_t, D8> di16;
+  const hn::Repartition<int32_t, D8> d32;
+  const auto zero = hn::Zero(d8);
+  auto unused = hn::Zero(d32);
+  const auto v0 = hn::BitCast(di16, hn::ZipLower(d16, v, zero)), v1 = hn::BitCast(di16, hn::ZipUpper(d16, v, zero));
+  const auto w0 = hn::BitCast(di16, hn::ZipLower(d16, w, zero)), w1 = hn::BitCast(di16, hn::ZipUpper(d16, w, zero));
+  acc = hn::ReorderWidenMulAccumulate(d32, v0, w0, acc, unused);
+  return hn::ReorderWidenMulAccumulate(d32, v1, w1, acc, unused);
+}
+
+// Adds the squares of the 16-bit lanes of v to the 64-bit lanes of acc.
+template <class D16>
+HWY_INLINE hn::Vec<hn::Repartition<uint64_t, D16>> AddSquares16(D16 d16, hn::Vec<D16> v,
+                                                                hn::Vec<hn::Repartition<uint64_t, D16>> acc) {
+  const hn::Repartition<uint32_t, D16> d32;
+  const hn::Repartition<uint64_t, D16> d64;
+  const auto zero = hn::Zero(d16);
+  const auto w0 = hn::ZipLower(d32, v, zero), w1 = hn::ZipUpper(d32, v, zero);
+  const auto o0 = hn::BitCast(d32, hn::ShiftRight<32>(hn::BitCast(d64, w0)));
+  const auto o1 = hn::BitCast(d32, hn::ShiftRight<32>(hn::BitCast(d64, w1)));
+  acc = hn::Add(acc, hn::Add(hn::MulEven(w0, w0), hn::MulEven(o0, o0)));
+  return hn::Add(acc, hn::Add(hn::MulEven(w1, w1), hn::MulEven(o1, o1)));
+}
+
+SumSq SumSquares8(const uint8_t* p, int n) {
+  const hn::ScalableTag<uint8_t> d8;
+  const hn::Repartition<uint64_t, decltype(d8)> d64;
+  const hn::Repartition<int32_t, decltype(d8)> d32;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  auto sums = hn::Zero(d64);
+  uint64_t squares = 0;
+  int x = 0;
+  while (x + lanes <= n) {
+    auto q = hn::Zero(d32);
+    for (int k = 0; k < kFlush8 && x + lanes <= n; ++k, x += lanes) {
+      const auto v = hn::LoadU(d8, p + x);
+      sums = hn::Add(sums, hn::SumsOf8(v));
+      q = AddSquares8(d8, v, v, q);
+    }
+    squares += SumLanes(d32, q);
+  }
+  SumSq r = scalar::SumSquares(p + x, n - x);
+  r.sum += SumLanes(d64, sums);
+  r.squares += squares;
+  return r;
+}
+
+SumSq SumSquares16(const uint16_t* p, int n) {
+  const hn::ScalableTag<uint16_t> d16;
+  const hn::Repartition<uint32_t, decltype(d16)> d32;
+  const hn::Repartition<uint64_t, decltype(d16)> d64;
+  const int lanes = static_cast<int>(hn::Lanes(d16));
+  const auto zero = hn::Zero(d16);
+  auto squares = hn::Zero(d64);
+  uint64_t sum = 0;
+  int x = 0;
+  while (x + lanes <= n) {
+    auto s = hn::Zero(d32);  // two values under 2^16 a lane per iteration
+    for (int k = 0; k < 16384 && x + lanes <= n; ++k, x += lanes) {
+      const auto v = hn::LoadU(d16, p + x);
+      s = hn::Add(s, hn::Add(hn::ZipLower(d32, v, zero), hn::ZipUpper(d32, v, zero)));
+      squares = AddSquares16(d16, v, squares);
+    }
+    sum += SumLanes(d32, s);
+  }
+  SumSq r = scalar::SumSquares(p + x, n - x);
+  r.sum += sum;
+  r.squares += SumLanes(d64, squares);
+  return r;
+}
+
+template <class S>
+void MinMaxT(const S* p, int n, S& minimum, S& maximum) {
+  const hn::ScalableTag<S> d;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  int x = 0;
+  if (n >= lanes) {
+    auto lo = hn::Set(d, minimum), hi = hn::Set(d, maximum);
+    for (; x + lanes <= n; x += lanes) {
+      const auto v = hn::LoadU(d, p + x);
+      lo = hn::Min(lo, v);
+      hi = hn::Max(hi, v);
+    }
+    HWY_ALIGN S a[hn::MaxLanes(d)], b[hn::MaxLanes(d)];
+    hn::Store(lo, d, a);
+    hn::Store(hi, d, b);
+    scalar::MinMax(a, lanes, minimum, maximum);
+    scalar::MinMax(b, lanes, minimum, maximum);
+  }
+  scalar::MinMax(p + x, n - x, minimum, maximum);
+}
+void MinMax8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { MinMaxT(p, n, lo, hi); }
+void MinMax16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { MinMaxT(p, n, lo, hi); }
+
+// Counts below a level by comparison masks; a level above every pixel counts them all.
+template <class S>
+Below CountBelowT(const S* p, int n, uint32_t low, uint32_t high) {
+  const hn::ScalableTag<S> d;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  constexpr uint32_t kMax = static_cast<S>(~S{0});
+  const auto vl = hn::Set(d, static_cast<S>(std::min(low, kMax))), vh = hn::Set(d, static_cast<S>(std::min(high, kMax)));
+  Below r;
+  int x = 0;
+  for (; x + lanes <= n; x += lanes) {
+    const auto v = hn::LoadU(d, p + x);
+    r.low += hn::CountTrue(d, hn::Lt(v, vl));
+    r.high += hn::CountTrue(d, hn::Lt(v, vh));
+  }
+  if (low > kMax) r.low = static_cast<uint64_t>(x);
+  if (high > kMax) r.high = static_cast<uint64_t>(x);
+  const Below t = scalar::CountBelow(p + x, n - x, low, high);
+  r.low += t.low, r.high += t.high;
+  return r;
+}
+Below CountBelow8(const uint8_t* p, int n, uint32_t l, uint32_t h) { return CountBelowT(p, n, l, h); }
+Below CountBelow16(const uint16_t* p, int n, uint32_t l, uint32_t h) { return CountBelowT(p, n, l, h); }
+
+template <class S>
+uint64_t CountDifferT(const S* a, const S* b, int n) {
+  const hn::ScalableTag<S> d;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  uint64_t r = 0;
+  int x = 0;
+  for (; x + lanes <= n; x += lanes) r += hn::CountTrue(d, hn::Ne(hn::LoadU(d, a + x), hn::LoadU(d, b + x)));
+  return r + scalar::CountDiffer(a + x, b + x, n - x);
+}
+uint64_t CountDiffer8(const uint8_t* a, const uint8_t* b, int n) { return CountDifferT(a, b, n); }
+uint64_t CountDiffer16(const uint16_t* a, const uint16_t* b, int n) { return CountDifferT(a, b, n); }
+
+SumSq SquareDiff8(const uint8_t* a, const uint8_t* b, int n) {
+  const hn::ScalableTag<uint8_t> d8;
+  const hn::Repartition<int32_t, decltype(d8)> d32;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  uint64_t aa = 0, dd = 0;
+  int x = 0;
+  while (x + lanes <= n) {
+    auto qa = hn::Zero(d32), qd = hn::Zero(d32);
+    for (int k = 0; k < kFlush8 && x + lanes <= n; ++k, x += lanes) {
+      const auto va = hn::LoadU(d8, a + x), vd = AbsDiffU(va, hn::LoadU(d8, b + x));
+      qa = AddSquares8(d8, va, va, qa);
+      qd = AddSquares8(d8, vd, vd, qd);
+    }
+    aa += SumLanes(d32, qa), dd += SumLanes(d32, qd);
+  }
+  SumSq r = scalar::SquareDiff(a + x, b + x, n - x);
+  r.sum += aa, r.squares += dd;
+  return r;
+}
+
+SumSq SquareDiff16(const uint16_t* a, const uint16_t* b, int n) {
+  const hn::ScalableTag<uint16_t> d16;
+  const hn::Repartition<uint64_t, decltype(d16)> d64;
+  const int lanes = static_cast<int>(hn::Lanes(d16));
+  auto qa = hn::Zero(d64), qd = hn::Zero(d64);
+  int x = 0;
+  for (; x + lanes <= n; x += lanes) {
+    const auto va = hn::LoadU(d16, a + x);
+    qa = AddSquares16(d16, va, qa);
+    qd = AddSquares16(d16, AbsDiffU(va, hn::LoadU(d16, b + x)), qd);
+  }
+  SumSq r = scalar::SquareDiff(a + x, b + x, n - x);
+  r.sum += SumLanes(d64, qa), r.squares += SumLanes(d64, qd);
+  return r;
+}
+
+uint64_t Focus8(const uint8_t* p, const uint8_t* below, int n) {
+  const hn::ScalableTag<uint8_t> d8;
+  const hn::Repartition<int32_t, decltype(d8)> d32;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  uint64_t r = 0;
+  int x = 0;
+  while (x + lanes <= n) {
+    auto q = hn::Zero(d32);
+    for (int k = 0; k < kFlush8 && x + lanes <= n; ++k, x += lanes) {
+      const auto v = hn::LoadU(d8, p + x);
+      const auto d1 = AbsDiffU(v, hn::LoadU(d8, p + x + 1)), d2 = AbsDiffU(v, hn::LoadU(d8, below + x));
+      q = AddSquares8(d8, d1, d1, q);
+      q = AddSquares8(d8, d2, d2, q);
+    }
+    r += SumLanes(d32, q);
+  }
+  return r + scalar::Focus(p + x, below + x, n - x);
+}
+
+uint64_t Focus16(const uint16_t* p, const uint16_t* below, int n) {
+  const hn::ScalableTag<uint16_t> d16;
+  const hn::Repartition<uint64_t, decltype(d16)> d64;
+  const int lanes = static_cast<int>(hn::Lanes(d16));
+  auto q = hn::Zero(d64);
+  int x = 0;
+  for (; x + lanes <= n; x += lanes) {
+    const auto v = hn::LoadU(d16, p + x);
+    q = AddSquares16(d16, AbsDiffU(v, hn::LoadU(d16, p + x + 1)), q);
+    q = AddSquares16(d16, AbsDiffU(v, hn::LoadU(d16, below + x)), q);
+  }
+  return SumLanes(d64, q) + scalar::Focus(p + x, below + x, n - x);
+}
+
+// The moment sums modulo 2^32 in 32-bit lanes: the lanes wrap as a 32-bit accumulator would.
+HWY_INLINE Spatial Cut32(uint64_t w, uint64_t wx, uint64_t wxx) {
+  return Spatial{static_cast<uint32_t>(w), static_cast<uint32_t>(wx), static_cast<uint32_t>(wxx)};
+}
+
+Spatial Weighted8(const uint8_t* p, int n) {
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Rebind<uint8_t, decltype(d32)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  const auto step = hn::Set(d32, static_cast<uint32_t>(lanes));
+  auto vx = hn::Iota(d32, 0);
+  auto w = hn::Zero(d32), wx = w, wxx = w;
+  int x = 0;
+  for (; x + lanes <= n; x += lanes, vx = hn::Add(vx, step)) {
+    const auto g = hn::PromoteTo(d32, hn::LoadU(d8, p + x));
+    const auto gx = hn::Mul(g, vx);
+    w = hn::Add(w, g);
+    wx = hn::Add(wx, gx);
+    wxx = hn::Add(wxx, hn::Mul(gx, vx));
+  }
+  Spatial t{};
+  for (int i = x; i < n; ++i) {
+    const uint64_t g = p[i], ux = static_cast<uint64_t>(i);
+    t.w += g, t.wx += g * ux, t.wxx += g * ux * ux;
+  }
+  return Cut32(SumLanes(d32, w) + t.w, SumLanes(d32, wx) + t.wx, SumLanes(d32, wxx) + t.wxx);
+}
+
+Spatial Binary8(const uint8_t* p, int n, uint32_t threshold) {
+  if (threshold > 255) return Spatial{};
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Rebind<uint8_t, decltype(d32)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  const auto step = hn::Set(d32, static_cast<uint32_t>(lanes));
+  const auto t = hn::Set(d32, threshold), one = hn::Set(d32, 1u);
+  auto vx = hn::Iota(d32, 0);
+  auto w = hn::Zero(d32), wx = w, wxx = w;
+  int x = 0;
+  for (; x + lanes <= n; x += lanes, vx = hn::Add(vx, step)) {
+    const auto on = hn::Lt(t, hn::Add(hn::PromoteTo(d32, hn::LoadU(d8, p + x)), one));  // v >= t
+    w = hn::Add(w, hn::IfThenElseZero(on, one));
+    wx = hn::Add(wx, hn::IfThenElseZero(on, vx));
+    wxx = hn::Add(wxx, hn::IfThenElseZero(on, hn::Mul(vx, vx)));
+  }
+  Spatial r{};
+  for (int i = x; i < n; ++i)
+    if (p[i] >= threshold) {
+      const uint64_t ux = static_cast<uint64_t>(i);
+      r.w += 1, r.wx += ux, r.wxx += ux * ux;
+    }
+  return Cut32(SumLanes(d32, w) + r.w, SumLanes(d32, wx) + r.wx, SumLanes(d32, wxx) + r.wxx);
+}
+
+Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped) {
+  const hn::ScalableTag<uint8_t> d8;
+  const hn::Repartition<uint64_t, decltype(d8)> d64;
+  const hn::Repartition<int32_t, decltype(d8)> d32;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  const auto zero = hn::Zero(d8), full = hn::Set(d8, uint8_t{255});
+  auto sa = hn::Zero(d64), sb = sa;
+  Pairs r;
+  int x = 0;
+  while (x + lanes <= n) {
+    auto qaa = hn::Zero(d32), qab = qaa, qbb = qaa;
+    for (int k = 0; k < kFlush8 && x + lanes <= n; ++k, x += lanes) {
+      auto va = hn::LoadU(d8, a + x), vb = hn::LoadU(d8, b + x);
+      if (excludeClipped) {
+        // A left-out position adds 0 to every sum and is not counted.
+        const auto keep = hn::And(hn::And(hn::Ne(va, zero), hn::Ne(va, full)), hn::And(hn::Ne(vb, zero), hn::Ne(vb, full)));
+        va = hn::IfThenElseZero(keep, va);
+        vb = hn::IfThenElseZero(keep, vb);
+        r.n += hn::CountTrue(d8, keep);
+      } else {
+        r.n += static_cast<uint64_t>(lanes);
+      }
+      sa = hn::Add(sa, hn::SumsOf8(va));
+      sb = hn::Add(sb, hn::SumsOf8(vb));
+      qaa = AddSquares8(d8, va, va, qaa);
+      qab = AddSquares8(d8, va, vb, qab);
+      qbb = AddSquares8(d8, vb, vb, qbb);
+    }
+    r.aa += SumLanes(d32, qaa), r.ab += SumLanes(d32, qab), r.bb += SumLanes(d32, qbb);
+  }
+  const Pairs t = scalar::Regression(a + x, b + x, n - x, excludeClipped);
+  r.a = SumLanes(d64, sa) + t.a, r.b = SumLanes(d64, sb) + t.b;
+  r.aa += t.aa, r.ab += t.ab, r.bb += t.bb, r.n += t.n;
+  return r;
+}
+#endif  // HWY_TARGET == HWY_SCALAR
+
+}  // namespace kelmira::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kelmira::measure {
+HWY_EXPORT(SumSquares8);
+HWY_EXPORT(SumSquares16);
+HWY_EXPORT(MinMax8);
+HWY_EXPORT(MinMax16);
+HWY_EXPORT(CountBelow8);
+HWY_EXPORT(CountBelow16);
+HWY_EXPORT(CountDiffer8);
+HWY_EXPORT(CountDiffer16);
+HWY_EXPORT(SquareDiff8);
+HWY_EXPORT(SquareDiff16);
+HWY_EXPORT(Focus8);
+HWY_EXPORT(Focus16);
+HWY_EXPORT(Weighted8);
+HWY_EXPORT(Binary8);
+HWY_EXPORT(Regression8);
+
+SumSq WideSumSquares(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares8)(p, n); }
+SumSq WideSumSquares(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares16)(p, n); }
+void WideMinMax(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax8)(p, n, lo, hi); }
+void WideMinMax(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax16)(p, n, lo, hi); }
+Below WideCountBelow(const uint8_t* p, int n, uint32_t low, uint32_t high) {
+  return HWY_DYNAMIC_DISPATCH(CountBelow8)(p, n, low, high);
+}
+Below WideCountBelow(const uint16_t* p, int n, uint32_t low, uint32_t high) {
+  return HWY_DYNAMIC_DISPATCH(CountBelow16)(p, n, low, high);
+}
+uint64_t WideCountDiffer(const uint8_t* a, const uint8_t* b, int n) { return HWY_DYNAMIC_DISPATCH(CountDiffer8)(a, b, n); }
+uint64_t WideCountDiffer(const uint16_t* a, const uint16_t* b, int n) {
+  return HWY_DYNAMIC_DISPATCH(CountDiffer16)(a, b, n);
+}
+SumSq WideSquareDiff(const uint8_t* a, const uint8_t* b, int n) { return HWY_DYNAMIC_DISPATCH(SquareDiff8)(a, b, n); }
+SumSq WideSquareDiff(const uint16_t* a, const uint16_t* b, int n) { return HWY_DYNAMIC_DISPATCH(SquareDiff16)(a, b, n); }
+uint64_t WideFocus(const uint8_t* p, const uint8_t* below, int n) { return HWY_DYNAMIC_DISPATCH(Focus8)(p, below, n); }
+uint64_t WideFocus(const uint16_t* p, const uint16_t* below, int n) { return HWY_DYNAMIC_DISPATCH(Focus16)(p, below, n); }
+Spatial WideWeighted32(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Weighted8)(p, n); }
+Spatial WideBinary32(const uint8_t* p, int n, uint32_t threshold) { return HWY_DYNAMIC_DISPATCH(Binary8)(p, n, threshold); }
+Pairs WideRegression(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped) {
+  return HWY_DYNAMIC_DISPATCH(Regression8)(a, b, n, excludeClipped);
+}
+}  // namespace kelmira::measure
+#endif
