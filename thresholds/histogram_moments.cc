@@ -23,7 +23,8 @@ bool Gather(ZBWHistogramVector* histogram, unsigned first, unsigned last, uint32
 
 }  // namespace
 
-bool Moments(ZBWHistogramVector* histogram, float* mean, unsigned* count, unsigned first, unsigned last) {
+// Exported (not declared in a public header) so that their tests can reach them.
+KELMIRA_API bool Moments(ZBWHistogramVector* histogram, float* mean, unsigned* count, unsigned first, unsigned last) {
   uint32_t n = 0, s1 = 0;
   if (!Gather(histogram, first, last, n, s1)) {
     ZTraceError("LumHistogramMoments ( 1)");
@@ -34,7 +35,8 @@ bool Moments(ZBWHistogramVector* histogram, float* mean, unsigned* count, unsign
   return true;
 }
 
-bool CenteredMoments(ZBWHistogramVector* histogram, float* mean, float* variance, unsigned first, unsigned last) {
+KELMIRA_API bool CenteredMoments(ZBWHistogramVector* histogram, float* mean, float* variance, unsigned first,
+                                 unsigned last) {
   uint32_t n = 0, s1 = 0;
   if (!Gather(histogram, first, last, n, s1)) {
     ZTraceError("LumHistogramCenteredMoments ( 2)");
