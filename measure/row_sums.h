@@ -36,11 +36,25 @@ SumSq SumSquares(const S* p, int n) {
 }
 
 template <class S>
+uint64_t Sum(const S* p, int n) {
+  uint64_t r = 0;
+  for (int x = 0; x < n; ++x) r += p[x];
+  return r;
+}
+
+template <class S>
 void MinMax(const S* p, int n, S& minimum, S& maximum) {
   for (int x = 0; x < n; ++x) {
     if (p[x] < minimum) minimum = p[x];
     if (p[x] > maximum) maximum = p[x];
   }
+}
+
+// Extremes and sum in one pass.
+template <class S>
+uint64_t MinMaxSum(const S* p, int n, S& minimum, S& maximum) {
+  MinMax(p, n, minimum, maximum);
+  return Sum(p, n);
 }
 
 template <class S>
@@ -116,6 +130,10 @@ inline Pairs Regression(const uint8_t* a, const uint8_t* b, int n, bool excludeC
 }  // namespace scalar
 
 // The wide twins (row_sums_wide.cc): same results, any alignment, any n >= 0.
+uint64_t WideSum(const uint8_t* p, int n);
+uint64_t WideSum(const uint16_t* p, int n);
+uint64_t WideMinMaxSum(const uint8_t* p, int n, uint8_t& minimum, uint8_t& maximum);
+uint64_t WideMinMaxSum(const uint16_t* p, int n, uint16_t& minimum, uint16_t& maximum);
 SumSq WideSumSquares(const uint8_t* p, int n);
 SumSq WideSumSquares(const uint16_t* p, int n);
 void WideMinMax(const uint8_t* p, int n, uint8_t& minimum, uint8_t& maximum);
@@ -134,6 +152,14 @@ Spatial WideBinary32(const uint8_t* p, int n, uint32_t threshold);
 Pairs WideRegression(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped);
 
 // One entry that picks the twin: the statistics read ZGetMMX once and pass it down.
+template <class S>
+uint64_t Sum(bool wide, const S* p, int n) {
+  return wide ? WideSum(p, n) : scalar::Sum(p, n);
+}
+template <class S>
+uint64_t MinMaxSum(bool wide, const S* p, int n, S& minimum, S& maximum) {
+  return wide ? WideMinMaxSum(p, n, minimum, maximum) : scalar::MinMaxSum(p, n, minimum, maximum);
+}
 template <class S>
 SumSq SumSquares(bool wide, const S* p, int n) {
   return wide ? WideSumSquares(p, n) : scalar::SumSquares(p, n);

@@ -19,6 +19,10 @@ using namespace measure;
 
 #if HWY_TARGET == HWY_SCALAR
 // One lane: nothing to gain, the scalar rows serve.
+uint64_t Sum8(const uint8_t* p, int n) { return scalar::Sum(p, n); }
+uint64_t Sum16(const uint16_t* p, int n) { return scalar::Sum(p, n); }
+uint64_t MinMaxSum8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
+uint64_t MinMaxSum16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 SumSq SumSquares8(const uint8_t* p, int n) { return scalar::SumSquares(p, n); }
 SumSq SumSquares16(const uint16_t* p, int n) { return scalar::SumSquares(p, n); }
 void MinMax8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { scalar::MinMax(p, n, lo, hi); }
@@ -77,6 +81,84 @@ HWY_INLINE hn::Vec<hn::Repartition<uint64_t, D16>> AddSquares16(D16 d16, hn::Vec
   acc = hn::Add(acc, hn::Add(hn::MulEven(w0, w0), hn::MulEven(o0, o0)));
   return hn::Add(acc, hn::Add(hn::MulEven(w1, w1), hn::MulEven(o1, o1)));
 }
+
+// Folds the lanes of lo and hi into minimum and maximum: bytes are widened to 16-bit lanes, whose
+// reductions Highway has on every target.
+template <class D>
+HWY_INLINE void FoldExtremes(D d, hn::Vec<D> lo, hn::Vec<D> hi, hn::TFromD<D>& minimum, hn::TFromD<D>& maximum) {
+  using S = hn::TFromD<D>;
+  const hn::Repartition<uint16_t, D> d16;
+  auto lo16 = hn::BitCast(d16, lo), hi16 = hn::BitCast(d16, hi);
+  if constexpr (sizeof(S) == 1) {
+    const auto low = hn::Set(d16, uint16_t{0xFF});
+    lo16 = hn::Min(hn::And(lo16, low), hn::ShiftRight<8>(lo16));
+    hi16 = hn::Max(hn::And(hi16, low), hn::ShiftRight<8>(hi16));
+  }
+  (void)d;
+  const S a = static_cast<S>(hn::GetLane(hn::MinOfLanes(d16, lo16)));
+  const S b = static_cast<S>(hn::GetLane(hn::MaxOfLanes(d16, hi16)));
+  if (a < minimum) minimum = a;
+  if (b > maximum) maximum = b;
+}
+
+// Sums of the lanes of v into acc: bytes by sums of eight into 64-bit lanes, 16-bit values by
+// pairs into 32-bit lanes (the caller flushes those before they can overflow).
+template <class D>
+HWY_INLINE hn::Vec<hn::Repartition<uint64_t, D>> AddValues(D d, hn::Vec<D> v, hn::Vec<hn::Repartition<uint64_t, D>> acc) {
+  if constexpr (sizeof(hn::TFromD<D>) == 1) {
+    return hn::Add(acc, hn::SumsOf8(v));
+  } else {
+    const hn::Repartition<uint32_t, D> d32;
+    const auto zero = hn::Zero(d);
+    return hn::Add(acc, hn::BitCast(hn::Repartition<uint64_t, D>(),
+                                    hn::Add(hn::ZipLower(d32, v, zero), hn::ZipUpper(d32, v, zero))));
+  }
+}
+
+// The sum, and with kExtremes the extremes, of a row. 16-bit rows flush their 32-bit lanes every
+// 16384 vectors (two values under 2^16 a lane per vector).
+template <bool kExtremes, class S>
+HWY_INLINE uint64_t SumT(const S* p, int n, S& minimum, S& maximum) {
+  const hn::ScalableTag<S> d;
+  const hn::Repartition<uint64_t, decltype(d)> d64;
+  const hn::Repartition<uint32_t, decltype(d)> d32;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  auto lo = hn::Set(d, minimum), hi = hn::Set(d, maximum);
+  uint64_t total = 0;
+  int x = 0;
+  while (x + lanes <= n) {
+    auto s0 = hn::Zero(d64), s1 = s0;
+    for (int k = 0; k < 8192 && x + 2 * lanes <= n; ++k, x += 2 * lanes) {
+      const auto v0 = hn::LoadU(d, p + x), v1 = hn::LoadU(d, p + x + lanes);
+      s0 = AddValues(d, v0, s0);
+      s1 = AddValues(d, v1, s1);
+      if (kExtremes) lo = hn::Min(lo, hn::Min(v0, v1)), hi = hn::Max(hi, hn::Max(v0, v1));
+    }
+    if (x + 2 * lanes > n && x + lanes <= n) {
+      const auto v = hn::LoadU(d, p + x);
+      s0 = AddValues(d, v, s0);
+      if (kExtremes) lo = hn::Min(lo, v), hi = hn::Max(hi, v);
+      x += lanes;
+    }
+    const auto s = hn::Add(s0, s1);
+    total += sizeof(S) == 1 ? SumLanes(d64, s) : SumLanes(d32, hn::BitCast(d32, s));
+  }
+  if (kExtremes) {
+    if (n >= lanes) FoldExtremes(d, lo, hi, minimum, maximum);
+    scalar::MinMax(p + x, n - x, minimum, maximum);
+  }
+  return total + scalar::Sum(p + x, n - x);
+}
+uint64_t Sum8(const uint8_t* p, int n) {
+  uint8_t lo = 0, hi = 0;
+  return SumT<false>(p, n, lo, hi);
+}
+uint64_t Sum16(const uint16_t* p, int n) {
+  uint16_t lo = 0, hi = 0;
+  return SumT<false>(p, n, lo, hi);
+}
+uint64_t MinMaxSum8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { return SumT<true>(p, n, lo, hi); }
+uint64_t MinMaxSum16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { return SumT<true>(p, n, lo, hi); }
 
 SumSq SumSquares8(const uint8_t* p, int n) {
   const hn::ScalableTag<uint8_t> d8;
@@ -137,11 +219,7 @@ void MinMaxT(const S* p, int n, S& minimum, S& maximum) {
       lo = hn::Min(lo, v);
       hi = hn::Max(hi, v);
     }
-    HWY_ALIGN S a[hn::MaxLanes(d)], b[hn::MaxLanes(d)];
-    hn::Store(lo, d, a);
-    hn::Store(hi, d, b);
-    scalar::MinMax(a, lanes, minimum, maximum);
-    scalar::MinMax(b, lanes, minimum, maximum);
+    FoldExtremes(d, lo, hi, minimum, maximum);
   }
   scalar::MinMax(p + x, n - x, minimum, maximum);
 }
@@ -347,6 +425,10 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace kelmira::measure {
+HWY_EXPORT(Sum8);
+HWY_EXPORT(Sum16);
+HWY_EXPORT(MinMaxSum8);
+HWY_EXPORT(MinMaxSum16);
 HWY_EXPORT(SumSquares8);
 HWY_EXPORT(SumSquares16);
 HWY_EXPORT(MinMax8);
@@ -363,6 +445,14 @@ HWY_EXPORT(Weighted8);
 HWY_EXPORT(Binary8);
 HWY_EXPORT(Regression8);
 
+uint64_t WideSum(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Sum8)(p, n); }
+uint64_t WideSum(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Sum16)(p, n); }
+uint64_t WideMinMaxSum(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) {
+  return HWY_DYNAMIC_DISPATCH(MinMaxSum8)(p, n, lo, hi);
+}
+uint64_t WideMinMaxSum(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) {
+  return HWY_DYNAMIC_DISPATCH(MinMaxSum16)(p, n, lo, hi);
+}
 SumSq WideSumSquares(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares8)(p, n); }
 SumSq WideSumSquares(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares16)(p, n); }
 void WideMinMax(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax8)(p, n, lo, hi); }

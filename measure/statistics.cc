@@ -37,9 +37,10 @@ template <class P>
 constexpr int kChannels = PixelTraits<P>::kChannels;
 
 template <class P>
-void RowSums(bool wide, const Storage<P>* row, int width, SumSq* out) {
+void RowSums(bool wide, const Storage<P>* row, int width, SumSq* out, bool squares = true) {
   if constexpr (kChannels<P> == 1) {
-    out[0] = SumSquares(wide, row, width);
+    if (squares) out[0] = SumSquares(wide, row, width);
+    else out[0].sum = Sum(wide, row, width);
   } else {
     for (int k = 0; k < kChannels<P>; ++k) out[k] = SumSq{};
     for (int x = 0; x < width; ++x)
@@ -59,7 +60,7 @@ bool Averages(ZROI<P>* view, float* averages) {
   uint64_t total[kChannels<P>] = {};
   SumSq row[kChannels<P>];
   for (int y = 0; y < view->GetHeight(); ++y) {
-    RowSums<P>(wide, rows[y], view->GetWidth(), row);
+    RowSums<P>(wide, rows[y], view->GetWidth(), row, false);
     for (int k = 0; k < kChannels<P>; ++k) total[k] += row[k].sum;
   }
   for (int k = 0; k < kChannels<P>; ++k) {
@@ -112,8 +113,7 @@ bool Stat(ZROI<P>* view, Storage<P>& minimum, Storage<P>& maximum, float& averag
   minimum = maximum = rows[0][0];
   float total = 0.0f;
   for (int y = 0; y < view->GetHeight(); ++y) {
-    MinMax(wide, rows[y], width, minimum, maximum);
-    total += static_cast<float>(SumSquares(wide, rows[y], width).sum) / static_cast<float>(width);
+    total += static_cast<float>(MinMaxSum(wide, rows[y], width, minimum, maximum)) / static_cast<float>(width);
   }
   average = total / static_cast<float>(view->GetHeight());
   return true;
@@ -212,7 +212,7 @@ bool RunSum(ZROI<ZBW8>* view, uint64_t& sum, uint64_t& count) {
   const bool wide = Wide();
   sum = count = 0;
   return ForEachStretch<ZBW8>(view, false, [&](const uint8_t* p, int n, int, int) {
-    sum += SumSquares(wide, p, n).sum;
+    sum += Sum(wide, p, n);
     count += static_cast<uint64_t>(n);
   });
 }
