@@ -44,8 +44,7 @@ unsigned int Differ(ZROI<P>* a, ZROI<P>* b) {
     if constexpr (kChannels<P> == 1) {
       count += CountDiffer(wide, ra[y], rb[y], n);
     } else {
-      for (int x = 0; x < n; x += kChannels<P>)
-        count += ra[y][x] != rb[y][x] || ra[y][x + 1] != rb[y][x + 1] || ra[y][x + 2] != rb[y][x + 2];
+      count += wide ? WideCountDiffer3(ra[y], rb[y], a->GetWidth()) : scalar::CountDiffer3(ra[y], rb[y], a->GetWidth());
     }
   }
   return static_cast<unsigned int>(count);
@@ -58,11 +57,8 @@ void SquareDiffRow(bool wide, const Storage<P>* a, const Storage<P>* b, int widt
     out[0] = SquareDiff(wide, a, b, width);
   } else {
     for (int k = 0; k < kChannels<P>; ++k) out[k] = SumSq{};
-    for (int x = 0; x < width * kChannels<P>; ++x) {
-      const int64_t d = int64_t{a[x]} - b[x];
-      out[x % kChannels<P>].sum += uint64_t{a[x]} * a[x];
-      out[x % kChannels<P>].squares += static_cast<uint64_t>(d * d);
-    }
+    if (wide) WideSquareDiff3(a, b, width, out);
+    else scalar::SquareDiff3(a, b, width, out);
   }
 }
 
@@ -128,12 +124,8 @@ bool Focusing(ZROI<P>* view, float* result) {
       total[0] += static_cast<long double>(RowWidth<P>(Focus(wide, rows[y], rows[y + 1], n)));
     } else {
       uint64_t sums[kChannels<P>] = {};
-      const Storage<P>* p = rows[y];
-      const Storage<P>* q = rows[y + 1];
-      for (int i = 0; i < n * kChannels<P>; ++i) {
-        const int64_t d1 = int64_t{p[i]} - p[i + kChannels<P>], d2 = int64_t{p[i]} - q[i];
-        sums[i % kChannels<P>] += static_cast<uint64_t>(d1 * d1 + d2 * d2);
-      }
+      if (wide) WideFocus3(rows[y], rows[y + 1], n, sums);
+      else scalar::Focus3(rows[y], rows[y + 1], n, sums);
       for (int k = 0; k < kChannels<P>; ++k) total[k] += static_cast<long double>(RowWidth<P>(sums[k]));
     }
   }

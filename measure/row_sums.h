@@ -115,6 +115,28 @@ Spatial Binary(const S* p, int n, uint32_t threshold) {
   return r;
 }
 
+// The same three for the bytes of C24 rows, one result per byte of the pixel.
+inline void SumSquares3(const uint8_t* p, int n, SumSq* out) {
+  for (int x = 0; x < 3 * n; ++x) out[x % 3].sum += p[x], out[x % 3].squares += uint64_t{p[x]} * p[x];
+}
+inline void SquareDiff3(const uint8_t* a, const uint8_t* b, int n, SumSq* out) {
+  for (int x = 0; x < 3 * n; ++x) {
+    const int64_t d = int64_t{a[x]} - b[x];
+    out[x % 3].sum += uint64_t{a[x]} * a[x], out[x % 3].squares += static_cast<uint64_t>(d * d);
+  }
+}
+inline void Focus3(const uint8_t* p, const uint8_t* below, int n, uint64_t* out) {
+  for (int x = 0; x < 3 * n; ++x) {
+    const int64_t d1 = int64_t{p[x]} - p[x + 3], d2 = int64_t{p[x]} - below[x];
+    out[x % 3] += static_cast<uint64_t>(d1 * d1 + d2 * d2);
+  }
+}
+inline uint64_t CountDiffer3(const uint8_t* a, const uint8_t* b, int n) {
+  uint64_t r = 0;
+  for (int x = 0; x < 3 * n; x += 3) r += a[x] != b[x] || a[x + 1] != b[x + 1] || a[x + 2] != b[x + 2];
+  return r;
+}
+
 inline bool Clipped(uint32_t v) { return v == 0 || v == 255; }
 
 inline Pairs Regression(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped) {
@@ -150,6 +172,11 @@ uint64_t WideFocus(const uint16_t* p, const uint16_t* below, int n);
 Spatial WideWeighted32(const uint8_t* p, int n);
 Spatial WideBinary32(const uint8_t* p, int n, uint32_t threshold);
 Pairs WideRegression(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped);
+// C24 rows of n pixels; the results are added to out[0..2].
+void WideSumSquares3(const uint8_t* p, int n, SumSq* out);
+void WideSquareDiff3(const uint8_t* a, const uint8_t* b, int n, SumSq* out);
+void WideFocus3(const uint8_t* p, const uint8_t* below, int n, uint64_t* out);
+uint64_t WideCountDiffer3(const uint8_t* a, const uint8_t* b, int n);
 
 // One entry that picks the twin: the statistics read ZGetMMX once and pass it down.
 template <class S>

@@ -38,6 +38,10 @@ uint64_t Focus16(const uint16_t* p, const uint16_t* q, int n) { return scalar::F
 Spatial Weighted8(const uint8_t* p, int n) { return scalar::Weighted(p, n); }
 Spatial Binary8(const uint8_t* p, int n, uint32_t t) { return scalar::Binary(p, n, t); }
 Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool c) { return scalar::Regression(a, b, n, c); }
+void SumSquaresC24(const uint8_t* p, int n, SumSq* out) { scalar::SumSquares3(p, n, out); }
+void SquareDiffC24(const uint8_t* a, const uint8_t* b, int n, SumSq* out) { scalar::SquareDiff3(a, b, n, out); }
+void FocusC24(const uint8_t* p, const uint8_t* q, int n, uint64_t* out) { scalar::Focus3(p, q, n, out); }
+uint64_t CountDifferC24(const uint8_t* a, const uint8_t* b, int n) { return scalar::CountDiffer3(a, b, n); }
 #else
 
 template <class D>
@@ -418,6 +422,86 @@ Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped
   r.aa += t.aa, r.ab += t.ab, r.bb += t.bb, r.n += t.n;
   return r;
 }
+// ----- C24: the three bytes of each pixel split into planes as they load -----
+
+void SumSquaresC24(const uint8_t* p, int n, SumSq* out) {
+  const hn::ScalableTag<uint8_t> d8;
+  const hn::Repartition<uint64_t, decltype(d8)> d64;
+  const hn::Repartition<int32_t, decltype(d8)> d32;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  hn::Vec<decltype(d64)> sums[3] = {hn::Zero(d64), hn::Zero(d64), hn::Zero(d64)};
+  int x = 0;
+  while (x + lanes <= n) {
+    hn::Vec<decltype(d32)> q[3] = {hn::Zero(d32), hn::Zero(d32), hn::Zero(d32)};
+    for (int k = 0; k < kFlush8 && x + lanes <= n; ++k, x += lanes) {
+      hn::Vec<decltype(d8)> v[3];
+      hn::LoadInterleaved3(d8, p + 3 * x, v[0], v[1], v[2]);
+      for (int c = 0; c < 3; ++c) sums[c] = hn::Add(sums[c], hn::SumsOf8(v[c])), q[c] = AddSquares8(d8, v[c], v[c], q[c]);
+    }
+    for (int c = 0; c < 3; ++c) out[c].squares += SumLanes(d32, q[c]);
+  }
+  for (int c = 0; c < 3; ++c) out[c].sum += SumLanes(d64, sums[c]);
+  scalar::SumSquares3(p + 3 * x, n - x, out);
+}
+
+void SquareDiffC24(const uint8_t* a, const uint8_t* b, int n, SumSq* out) {
+  const hn::ScalableTag<uint8_t> d8;
+  const hn::Repartition<int32_t, decltype(d8)> d32;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  int x = 0;
+  while (x + lanes <= n) {
+    hn::Vec<decltype(d32)> qa[3] = {hn::Zero(d32), hn::Zero(d32), hn::Zero(d32)}, qd[3] = {qa[0], qa[1], qa[2]};
+    for (int k = 0; k < kFlush8 / 2 && x + lanes <= n; ++k, x += lanes) {
+      hn::Vec<decltype(d8)> va[3], vb[3];
+      hn::LoadInterleaved3(d8, a + 3 * x, va[0], va[1], va[2]);
+      hn::LoadInterleaved3(d8, b + 3 * x, vb[0], vb[1], vb[2]);
+      for (int c = 0; c < 3; ++c) {
+        const auto dv = AbsDiffU(va[c], vb[c]);
+        qa[c] = AddSquares8(d8, va[c], va[c], qa[c]);
+        qd[c] = AddSquares8(d8, dv, dv, qd[c]);
+      }
+    }
+    for (int c = 0; c < 3; ++c) out[c].sum += SumLanes(d32, qa[c]), out[c].squares += SumLanes(d32, qd[c]);
+  }
+  scalar::SquareDiff3(a + 3 * x, b + 3 * x, n - x, out);
+}
+
+void FocusC24(const uint8_t* p, const uint8_t* below, int n, uint64_t* out) {
+  const hn::ScalableTag<uint8_t> d8;
+  const hn::Repartition<int32_t, decltype(d8)> d32;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  int x = 0;
+  while (x + lanes <= n) {
+    hn::Vec<decltype(d32)> q[3] = {hn::Zero(d32), hn::Zero(d32), hn::Zero(d32)};
+    for (int k = 0; k < kFlush8 && x + lanes <= n; ++k, x += lanes) {
+      hn::Vec<decltype(d8)> v[3], r[3], u[3];
+      hn::LoadInterleaved3(d8, p + 3 * x, v[0], v[1], v[2]);
+      hn::LoadInterleaved3(d8, p + 3 * x + 3, r[0], r[1], r[2]);
+      hn::LoadInterleaved3(d8, below + 3 * x, u[0], u[1], u[2]);
+      for (int c = 0; c < 3; ++c) {
+        const auto d1 = AbsDiffU(v[c], r[c]), d2 = AbsDiffU(v[c], u[c]);
+        q[c] = AddSquares8(d8, d2, d2, AddSquares8(d8, d1, d1, q[c]));
+      }
+    }
+    for (int c = 0; c < 3; ++c) out[c] += SumLanes(d32, q[c]);
+  }
+  scalar::Focus3(p + 3 * x, below + 3 * x, n - x, out);
+}
+
+uint64_t CountDifferC24(const uint8_t* a, const uint8_t* b, int n) {
+  const hn::ScalableTag<uint8_t> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  uint64_t r = 0;
+  int x = 0;
+  for (; x + lanes <= n; x += lanes) {
+    hn::Vec<decltype(d8)> va[3], vb[3];
+    hn::LoadInterleaved3(d8, a + 3 * x, va[0], va[1], va[2]);
+    hn::LoadInterleaved3(d8, b + 3 * x, vb[0], vb[1], vb[2]);
+    const auto differ = hn::Or(hn::Or(hn::Xor(va[0], vb[0]), hn::Xor(va[1], vb[1])), hn::Xor(va[2], vb[2]));
+    r += hn::CountTrue(d8, hn::Ne(differ, hn::Zero(d8)));
+  }
+  return r + scalar::CountDiffer3(a + 3 * x, b + 3 * x, n - x);
+}
 #endif  // HWY_TARGET == HWY_SCALAR
 
 }  // namespace kelmira::HWY_NAMESPACE
@@ -444,6 +528,10 @@ HWY_EXPORT(Focus16);
 HWY_EXPORT(Weighted8);
 HWY_EXPORT(Binary8);
 HWY_EXPORT(Regression8);
+HWY_EXPORT(SumSquaresC24);
+HWY_EXPORT(SquareDiffC24);
+HWY_EXPORT(FocusC24);
+HWY_EXPORT(CountDifferC24);
 
 uint64_t WideSum(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Sum8)(p, n); }
 uint64_t WideSum(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Sum16)(p, n); }
@@ -476,5 +564,13 @@ Spatial WideBinary32(const uint8_t* p, int n, uint32_t threshold) { return HWY_D
 Pairs WideRegression(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped) {
   return HWY_DYNAMIC_DISPATCH(Regression8)(a, b, n, excludeClipped);
 }
+void WideSumSquares3(const uint8_t* p, int n, SumSq* out) { HWY_DYNAMIC_DISPATCH(SumSquaresC24)(p, n, out); }
+void WideSquareDiff3(const uint8_t* a, const uint8_t* b, int n, SumSq* out) {
+  HWY_DYNAMIC_DISPATCH(SquareDiffC24)(a, b, n, out);
+}
+void WideFocus3(const uint8_t* p, const uint8_t* below, int n, uint64_t* out) {
+  HWY_DYNAMIC_DISPATCH(FocusC24)(p, below, n, out);
+}
+uint64_t WideCountDiffer3(const uint8_t* a, const uint8_t* b, int n) { return HWY_DYNAMIC_DISPATCH(CountDifferC24)(a, b, n); }
 }  // namespace kelmira::measure
 #endif

@@ -43,11 +43,8 @@ void RowSums(bool wide, const Storage<P>* row, int width, SumSq* out, bool squar
     else out[0].sum = Sum(wide, row, width);
   } else {
     for (int k = 0; k < kChannels<P>; ++k) out[k] = SumSq{};
-    for (int x = 0; x < width; ++x)
-      for (int k = 0; k < kChannels<P>; ++k) {
-        const uint64_t v = row[x * kChannels<P> + k];
-        out[k].sum += v, out[k].squares += v * v;
-      }
+    if (wide) WideSumSquares3(row, width, out);
+    else scalar::SumSquares3(row, width, out);
   }
 }
 

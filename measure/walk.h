@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "foundation/frame.h"
 #include "foundation/pixel_traits.h"
@@ -42,14 +43,21 @@ void VoidForm(const char* trace, F&& body) {
   frame::Leave(trace);
 }
 
-// An operator that returns its measure: the body's value on success, R{} on failure.
+// The result of a failed measure: 0, or three zeros (ZColor's own constructor sets nothing).
+template <class R>
+R Nothing() {
+  if constexpr (std::is_same_v<R, ZColor>) return ZColor(0.0f, 0.0f, 0.0f);
+  else return R{};
+}
+
+// An operator that returns its measure: the body's value on success, Nothing on failure.
 template <class R, class F>
 R ValueForm(const char* trace, F&& body) {
-  R result{};
+  R result = Nothing<R>();
   if (frame::Enter()) result = body();
   if (!frame::Ok()) {
     ZTraceError(trace);
-    return R{};
+    return Nothing<R>();
   }
   return result;
 }
