@@ -28,8 +28,8 @@
 #include "kelmira/vectors.h"
 
 // How much noise the reference of LumSignalNoiseRatio and LumRmsNoise carries. Any other value
-// (2, -1, ...) is refused with 1013.
-enum LUM_REFERENCE_NOISE {
+// (2, -1, ...) is refused with 1013; the enum is int-wide so that a host may pass any number.
+enum LUM_REFERENCE_NOISE : int {
   LUM_REFERENCE_NOISE_NONE = 0,   // the difference is the noise of the source
   LUM_REFERENCE_NOISE_EQUAL = 1,  // the reference is as noisy as the source
 };
