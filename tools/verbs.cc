@@ -21,6 +21,8 @@ const char kUsage[] =
     "  apply IN OUT OP [ARGS...] [--points FILE]\n"
     "                                run one operator on an image file (PNG, PBM, PGM, PPM)\n"
     "  list                          the operators that apply knows, with their arguments\n"
+    "  stats IMAGE [X,Y,W,H] [--json] statistics, moments, centre and inertia of an image or a\n"
+    "                                rectangle of it, as a table or JSON\n"
     "  help [VERB]                   this text, or the help of one verb\n"
     "\n"
     "Every verb takes --help. Exit codes: 0 success, 2 bad usage or arguments, 3 unreadable,\n"
@@ -161,6 +163,7 @@ int Main(const Words& words, std::ostream& out, std::ostream& err) {
       else if (rest[0] == "demo") out << kDemoHelp;
       else if (rest[0] == "apply") out << kApplyHelp;
       else if (rest[0] == "list") out << kListHelp;
+      else if (rest[0] == "stats") out << StatsHelp();
       else UsageError("unknown verb '" + rest[0] + "'");
     } else if (verb == "demo") {
       if (WantsHelp(rest)) out << kDemoHelp;
@@ -169,6 +172,8 @@ int Main(const Words& words, std::ostream& out, std::ostream& err) {
       Apply(rest, out);
     } else if (verb == "list") {
       List(rest, out);
+    } else if (verb == "stats") {
+      Stats(rest, out);
     } else {
       UsageError("unknown verb '" + verb + "'; try kelmira --help");
     }

@@ -14,6 +14,9 @@ using Words = std::vector<std::string>;
 void Demo(const Words& words, std::ostream& out);
 void Apply(const Words& words, std::ostream& out);
 void List(const Words& words, std::ostream& out);
+// `kelmira stats` (tools/ops_measure.cc) and its help text.
+void Stats(const Words& words, std::ostream& out);
+const char* StatsHelp();
 
 // The whole program: the verb dispatch, --help, and the error line. Returns the exit code.
 int Main(const Words& words, std::ostream& out, std::ostream& err);

@@ -3,5 +3,7 @@
 #define KELMIRA_MEASURE_H
 
 #include "kelmira/foundation.h"
+#include "kelmira/measure/moments.h"
+#include "kelmira/measure/statistics.h"
 
 #endif  // KELMIRA_MEASURE_H

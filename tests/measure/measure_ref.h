@@ -1,0 +1,89 @@
+// Shared pieces of the measurement tests: the values of a view as plain numbers, the views the
+// tests sweep (every byte offset, widths around the vector widths), and a runner that calls an
+// operator with the wide paths off and on, each Highway target in turn.
+#ifndef KELMIRA_TESTS_MEASURE_REF_H
+#define KELMIRA_TESTS_MEASURE_REF_H
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <vector>
+
+#include "support/kelmira_test.h"
+#include "support/point_ref.h"
+
+namespace mr {
+
+// The values of a view, channel by channel: at(x, y, k).
+struct Grid {
+  int w = 0, h = 0, c = 1;
+  std::vector<uint64_t> v;
+  uint64_t at(int x, int y, int k = 0) const { return v[(size_t(y) * w + x) * c + k]; }
+};
+
+template <class T>
+Grid Read(ZROI<T>* view) {
+  Grid g{view->GetWidth(), view->GetHeight(), std::is_same_v<T, ZC24> ? 3 : 1, {}};
+  for (int y = 0; y < g.h; ++y)
+    for (int x = 0; x < g.w; ++x) {
+      const T p = view->GetImagePtr(x, y)[0];
+      if constexpr (std::is_same_v<T, ZC24>) {
+        g.v.push_back(p.c0), g.v.push_back(p.c1), g.v.push_back(p.c2);
+      } else {
+        g.v.push_back(p.value);
+      }
+    }
+  return g;
+}
+
+struct Shape {
+  int width, height, offset;
+};
+
+// Widths around 8, 16, 32, 64 and a long row (every vector width meets a tail), heights 1 to 3,
+// and every byte offset up to 15 along the sweep.
+inline std::vector<Shape> Shapes() {
+  std::vector<Shape> out;
+  int i = 0;
+  for (int w : {1, 2, 3, 7, 8, 9, 15, 16, 17, 31, 33, 63, 64, 65, 100, 129, 257})
+    for (int h : {1, 2, 3}) out.push_back({w, h, (i++ * 7) % 16});
+  out.push_back({1000, 5, 3});
+  return out;
+}
+
+// Random values, with 0 and the largest value often enough to matter.
+template <class T>
+void Fill(kt::Framed<T>& view, int spread = 0) {
+  view.FillRandom(kt::Rng());
+  if constexpr (!std::is_same_v<T, ZC24>) {
+    using S = decltype(T::value);
+    for (int y = 0; y < view->GetHeight(); ++y)
+      for (int x = 0; x < view->GetWidth(); ++x) {
+        const uint32_t r = kt::Rng()();
+        S& p = view->GetImagePtr(x, y)->value;
+        if (r % 9 == 0) p = 0;
+        else if (r % 9 == 1) p = S(~S{0});
+        else if (spread != 0) p = S(r % spread);
+      }
+  }
+}
+
+// Calls run(wide) once with the wide paths off and once on, each shape on the next Highway target.
+inline void BothPaths(size_t round, const std::function<void(int)>& run) {
+  static const std::vector<int64_t> targets = pr::Targets();
+  const pr::TargetSetting target(targets[round % targets.size()]);
+  for (int wide : {0, 1}) {
+    SCOPED_TRACE(testing::Message() << "wide " << wide);
+    kt::WideSetting setting(wide);
+    run(wide);
+  }
+}
+
+template <class T>
+bool SameBits(T a, T b) {
+  return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+
+}  // namespace mr
+
+#endif  // KELMIRA_TESTS_MEASURE_REF_H
