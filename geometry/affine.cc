@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 
 #include "foundation/frame.h"
 #include "geometry/affine_wide.h"
@@ -142,23 +143,8 @@ bool Overlap(const ZGenericROI* a, const ZGenericROI* b) {
   return lo(a) < hi(b) && lo(b) < hi(a);
 }
 
-// The worker of the gray forms; S is the pixel's storage.
-template <class S>
-void Transform(ZGenericROI* src, float a, float b, float c, float d, float e, float f, ZGenericROI* dst, int bits) {
-  if (src == nullptr || src->GetGenericImagePtr(0, 0) == nullptr) {
-    frame::Fail(Z_ERROR_NULL_IMAGE);
-    return;
-  }
-  if (dst == nullptr || dst->GetGenericImagePtr(0, 0) == nullptr) return;  // nothing to write
-  Inverse m;
-  if (!Invert(a, b, c, d, e, f, &m)) {
-    frame::Fail(Z_ERROR_SINGULAR_TRANSFORM);
-    return;
-  }
-  if (bits != 0 && bits != 4 && bits != 8) {
-    frame::Fail(Z_ERROR_INVALID_INTERPOLATION_BITS);
-    return;
-  }
+// The walk of a source and a destination that both have pixels, for a map that passed Invert.
+Walk MakeWalk(const ZGenericROI* src, ZGenericROI* dst, const Inverse& m, int bits) {
   const uint32_t centre = bits == 0 ? 0u : 65536u;
   Walk w{};
   w.src = static_cast<const uint8_t*>(src->GetGenericImagePtr(0, 0));
@@ -176,28 +162,33 @@ void Transform(ZGenericROI* src, float a, float b, float c, float d, float e, fl
   w.sx0 = m.C + static_cast<uint32_t>(Half(m.A + m.B + centre));
   w.sy0 = m.F + static_cast<uint32_t>(Half(m.D + m.E + centre));
   w.bits = bits;
+  return w;
+}
+
+bool ValidBits(int bits) { return bits == 0 || bits == 4 || bits == 8; }
+
+// The worker of the gray forms; S is the pixel's storage.
+template <class S>
+void Transform(ZGenericROI* src, float a, float b, float c, float d, float e, float f, ZGenericROI* dst, int bits) {
+  if (src == nullptr || src->GetGenericImagePtr(0, 0) == nullptr) {
+    frame::Fail(Z_ERROR_NULL_IMAGE);
+    return;
+  }
+  if (dst == nullptr || dst->GetGenericImagePtr(0, 0) == nullptr) return;  // nothing to write
+  Inverse m;
+  if (!Invert(a, b, c, d, e, f, &m)) {
+    frame::Fail(Z_ERROR_SINGULAR_TRANSFORM);
+    return;
+  }
+  if (!ValidBits(bits)) {
+    frame::Fail(Z_ERROR_INVALID_INTERPOLATION_BITS);
+    return;
+  }
+  const Walk w = MakeWalk(src, dst, m, bits);
   if (ZGetMMX() != 0 && WideFits(w, sizeof(S)) && !Overlap(src, dst) &&
       (sizeof(S) == 1 ? WideWalk8(w) : WideWalk16(w)))
     return;
   ScalarWalk<S>(w);
-}
-
-// The colour forms: the gray operator `op(in, out)` on each plane, bracketed, first failure wins.
-template <class Op>
-void ByPlanes(ZROI<ZC24>* src, ZROI<ZC24>* dst, Op&& op, const char* trace) {
-  if (frame::Enter()) {
-    if (src == nullptr || dst == nullptr) {
-      frame::Fail(Z_ERROR_NULL_IMAGE);
-    } else {
-      ZImage<ZBW8> in(src->GetWidth(), src->GetHeight());
-      ZImage<ZBW8> out(dst->GetWidth(), dst->GetHeight());
-      for (unsigned k = 0; k < 3 && frame::Ok(); ++k) {
-        frame::Step([&] { HueGetComponent(src, &in, k); }) && frame::Step([&] { op(&in, &out); }) &&
-            frame::Step([&] { HueSetComponent(&out, dst, k); });
-      }
-    }
-  }
-  frame::Leave(trace);
 }
 
 // The forward map of a scale and a turn about a pivot.
@@ -217,6 +208,52 @@ Forward ScaleRotateMap(float srcPivotX, float srcPivotY, float dstPivotX, float 
   m.c = dstPivotX - (m.a * srcPivotX + m.b * srcPivotY);
   m.f = dstPivotY - (m.d * srcPivotX + m.e * srcPivotY);
   return m;
+}
+
+// The colour forms, plane by plane: for each component HueGetComponent, the gray operator
+// `op(in, out)`, HueSetComponent, each bracketed; the first failure ends the sequence.
+template <class Op>
+void ByPlanes(ZROI<ZC24>* src, ZROI<ZC24>* dst, Op&& op) {
+  ZImage<ZBW8> in(src->GetWidth(), src->GetHeight());
+  ZImage<ZBW8> out(dst->GetWidth(), dst->GetHeight());
+  for (unsigned k = 0; k < 3 && frame::Ok(); ++k) {
+    frame::Step([&] { HueGetComponent(src, &in, k); }) && frame::Step([&] { op(&in, &out); }) &&
+        frame::Step([&] { HueSetComponent(&out, dst, k); });
+  }
+}
+
+// With the wide paths on and separate views that both have pixels, one interleaved walk of the
+// three components does what the planes would do: the same pixels, and on failure the gray
+// form's number and traces (`inner`, innermost first), which it would meet on the first plane
+// before writing anything. False when it cannot take the call.
+bool Interleaved(ZROI<ZC24>* src, const Forward& m, ZROI<ZC24>* dst, int bits,
+                 std::initializer_list<const char*> inner) {
+  if (ZGetMMX() == 0 || src->GetVoid() || dst->GetVoid() || Overlap(src, dst)) return false;
+  Inverse inv;
+  Z_ERRORS error = Z_ERROR_NONE;
+  if (!Invert(m.a, m.b, m.c, m.d, m.e, m.f, &inv))
+    error = Z_ERROR_SINGULAR_TRANSFORM;
+  else if (!ValidBits(bits))
+    error = Z_ERROR_INVALID_INTERPOLATION_BITS;
+  if (error != Z_ERROR_NONE) {
+    frame::Fail(error);
+    for (const char* t : inner) ZTraceError(t);
+    return true;
+  }
+  const Walk w = MakeWalk(src, dst, inv, bits);
+  return WideFits(w, 3) && WideWalk24(w);
+}
+
+template <class Op>
+void Colour(ZROI<ZC24>* src, const Forward& m, ZROI<ZC24>* dst, int bits, Op&& gray,
+            std::initializer_list<const char*> inner, const char* trace) {
+  if (frame::Enter()) {
+    if (src == nullptr || dst == nullptr)
+      frame::Fail(Z_ERROR_NULL_IMAGE);
+    else if (!Interleaved(src, m, dst, bits, inner))
+      ByPlanes(src, dst, gray);
+  }
+  frame::Leave(trace);
 }
 
 // LumScaleRotate with a destination, gray: the map, then LumLinearTransform in its bracket.
@@ -264,10 +301,10 @@ void LumLinearTransform(ZROI<ZBW16>* src, float a, float b, float c, float d, fl
 
 void LumLinearTransform(ZROI<ZC24>* src, float a, float b, float c, float d, float e, float f, ZROI<ZC24>* dst,
                         int interpolationBits) {
-  ByPlanes(
-      src, dst,
+  Colour(
+      src, Forward{a, b, c, d, e, f}, dst, interpolationBits,
       [&](ZROI<ZBW8>* in, ZROI<ZBW8>* out) { LumLinearTransform(in, a, b, c, d, e, f, out, interpolationBits); },
-      "LumLinearTransform ( C24)");
+      {"LumLinearTransform"}, "LumLinearTransform ( C24)");
 }
 
 // ----- LumScaleRotate -----
@@ -286,12 +323,13 @@ void LumScaleRotate(ZROI<ZBW16>* src, float srcPivotX, float srcPivotY, float ds
 
 void LumScaleRotate(ZROI<ZC24>* src, float srcPivotX, float srcPivotY, float dstPivotX, float dstPivotY, float scaleX,
                     float scaleY, float angle, ZROI<ZC24>* dst, int interpolationBits) {
-  ByPlanes(
-      src, dst,
+  const Forward m = ScaleRotateMap(srcPivotX, srcPivotY, dstPivotX, dstPivotY, scaleX, scaleY, angle);
+  Colour(
+      src, m, dst, interpolationBits,
       [&](ZROI<ZBW8>* in, ZROI<ZBW8>* out) {
         LumScaleRotate(in, srcPivotX, srcPivotY, dstPivotX, dstPivotY, scaleX, scaleY, angle, out, interpolationBits);
       },
-      "LumScaleRotate ( C24)");
+      {"LumLinearTransform", "LumScaleRotate"}, "LumScaleRotate ( C24)");
 }
 
 short LumScaleRotate(ZROI<ZBW8>* src, float srcPivotX, float srcPivotY, float dstPivotX, float dstPivotY, float scaleX,

@@ -24,105 +24,181 @@ using affine::Walk;
 
 #if HWY_TARGET != HWY_SCALAR
 
-// One vector of outputs starting at column i of row j; `Px` is 1 or 2 bytes.
+using DU = hn::ScalableTag<uint32_t>;
+using DI = hn::RebindToSigned<DU>;
+using VU = hn::Vec<DU>;
+using VI = hn::Vec<DI>;
+
+// Where the lanes of one vector read: the byte offset of a 32-bit word inside the source view,
+// the bit shift that brings the first wanted byte down, and the lanes that sample inside.
+struct Reads {
+  VI offset;
+  VU shift;
+  hn::Mask<DU> inside;
+  VU tx, ty;  // bilinear weights
+};
+
+// Nearest pixel, `Px` bytes a pixel. Inside when 0 <= s < size << 16 (one unsigned compare per
+// axis); the others are clamped so that they still address the source, and masked later.
+template <int Px>
+HWY_INLINE Reads NearestReads(const Walk& w, VU sx, VU sy) {
+  const DU du;
+  const DI di;
+  Reads r;
+  r.inside = hn::And(hn::Lt(sx, hn::Set(du, static_cast<uint32_t>(w.w) << 16)),
+                     hn::Lt(sy, hn::Set(du, static_cast<uint32_t>(w.h) << 16)));
+  const VU col = hn::Min(hn::ShiftRight<16>(sx), hn::Set(du, static_cast<uint32_t>(w.w - 1)));
+  const VU row = hn::Min(hn::ShiftRight<16>(sy), hn::Set(du, static_cast<uint32_t>(w.h - 1)));
+  // The 32-bit word starts at the pixel, or as late as it can while ending inside the row.
+  const VU byte = hn::Mul(col, hn::Set(du, static_cast<uint32_t>(Px)));
+  const VU start = hn::Min(byte, hn::Set(du, static_cast<uint32_t>(w.w * Px - 4)));
+  r.offset = hn::Add(hn::Mul(hn::BitCast(di, row), hn::Set(di, w.srcPitch)), hn::BitCast(di, start));
+  r.shift = hn::ShiftLeft<3>(hn::Sub(byte, start));
+  return r;
+}
+
+// Bilinear: the zones reduce to clamps of the left column and top row to [0, size - 2], with the
+// weight 0 in the left or top margin and v in the right or bottom one.
+template <int Px>
+HWY_INLINE Reads BilinearReads(const Walk& w, VU sx, VU sy) {
+  const DU du;
+  const DI di;
+  const int bits = w.bits;
+  Reads r;
+  const VI isx = hn::BitCast(di, sx), isy = hn::BitCast(di, sy);
+  // Outside below 32768 and from (size << 16) + 32768 on (fits: size <= 32767).
+  const auto inX = hn::And(hn::Gt(isx, hn::Set(di, 32767)), hn::Lt(isx, hn::Set(di, (w.w << 16) + 32768)));
+  const auto inY = hn::And(hn::Gt(isy, hn::Set(di, 32767)), hn::Lt(isy, hn::Set(di, (w.h << 16) + 32768)));
+  r.inside = hn::RebindMask(du, hn::And(inX, inY));
+  const VI v = hn::Set(di, 1 << bits), zero = hn::Zero(di);
+  const VI lastX = hn::Set(di, w.w - 2), lastY = hn::Set(di, w.h - 2);
+  VI x0 = hn::Sub(hn::ShiftRight<16>(isx), hn::Set(di, 1));
+  VI y0 = hn::Sub(hn::ShiftRight<16>(isy), hn::Set(di, 1));
+  VI tx = hn::ShiftRightSame(hn::And(isx, hn::Set(di, 0xFFFF)), 16 - bits);
+  VI ty = hn::ShiftRightSame(hn::And(isy, hn::Set(di, 0xFFFF)), 16 - bits);
+  tx = hn::IfThenElse(hn::Lt(x0, zero), zero, hn::IfThenElse(hn::Gt(x0, lastX), v, tx));
+  ty = hn::IfThenElse(hn::Lt(y0, zero), zero, hn::IfThenElse(hn::Gt(y0, lastY), v, ty));
+  x0 = hn::Min(hn::Max(x0, zero), lastX);
+  y0 = hn::Min(hn::Max(y0, zero), lastY);
+  r.tx = hn::BitCast(du, tx);
+  r.ty = hn::BitCast(du, ty);
+  // BW8: columns x0 and x0 + 1 in one word that ends inside the row. BW16: the word at x0 holds
+  // both. C24: the word at x0 holds p0 and the word 2 bytes later (shifted by 8) holds p1.
+  const VI byte = hn::Mul(x0, hn::Set(di, Px));
+  const VI start = Px == 1 ? hn::Min(byte, hn::Set(di, w.w - 4)) : byte;
+  r.offset = hn::Add(hn::Mul(y0, hn::Set(di, w.srcPitch)), start);
+  r.shift = hn::BitCast(du, hn::ShiftLeft<3>(hn::Sub(byte, start)));
+  return r;
+}
+
+HWY_INLINE VU Gather(const Walk& w, VI offset) {
+  return hn::BitCast(DU(), hn::GatherOffset(DI(), reinterpret_cast<const int32_t*>(w.src), offset));
+}
+
+// v p0 + t (p1 - p0) and its second stage, wrapping: the true values lie below 2^32.
+HWY_INLINE VU Mix(VU p0, VU p1, VU t, int bits) { return hn::Add(hn::ShiftLeftSame(p0, bits), hn::Mul(t, hn::Sub(p1, p0))); }
+
+HWY_INLINE VU Interpolate(VU p00, VU p01, VU p10, VU p11, const Reads& r, int bits) {
+  const VU top = Mix(p00, p01, r.tx, bits), bottom = Mix(p10, p11, r.tx, bits);
+  return hn::IfThenElseZero(r.inside, hn::ShiftRightSame(Mix(top, bottom, r.ty, bits), 2 * bits));
+}
+
+// One vector of gray outputs, Px 1 or 2.
 template <int Px, bool Bilinear>
-struct Kernel {
-  using DU = hn::ScalableTag<uint32_t>;
-  using DI = hn::RebindToSigned<DU>;
-  using VU = hn::Vec<DU>;
-  using VI = hn::Vec<DI>;
-
-  static HWY_INLINE VU Sample(const Walk& w, VU sx, VU sy) {
-    const DU du;
-    const DI di;
-    const int32_t* base = reinterpret_cast<const int32_t*>(w.src);
-    const VI pitch = hn::Set(di, w.srcPitch);
-    if constexpr (!Bilinear) {
-      // Inside when 0 <= s < size << 16, one unsigned compare per axis.
-      const auto inside = hn::And(hn::Lt(sx, hn::Set(du, static_cast<uint32_t>(w.w) << 16)),
-                                  hn::Lt(sy, hn::Set(du, static_cast<uint32_t>(w.h) << 16)));
-      // Clamped so that lanes outside still address the source; their result is masked.
-      const VU col = hn::Min(hn::ShiftRight<16>(sx), hn::Set(du, static_cast<uint32_t>(w.w - 1)));
-      const VU row = hn::Min(hn::ShiftRight<16>(sy), hn::Set(du, static_cast<uint32_t>(w.h - 1)));
-      // A 32-bit read that ends inside the row: start at most 4 / Px pixels before its end.
-      const VU start = hn::Min(col, hn::Set(du, static_cast<uint32_t>(w.w - 4 / Px)));
-      const VI offset = hn::Add(hn::Mul(hn::BitCast(di, row), pitch), hn::BitCast(di, hn::ShiftLeft<Px - 1>(start)));
-      const VU word = hn::BitCast(du, hn::GatherOffset(di, base, offset));
-      const VU shift = hn::ShiftLeft<Px == 1 ? 3 : 4>(hn::Sub(col, start));
-      const VU p = hn::And(hn::Shr(word, shift), hn::Set(du, Px == 1 ? 0xFFu : 0xFFFFu));
-      return hn::IfThenElseZero(inside, p);
-    } else {
-      const int bits = w.bits;
-      const VI isx = hn::BitCast(di, sx), isy = hn::BitCast(di, sy);
-      // Outside below 32768 and from (size << 16) + 32768 on (fits: size <= 32767).
-      const auto inX = hn::And(hn::Gt(isx, hn::Set(di, 32767)), hn::Lt(isx, hn::Set(di, (w.w << 16) + 32768)));
-      const auto inY = hn::And(hn::Gt(isy, hn::Set(di, 32767)), hn::Lt(isy, hn::Set(di, (w.h << 16) + 32768)));
-      const auto inside = hn::RebindMask(du, hn::And(inX, inY));
-      const VI v = hn::Set(di, 1 << bits);
-      VI x0 = hn::Sub(hn::ShiftRight<16>(isx), hn::Set(di, 1));
-      VI y0 = hn::Sub(hn::ShiftRight<16>(isy), hn::Set(di, 1));
-      VI tx = hn::ShiftRightSame(hn::And(isx, hn::Set(di, 0xFFFF)), 16 - bits);
-      VI ty = hn::ShiftRightSame(hn::And(isy, hn::Set(di, 0xFFFF)), 16 - bits);
-      const VI zero = hn::Zero(di), lastX = hn::Set(di, w.w - 2), lastY = hn::Set(di, w.h - 2);
-      tx = hn::IfThenElse(hn::Lt(x0, zero), zero, hn::IfThenElse(hn::Gt(x0, lastX), v, tx));
-      ty = hn::IfThenElse(hn::Lt(y0, zero), zero, hn::IfThenElse(hn::Gt(y0, lastY), v, ty));
-      x0 = hn::Min(hn::Max(x0, zero), lastX);
-      y0 = hn::Min(hn::Max(y0, zero), lastY);
-      // Columns x0 and x0 + 1 in one 32-bit read that ends inside the row.
-      const VI start = Px == 1 ? hn::Min(x0, hn::Set(di, w.w - 4)) : x0;
-      const VI offset = hn::Add(hn::Mul(y0, pitch), hn::ShiftLeft<Px - 1>(start));
-      const VU shift = hn::BitCast(du, hn::ShiftLeft<3>(hn::Sub(x0, start)));
-      const VU upper = hn::Shr(hn::BitCast(du, hn::GatherOffset(di, base, offset)), shift);
-      const VU lower = hn::Shr(hn::BitCast(du, hn::GatherOffset(di, base, hn::Add(offset, pitch))), shift);
-      const VU mask = hn::Set(du, Px == 1 ? 0xFFu : 0xFFFFu);
-      const VU p00 = hn::And(upper, mask), p01 = hn::And(hn::ShiftRight<8 * Px>(upper), mask);
-      const VU p10 = hn::And(lower, mask), p11 = hn::And(hn::ShiftRight<8 * Px>(lower), mask);
-      const VU utx = hn::BitCast(du, tx), uty = hn::BitCast(du, ty);
-      // Wrapping products: the true values are below 2^32 and the differences cancel mod 2^32.
-      const VU top = hn::Add(hn::ShiftLeftSame(p00, bits), hn::Mul(utx, hn::Sub(p01, p00)));
-      const VU bottom = hn::Add(hn::ShiftLeftSame(p10, bits), hn::Mul(utx, hn::Sub(p11, p10)));
-      const VU r = hn::ShiftRightSame(hn::Add(hn::ShiftLeftSame(top, bits), hn::Mul(uty, hn::Sub(bottom, top))), 2 * bits);
-      return hn::IfThenElseZero(inside, r);
-    }
+HWY_INLINE VU Gray(const Walk& w, VU sx, VU sy) {
+  const VU mask = hn::Set(DU(), Px == 1 ? 0xFFu : 0xFFFFu);
+  if constexpr (!Bilinear) {
+    const Reads r = NearestReads<Px>(w, sx, sy);
+    return hn::IfThenElseZero(r.inside, hn::And(hn::Shr(Gather(w, r.offset), r.shift), mask));
+  } else {
+    const Reads r = BilinearReads<Px>(w, sx, sy);
+    const VU upper = hn::Shr(Gather(w, r.offset), r.shift);
+    const VU lower = hn::Shr(Gather(w, hn::Add(r.offset, hn::Set(DI(), w.srcPitch))), r.shift);
+    return Interpolate(hn::And(upper, mask), hn::And(hn::ShiftRight<8 * Px>(upper), mask), hn::And(lower, mask),
+                       hn::And(hn::ShiftRight<8 * Px>(lower), mask), r, w.bits);
   }
+}
 
-  static void Run(const Walk& w) {
-    const DU du;
-    const DI di;
+// `count` outputs (a full vector or fewer) at `out`.
+template <int Px, bool Bilinear>
+HWY_INLINE void Emit(const Walk& w, VU sx, VU sy, uint8_t* out, int count) {
+  const DU du;
+  const DI di;
+  constexpr size_t kMax = HWY_MAX_BYTES / sizeof(uint32_t);
+  const int lanes = static_cast<int>(hn::Lanes(du));
+  if constexpr (Px != 3) {
     using S = std::conditional_t<Px == 1, uint8_t, uint16_t>;
     const hn::Rebind<S, DI> ds;
-    const int lanes = static_cast<int>(hn::Lanes(du));
-    const VU iota = hn::Iota(du, 0);
-    const VU laneA = hn::Mul(iota, hn::Set(du, w.A)), laneD = hn::Mul(iota, hn::Set(du, w.D));
-    const VU stepA = hn::Set(du, w.A * static_cast<uint32_t>(lanes));
-    const VU stepD = hn::Set(du, w.D * static_cast<uint32_t>(lanes));
-    S last[HWY_MAX_BYTES / sizeof(uint32_t)];
-    for (int j = 0; j < w.dh; ++j) {
-      const uint32_t jj = static_cast<uint32_t>(j);
-      VU sx = hn::Add(hn::Set(du, w.sx0 + jj * w.B), laneA);
-      VU sy = hn::Add(hn::Set(du, w.sy0 + jj * w.E), laneD);
-      S* out = reinterpret_cast<S*>(w.dst + static_cast<ptrdiff_t>(j) * w.dstPitch);
-      int i = 0;
-      for (; i + lanes <= w.dw; i += lanes) {
-        const VU p = Sample(w, sx, sy);
-        hn::StoreU(hn::DemoteTo(ds, hn::BitCast(di, p)), ds, out + i);
-        sx = hn::Add(sx, stepA);
-        sy = hn::Add(sy, stepD);
-      }
-      if (i < w.dw) {  // the last pixels of the row through a buffer: nothing past the row is written
-        hn::StoreU(hn::DemoteTo(ds, hn::BitCast(di, Sample(w, sx, sy))), ds, last);
-        std::memcpy(out + i, last, static_cast<size_t>(w.dw - i) * sizeof(S));
+    const auto p = hn::DemoteTo(ds, hn::BitCast(di, Gray<Px, Bilinear>(w, sx, sy)));
+    if (count == lanes) return hn::StoreU(p, ds, reinterpret_cast<S*>(out));
+    S last[kMax];
+    hn::StoreU(p, ds, last);
+    std::memcpy(out, last, static_cast<size_t>(count) * sizeof(S));
+  } else {
+    const hn::Rebind<uint8_t, DI> d8;
+    const VU byte = hn::Set(du, 0xFFu);
+    VU c[3];
+    if constexpr (!Bilinear) {
+      const Reads r = NearestReads<3>(w, sx, sy);
+      const VU p = hn::IfThenElseZero(r.inside, hn::Shr(Gather(w, r.offset), r.shift));
+      c[0] = hn::And(p, byte), c[1] = hn::And(hn::ShiftRight<8>(p), byte), c[2] = hn::ShiftRight<16>(hn::And(p, hn::Set(du, 0xFF0000u)));
+    } else {
+      const Reads r = BilinearReads<3>(w, sx, sy);
+      const VI below = hn::Set(di, w.srcPitch), two = hn::Set(di, 2);
+      const VU a = Gather(w, r.offset), b = hn::ShiftRight<8>(Gather(w, hn::Add(r.offset, two)));
+      const VU e = Gather(w, hn::Add(r.offset, below)), f = hn::ShiftRight<8>(Gather(w, hn::Add(hn::Add(r.offset, below), two)));
+      const auto channel = [&](VU x, int k) { return hn::And(hn::Shr(x, hn::Set(du, 8u * k)), byte); };
+      for (int k = 0; k < 3; ++k) c[k] = Interpolate(channel(a, k), channel(b, k), channel(e, k), channel(f, k), r, w.bits);
+    }
+    const auto c0 = hn::DemoteTo(d8, hn::BitCast(di, c[0]));
+    const auto c1 = hn::DemoteTo(d8, hn::BitCast(di, c[1]));
+    const auto c2 = hn::DemoteTo(d8, hn::BitCast(di, c[2]));
+    if (count == lanes) return hn::StoreInterleaved3(c0, c1, c2, d8, out);
+    uint8_t last[3 * kMax];
+    hn::StoreInterleaved3(c0, c1, c2, d8, last);
+    std::memcpy(out, last, static_cast<size_t>(count) * 3);
+  }
+}
+
+// The destination in tiles of kTileRows rows by kTileVectors vectors: a tile's source footprint
+// stays in the first-level cache and its pages in the TLB, whatever the turn.
+constexpr int kTileRows = 32, kTileVectors = 8;
+
+template <int Px, bool Bilinear>
+void Run(const Walk& w) {
+  const DU du;
+  const int lanes = static_cast<int>(hn::Lanes(du));
+  const VU iota = hn::Iota(du, 0);
+  const VU laneA = hn::Mul(iota, hn::Set(du, w.A)), laneD = hn::Mul(iota, hn::Set(du, w.D));
+  const VU stepA = hn::Set(du, w.A * static_cast<uint32_t>(lanes));
+  const VU stepD = hn::Set(du, w.D * static_cast<uint32_t>(lanes));
+  const int tileWidth = kTileVectors * lanes;
+  for (int j0 = 0; j0 < w.dh; j0 += kTileRows) {
+    const int j1 = j0 + kTileRows < w.dh ? j0 + kTileRows : w.dh;
+    for (int i0 = 0; i0 < w.dw; i0 += tileWidth) {
+      const int i1 = i0 + tileWidth < w.dw ? i0 + tileWidth : w.dw;
+      const uint32_t ii = static_cast<uint32_t>(i0);
+      for (int j = j0; j < j1; ++j) {
+        const uint32_t jj = static_cast<uint32_t>(j);
+        VU sx = hn::Add(hn::Set(du, w.sx0 + jj * w.B + ii * w.A), laneA);
+        VU sy = hn::Add(hn::Set(du, w.sy0 + jj * w.E + ii * w.D), laneD);
+        uint8_t* out = w.dst + static_cast<ptrdiff_t>(j) * w.dstPitch;
+        for (int i = i0; i < i1; i += lanes) {
+          Emit<Px, Bilinear>(w, sx, sy, out + static_cast<ptrdiff_t>(i) * Px, i1 - i < lanes ? i1 - i : lanes);
+          sx = hn::Add(sx, stepA);
+          sy = hn::Add(sy, stepD);
+        }
       }
     }
   }
-};
+}
 
 template <int Px>
 bool WalkPx(const Walk& w) {
   if (w.bits == 0)
-    Kernel<Px, false>::Run(w);
+    Run<Px, false>(w);
   else
-    Kernel<Px, true>::Run(w);
+    Run<Px, true>(w);
   return true;
 }
 
@@ -135,6 +211,7 @@ bool WalkPx(const Walk&) {
 
 bool Walk8(const Walk& w) { return WalkPx<1>(w); }
 bool Walk16(const Walk& w) { return WalkPx<2>(w); }
+bool Walk24(const Walk& w) { return WalkPx<3>(w); }
 
 }  // namespace kelmira::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -143,6 +220,7 @@ HWY_AFTER_NAMESPACE();
 namespace kelmira::affine {
 HWY_EXPORT(Walk8);
 HWY_EXPORT(Walk16);
+HWY_EXPORT(Walk24);
 
 bool WideFits(const Walk& w, int pixelBytes) {
   if (w.w * pixelBytes < 4 || w.h < 2 || w.w > 32767 || w.h > 32767 || w.srcPitch <= 0) return false;
@@ -152,5 +230,6 @@ bool WideFits(const Walk& w, int pixelBytes) {
 
 bool WideWalk8(const Walk& w) { return HWY_DYNAMIC_DISPATCH(Walk8)(w); }
 bool WideWalk16(const Walk& w) { return HWY_DYNAMIC_DISPATCH(Walk16)(w); }
+bool WideWalk24(const Walk& w) { return HWY_DYNAMIC_DISPATCH(Walk24)(w); }
 }  // namespace kelmira::affine
 #endif

@@ -30,6 +30,7 @@ bool WideFits(const Walk& walk, int pixelBytes);
 // walk, so the same pixels. Returns false when the processor has no wide target (nothing done).
 bool WideWalk8(const Walk& walk);
 bool WideWalk16(const Walk& walk);
+bool WideWalk24(const Walk& walk);  // ZC24, the three components at once
 
 }  // namespace kelmira::affine
 

@@ -227,23 +227,43 @@ TEST(AffineWalk, WorkedRows) {
     }
 }
 
-TEST(AffineWalk, ColourIsEachPlaneThroughTheGrayForm) {
-  kt::Framed<ZC24> src(29, 13, 5), dst(33, 11, 2);
-  src.FillRandom(kt::Rng());
-  dst.FillRandom(kt::Rng());
-  ZImage<ZBW8> plane(29, 13), out(33, 11);
-  LumScaleRotate(src.get(), 14.0f, 6.5f, 16.0f, 5.0f, 1.1f, 0.9f, 7.0f, dst.get(), 8);
-  ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-  EXPECT_TRUE(dst.GuardsIntact());
-  for (unsigned k = 0; k < 3; ++k) {
-    HueGetComponent(src.get(), &plane, k);
-    LumScaleRotate(&plane, 14.0f, 6.5f, 16.0f, 5.0f, 1.1f, 0.9f, 7.0f, &out, 8);
-    for (int y = 0; y < 11; ++y)
-      for (int x = 0; x < 33; ++x) {
-        const ZC24 p = dst->GetPixel(x, y);
-        ASSERT_EQ(k == 0 ? p.c0 : k == 1 ? p.c1 : p.c2, out.GetPixel(x, y).value) << x << "," << y << " plane " << k;
-      }
+// The component k of a colour view as an Img.
+Img Plane(ZROI<ZC24>* v, int k) {
+  Img m{v->GetWidth(), v->GetHeight(), {}};
+  for (int y = 0; y < m.h; ++y)
+    for (int x = 0; x < m.w; ++x) {
+      const ZC24 p = v->GetPixel(x, y);
+      m.p.push_back(k == 0 ? p.c0 : k == 1 ? p.c1 : p.c2);
+    }
+  return m;
+}
+
+// Colour takes each component through the gray walk: the interleaved wide walk and the planes.
+TEST(AffineWalk, ColourIsEachPlaneThroughTheGrayWalk) {
+  const float a = 1.0793f, b = 0.1325f, c = -0.9f, d = -0.1325f, e = 1.0793f, f = 2.3f;
+  for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    hwy::SetSupportedTargetsForTest(target);
+    for (int wide : {0, 1}) {
+      kt::WideSetting setting(wide);
+      for (auto [w, h] : {std::pair{1, 1}, {2, 3}, {3, 1}, {29, 13}})
+        for (int bits : {0, 4, 8}) {
+          SCOPED_TRACE(std::string(hwy::TargetName(target)) + " " + std::to_string(w) + "x" + std::to_string(h) +
+                       " bits " + std::to_string(bits) + " wide " + std::to_string(wide));
+          kt::Framed<ZC24> src(w, h, w % 7), dst(w + 20, h + 3, 5);
+          src.FillRandom(kt::Rng());
+          dst.FillRandom(kt::Rng());
+          Img before[3], source[3];
+          for (int k = 0; k < 3; ++k) before[k] = Plane(dst.get(), k), source[k] = Plane(src.get(), k);
+          LumLinearTransform(src.get(), a, b, c, d, e, f, dst.get(), bits);
+          ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+          for (int k = 0; k < 3; ++k)
+            EXPECT_EQ(Plane(dst.get(), k).p, Model(source[k], before[k], a, b, c, d, e, f, bits).p) << "plane " << k;
+          EXPECT_TRUE(dst.GuardsIntact());
+        }
+    }
   }
+  hwy::SetSupportedTargetsForTest(0);
+  kt::Framed<ZC24> src(29, 13, 5);
   // In place is safe on colour: each plane is taken out before it is written.
   kt::Framed<ZC24> copy(29, 13, 1), colour(29, 13, 4);
   src.FillRandom(kt::Rng());
@@ -388,6 +408,8 @@ TEST(AffineErrors, NumbersTracesAndUntouchedDestination) {
 }
 
 TEST(AffineErrors, OtherTypesTraceTheirOwnStrings) {
+  for (int wide : {0, 1}) {
+  kt::WideSetting setting(wide);
   ZImage<ZBW16> a(5, 5), b(5, 5);
   ZImage<ZC24> c(5, 5), d(5, 5);
   LumLinearTransform(&a, 1, 0, 0, 0, 1, 0, &b, 7);
@@ -412,6 +434,11 @@ TEST(AffineErrors, OtherTypesTraceTheirOwnStrings) {
   EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
   LumLinearTransform(&c, 1, 0, 0, 0, 1, 0, nullptr, 0);
   EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  ZROI<ZC24> none;
+  LumScaleRotate(&c, 0, 0, 0, 0, 0, 1, 0, &none, 9);  // the planes' check of the destination comes first
+  EXPECT_EQ(kt::Trace(), (Strings{"LumScaleRotate ( C24)"}));
+  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
+  }
 }
 
 // Maps whose inverse does not fit 16.16 saturate and still follow the model; nothing is read
