@@ -160,6 +160,73 @@ HWY_INLINE void Emit(const Walk& w, VU sx, VU sy, uint8_t* out, int count) {
   }
 }
 
+// BW8 without gathers. Positions are linear along a vector, so when both end lanes sample inside
+// and the vector's pixels lie within 16 columns of at most four rows (five for bilinear), the
+// pixels come from 16-byte loads of those rows through byte shuffles. The caller keeps the maps
+// whose steps are small (|A|, |D| < 2^20), so that the end lanes bound every lane. `px`, `py` are
+// lane 0's position. False when the vector does not qualify (nothing written).
+template <bool Bilinear>
+HWY_INLINE bool Shuffled(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py, uint8_t* out, int count) {
+  const DU du;
+  const DI di;
+  const hn::Rebind<uint8_t, DI> d8;
+  const hn::Full128<uint8_t> d16;
+  const int lanes = static_cast<int>(hn::Lanes(du));
+  const uint32_t qx = px + static_cast<uint32_t>(lanes - 1) * w.A, qy = py + static_cast<uint32_t>(lanes - 1) * w.D;
+  // Nearest: 0 <= s < size << 16. Bilinear, inside zone only: 65536 <= s < size << 16.
+  const uint32_t low = Bilinear ? 65536u : 0u;
+  const uint32_t spanX = (static_cast<uint32_t>(w.w) << 16) - low, spanY = (static_cast<uint32_t>(w.h) << 16) - low;
+  if (px - low >= spanX || qx - low >= spanX || py - low >= spanY || qy - low >= spanY) return false;
+  const int back = Bilinear ? 1 : 0;  // the left column and top row of a bilinear sample
+  const int c0 = static_cast<int>(px >> 16) - back, c1 = static_cast<int>(qx >> 16) - back;
+  const int r0 = static_cast<int>(py >> 16) - back, r1 = static_cast<int>(qy >> 16) - back;
+  const int cmin = c0 < c1 ? c0 : c1, rlo = r0 < r1 ? r0 : r1;
+  const int rows = (r0 < r1 ? r1 - r0 : r0 - r1) + 1;  // rows of the vector's samples (top rows if bilinear)
+  if ((c0 < c1 ? c1 - c0 : c0 - c1) > 15 - back || rows > 4) return false;
+  const int xs = cmin < w.w - 16 ? cmin : w.w - 16;
+  const uint8_t* row = w.src + static_cast<ptrdiff_t>(rlo) * w.srcPitch + xs;
+  const VU cols = hn::Sub(hn::ShiftRight<16>(sx), hn::Set(du, static_cast<uint32_t>(xs + back)));
+  const auto idx = hn::DemoteTo(d8, hn::BitCast(di, cols));
+  // Each lane's row, counted from rlo.
+  const auto which = hn::DemoteTo(
+      d8, hn::BitCast(di, hn::Sub(hn::ShiftRight<16>(sy), hn::Set(du, static_cast<uint32_t>(rlo + back)))));
+  const auto at = [&](int k) { return hn::LoadU(d16, row + static_cast<ptrdiff_t>(k) * w.srcPitch); };
+  hn::Vec<decltype(d8)> v;
+  if constexpr (!Bilinear) {
+    v = hn::TableLookupBytes(at(0), idx);
+    for (int k = 1; k < rows; ++k) v = hn::IfThenElse(hn::Eq(which, hn::Set(d8, k)), hn::TableLookupBytes(at(k), idx), v);
+  } else {
+    const auto idx1 = hn::Add(idx, hn::Set(d8, 1));
+    auto upper = at(0), lower = at(1);
+    auto p00 = hn::TableLookupBytes(upper, idx), p01 = hn::TableLookupBytes(upper, idx1);
+    auto p10 = hn::TableLookupBytes(lower, idx), p11 = hn::TableLookupBytes(lower, idx1);
+    for (int k = 1; k < rows; ++k) {
+      upper = lower;
+      lower = at(k + 1);
+      const auto here = hn::Eq(which, hn::Set(d8, k));
+      p00 = hn::IfThenElse(here, hn::TableLookupBytes(upper, idx), p00);
+      p01 = hn::IfThenElse(here, hn::TableLookupBytes(upper, idx1), p01);
+      p10 = hn::IfThenElse(here, hn::TableLookupBytes(lower, idx), p10);
+      p11 = hn::IfThenElse(here, hn::TableLookupBytes(lower, idx1), p11);
+    }
+    const int bits = w.bits;
+    const VU fraction = hn::Set(du, 0xFFFFu);
+    const VU tx = hn::ShiftRightSame(hn::And(sx, fraction), 16 - bits);
+    const VU ty = hn::ShiftRightSame(hn::And(sy, fraction), 16 - bits);
+    const VU top = Mix(hn::PromoteTo(du, p00), hn::PromoteTo(du, p01), tx, bits);
+    const VU bottom = Mix(hn::PromoteTo(du, p10), hn::PromoteTo(du, p11), tx, bits);
+    v = hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRightSame(Mix(top, bottom, ty, bits), 2 * bits)));
+  }
+  if (count == lanes) {
+    hn::StoreU(v, d8, out);
+  } else {
+    uint8_t last[HWY_MAX_BYTES / sizeof(uint32_t)];
+    hn::StoreU(v, d8, last);
+    std::memcpy(out, last, static_cast<size_t>(count));
+  }
+  return true;
+}
+
 // The destination in tiles of kTileRows rows by kTileVectors vectors: a tile's source footprint
 // stays in the first-level cache and its pages in the TLB, whatever the turn.
 constexpr int kTileRows = 32, kTileVectors = 8;
@@ -173,6 +240,8 @@ void Run(const Walk& w) {
   const VU stepA = hn::Set(du, w.A * static_cast<uint32_t>(lanes));
   const VU stepD = hn::Set(du, w.D * static_cast<uint32_t>(lanes));
   const int tileWidth = kTileVectors * lanes;
+  const auto small = [](uint32_t step) { return step + (1u << 20) < (1u << 21); };
+  const bool shuffle = Px == 1 && w.w >= 16 && small(w.A) && small(w.D);
   for (int j0 = 0; j0 < w.dh; j0 += kTileRows) {
     const int j1 = j0 + kTileRows < w.dh ? j0 + kTileRows : w.dh;
     for (int i0 = 0; i0 < w.dw; i0 += tileWidth) {
@@ -183,8 +252,14 @@ void Run(const Walk& w) {
         VU sx = hn::Add(hn::Set(du, w.sx0 + jj * w.B + ii * w.A), laneA);
         VU sy = hn::Add(hn::Set(du, w.sy0 + jj * w.E + ii * w.D), laneD);
         uint8_t* out = w.dst + static_cast<ptrdiff_t>(j) * w.dstPitch;
+        const uint32_t rowX = w.sx0 + jj * w.B, rowY = w.sy0 + jj * w.E;
         for (int i = i0; i < i1; i += lanes) {
-          Emit<Px, Bilinear>(w, sx, sy, out + static_cast<ptrdiff_t>(i) * Px, i1 - i < lanes ? i1 - i : lanes);
+          const int count = i1 - i < lanes ? i1 - i : lanes;
+          const uint32_t at = static_cast<uint32_t>(i);
+          bool done = false;
+          if constexpr (Px == 1)
+            done = shuffle && Shuffled<Bilinear>(w, sx, sy, rowX + at * w.A, rowY + at * w.D, out + i, count);
+          if (!done) Emit<Px, Bilinear>(w, sx, sy, out + static_cast<ptrdiff_t>(i) * Px, count);
           sx = hn::Add(sx, stepA);
           sy = hn::Add(sy, stepD);
         }
