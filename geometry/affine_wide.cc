@@ -227,6 +227,92 @@ HWY_INLINE bool Shuffled(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py, 
   return true;
 }
 
+// Stores one vector of C24 pixels held as 0x00c2c1c0 in 32-bit lanes: `count` of them at `out`.
+HWY_INLINE void StoreColour(VU c0, VU c1, VU c2, uint8_t* out, int count) {
+  const DI di;
+  const hn::Rebind<uint8_t, DI> d8;
+  const auto b0 = hn::DemoteTo(d8, hn::BitCast(di, c0));
+  const auto b1 = hn::DemoteTo(d8, hn::BitCast(di, c1));
+  const auto b2 = hn::DemoteTo(d8, hn::BitCast(di, c2));
+  if (count == static_cast<int>(hn::Lanes(di))) return hn::StoreInterleaved3(b0, b1, b2, d8, out);
+  uint8_t last[3 * HWY_MAX_BYTES / sizeof(uint32_t)];
+  hn::StoreInterleaved3(b0, b1, b2, d8, last);
+  std::memcpy(out, last, static_cast<size_t>(count) * 3);
+}
+
+// The 24-bit pixel that starts `offset` bytes into the table of 32-bit words: two lane
+// permutations and a funnel shift (the shift by 32 - s is split in two so that s = 0 gives 0).
+HWY_INLINE VU Pixel3(VU table, VU offset) {
+  const DU du;
+  const VU q = hn::ShiftRight<2>(offset), s = hn::ShiftLeft<3>(hn::And(offset, hn::Set(du, 3u)));
+  const VU lo = hn::TableLookupLanes(table, hn::IndicesFromVec(du, q));
+  const VU hi = hn::TableLookupLanes(table, hn::IndicesFromVec(du, hn::Add(q, hn::Set(du, 1u))));
+  const VU joined = hn::Or(hn::Shr(lo, s), hn::Shl(hn::ShiftLeft<1>(hi), hn::Sub(hn::Set(du, 31u), s)));
+  return hn::And(joined, hn::Set(du, 0xFFFFFFu));
+}
+
+// C24 without gathers, on the same terms as Shuffled: the vector's samples lie in a run of bytes
+// that one vector of words holds, in at most four rows (five for bilinear).
+template <bool Bilinear>
+HWY_INLINE bool Shuffled3(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py, uint8_t* out, int count) {
+  const DU du;
+  const hn::Repartition<uint8_t, DU> dbytes;
+  const int lanes = static_cast<int>(hn::Lanes(du));
+  const uint32_t qx = px + static_cast<uint32_t>(lanes - 1) * w.A, qy = py + static_cast<uint32_t>(lanes - 1) * w.D;
+  const uint32_t low = Bilinear ? 65536u : 0u;
+  const uint32_t spanX = (static_cast<uint32_t>(w.w) << 16) - low, spanY = (static_cast<uint32_t>(w.h) << 16) - low;
+  if (px - low >= spanX || qx - low >= spanX || py - low >= spanY || qy - low >= spanY) return false;
+  const int back = Bilinear ? 1 : 0;
+  const int c0 = static_cast<int>(px >> 16) - back, c1 = static_cast<int>(qx >> 16) - back;
+  const int r0 = static_cast<int>(py >> 16) - back, r1 = static_cast<int>(qy >> 16) - back;
+  const int cmin = c0 < c1 ? c0 : c1, cmax = c0 < c1 ? c1 : c0, rlo = r0 < r1 ? r0 : r1;
+  const int rows = (r0 < r1 ? r1 - r0 : r0 - r1) + 1;
+  const int tableBytes = 4 * lanes;
+  if (rows > 4 || 3 * w.w < tableBytes) return false;
+  const int start = 3 * cmin < 3 * w.w - tableBytes ? 3 * cmin : 3 * w.w - tableBytes;
+  // The last sample's words q and q + 1 must lie in the table.
+  if (3 * (cmax + back) - start > tableBytes - 5) return false;
+  const uint8_t* row = w.src + static_cast<ptrdiff_t>(rlo) * w.srcPitch + start;
+  const VU offset = hn::Sub(hn::Mul(hn::ShiftRight<16>(sx), hn::Set(du, 3u)), hn::Set(du, static_cast<uint32_t>(start + 3 * back)));
+  const VU which = hn::Sub(hn::ShiftRight<16>(sy), hn::Set(du, static_cast<uint32_t>(rlo + back)));
+  const auto at = [&](int k) { return hn::BitCast(du, hn::LoadU(dbytes, row + static_cast<ptrdiff_t>(k) * w.srcPitch)); };
+  const VU byte = hn::Set(du, 0xFFu);
+  const auto channel = [&](VU x, int k) { return hn::And(hn::ShiftRightSame(x, 8 * k), byte); };
+  if constexpr (!Bilinear) {
+    VU v = Pixel3(at(0), offset);
+    for (int k = 1; k < rows; ++k) v = hn::IfThenElse(hn::Eq(which, hn::Set(du, k)), Pixel3(at(k), offset), v);
+    StoreColour(channel(v, 0), channel(v, 1), channel(v, 2), out, count);
+  } else {
+    const VU offset1 = hn::Add(offset, hn::Set(du, 3u));
+    // Row k's pixels for every lane, carried from one step to the next.
+    const VU first = at(0), second = at(1);
+    VU u0 = Pixel3(second, offset), u1 = Pixel3(second, offset1);
+    VU p00 = Pixel3(first, offset), p01 = Pixel3(first, offset1), p10 = u0, p11 = u1;
+    for (int k = 1; k < rows; ++k) {
+      const VU lower = at(k + 1);
+      const VU l0 = Pixel3(lower, offset), l1 = Pixel3(lower, offset1);
+      const auto here = hn::Eq(which, hn::Set(du, k));
+      p00 = hn::IfThenElse(here, u0, p00);
+      p01 = hn::IfThenElse(here, u1, p01);
+      p10 = hn::IfThenElse(here, l0, p10);
+      p11 = hn::IfThenElse(here, l1, p11);
+      u0 = l0, u1 = l1;
+    }
+    const int bits = w.bits;
+    const VU fraction = hn::Set(du, 0xFFFFu);
+    const VU tx = hn::ShiftRightSame(hn::And(sx, fraction), 16 - bits);
+    const VU ty = hn::ShiftRightSame(hn::And(sy, fraction), 16 - bits);
+    VU c[3];
+    for (int k = 0; k < 3; ++k) {
+      const VU top = Mix(channel(p00, k), channel(p01, k), tx, bits);
+      const VU bottom = Mix(channel(p10, k), channel(p11, k), tx, bits);
+      c[k] = hn::ShiftRightSame(Mix(top, bottom, ty, bits), 2 * bits);
+    }
+    StoreColour(c[0], c[1], c[2], out, count);
+  }
+  return true;
+}
+
 // The destination in tiles of kTileRows rows by kTileVectors vectors: a tile's source footprint
 // stays in the first-level cache and its pages in the TLB, whatever the turn.
 constexpr int kTileRows = 32, kTileVectors = 8;
@@ -241,7 +327,7 @@ void Run(const Walk& w) {
   const VU stepD = hn::Set(du, w.D * static_cast<uint32_t>(lanes));
   const int tileWidth = kTileVectors * lanes;
   const auto small = [](uint32_t step) { return step + (1u << 20) < (1u << 21); };
-  const bool shuffle = Px == 1 && w.w >= 16 && small(w.A) && small(w.D);
+  const bool shuffle = (Px == 3 || w.w >= 16) && small(w.A) && small(w.D);
   for (int j0 = 0; j0 < w.dh; j0 += kTileRows) {
     const int j1 = j0 + kTileRows < w.dh ? j0 + kTileRows : w.dh;
     for (int i0 = 0; i0 < w.dw; i0 += tileWidth) {
@@ -259,6 +345,8 @@ void Run(const Walk& w) {
           bool done = false;
           if constexpr (Px == 1)
             done = shuffle && Shuffled<Bilinear>(w, sx, sy, rowX + at * w.A, rowY + at * w.D, out + i, count);
+          if constexpr (Px == 3)
+            done = shuffle && Shuffled3<Bilinear>(w, sx, sy, rowX + at * w.A, rowY + at * w.D, out + 3 * i, count);
           if (!done) Emit<Px, Bilinear>(w, sx, sy, out + static_cast<ptrdiff_t>(i) * Px, count);
           sx = hn::Add(sx, stepA);
           sy = hn::Add(sy, stepD);
