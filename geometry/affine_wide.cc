@@ -227,16 +227,28 @@ HWY_INLINE bool Shuffled(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py, 
   return true;
 }
 
-// Stores one vector of C24 pixels held as 0x00c2c1c0 in 32-bit lanes: `count` of them at `out`.
-HWY_INLINE void StoreColour(VU c0, VU c1, VU c2, uint8_t* out, int count) {
-  const DI di;
-  const hn::Rebind<uint8_t, DI> d8;
-  const auto b0 = hn::DemoteTo(d8, hn::BitCast(di, c0));
-  const auto b1 = hn::DemoteTo(d8, hn::BitCast(di, c1));
-  const auto b2 = hn::DemoteTo(d8, hn::BitCast(di, c2));
-  if (count == static_cast<int>(hn::Lanes(di))) return hn::StoreInterleaved3(b0, b1, b2, d8, out);
-  uint8_t last[3 * HWY_MAX_BYTES / sizeof(uint32_t)];
-  hn::StoreInterleaved3(b0, b1, b2, d8, last);
+// Stores C24 pixels held as 0x00c2c1c0 in 32-bit lanes: a byte shuffle packs each block's four
+// pixels into its first 12 bytes, a lane permutation joins the blocks' 12-byte runs. The store
+// then writes a quarter of a vector of filler past the pixels; `room` says whether that lands on
+// pixels of the row that a later store writes (else the pixels go through a buffer).
+HWY_INLINE void StorePacked(VU v, uint8_t* out, int count, bool room) {
+  const DU du;
+  const hn::Repartition<uint8_t, DU> d8;
+  constexpr size_t kLanes = HWY_MAX_BYTES / sizeof(uint32_t);
+  alignas(16) static constexpr uint8_t kBytes[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 3, 7, 11, 15};
+  const int n = static_cast<int>(hn::Lanes(du));
+  // Lane j of the result takes word j / 3 * 4 + j % 3 (j / 3 as (j * 43691) >> 17), the last
+  // quarter any word.
+  const VU j = hn::Iota(du, 0);
+  const VU third = hn::ShiftRight<17>(hn::Mul(j, hn::Set(du, 43691u)));
+  const VU word = hn::Add(hn::ShiftLeft<2>(third), hn::Sub(j, hn::Mul(third, hn::Set(du, 3u))));
+  const VU from = hn::IfThenElse(hn::Lt(j, hn::Set(du, static_cast<uint32_t>(3 * n / 4))), word, j);
+  const auto bytes = hn::LoadDup128(d8, kBytes);
+  const VU packed = hn::TableLookupLanes(hn::BitCast(du, hn::TableLookupBytes(hn::BitCast(d8, v), bytes)),
+                                         hn::IndicesFromVec(du, from));
+  if (room && count == n) return hn::StoreU(hn::BitCast(d8, packed), d8, out);
+  uint8_t last[4 * kLanes];
+  hn::StoreU(hn::BitCast(d8, packed), d8, last);
   std::memcpy(out, last, static_cast<size_t>(count) * 3);
 }
 
@@ -254,7 +266,8 @@ HWY_INLINE VU Pixel3(VU table, VU offset) {
 // C24 without gathers, on the same terms as Shuffled: the vector's samples lie in a run of bytes
 // that one vector of words holds, in at most four rows (five for bilinear).
 template <bool Bilinear>
-HWY_INLINE bool Shuffled3(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py, uint8_t* out, int count) {
+HWY_INLINE bool Shuffled3(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py, uint8_t* out, int count,
+                          bool room) {
   const DU du;
   const hn::Repartition<uint8_t, DU> dbytes;
   const int lanes = static_cast<int>(hn::Lanes(du));
@@ -281,7 +294,7 @@ HWY_INLINE bool Shuffled3(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py,
   if constexpr (!Bilinear) {
     VU v = Pixel3(at(0), offset);
     for (int k = 1; k < rows; ++k) v = hn::IfThenElse(hn::Eq(which, hn::Set(du, k)), Pixel3(at(k), offset), v);
-    StoreColour(channel(v, 0), channel(v, 1), channel(v, 2), out, count);
+    StorePacked(v, out, count, room);
   } else {
     const VU offset1 = hn::Add(offset, hn::Set(du, 3u));
     // Row k's pixels for every lane, carried from one step to the next.
@@ -308,7 +321,7 @@ HWY_INLINE bool Shuffled3(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py,
       const VU bottom = Mix(channel(p10, k), channel(p11, k), tx, bits);
       c[k] = hn::ShiftRightSame(Mix(top, bottom, ty, bits), 2 * bits);
     }
-    StoreColour(c[0], c[1], c[2], out, count);
+    StorePacked(hn::Or(hn::Or(c[0], hn::ShiftLeft<8>(c[1])), hn::ShiftLeft<16>(c[2])), out, count, room);
   }
   return true;
 }
@@ -346,7 +359,8 @@ void Run(const Walk& w) {
           if constexpr (Px == 1)
             done = shuffle && Shuffled<Bilinear>(w, sx, sy, rowX + at * w.A, rowY + at * w.D, out + i, count);
           if constexpr (Px == 3)
-            done = shuffle && Shuffled3<Bilinear>(w, sx, sy, rowX + at * w.A, rowY + at * w.D, out + 3 * i, count);
+            done = shuffle && Shuffled3<Bilinear>(w, sx, sy, rowX + at * w.A, rowY + at * w.D, out + 3 * i, count,
+                                                  3 * i + 4 * lanes <= 3 * w.dw);
           if (!done) Emit<Px, Bilinear>(w, sx, sy, out + static_cast<ptrdiff_t>(i) * Px, count);
           sx = hn::Add(sx, stepA);
           sy = hn::Add(sy, stepD);
