@@ -182,8 +182,9 @@ HWY_INLINE bool Shuffled(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py, 
   const int r0 = static_cast<int>(py >> 16) - back, r1 = static_cast<int>(qy >> 16) - back;
   const int cmin = c0 < c1 ? c0 : c1, rlo = r0 < r1 ? r0 : r1;
   const int rows = (r0 < r1 ? r1 - r0 : r0 - r1) + 1;  // rows of the vector's samples (top rows if bilinear)
-  if ((c0 < c1 ? c1 - c0 : c0 - c1) > 15 - back || rows > 4) return false;
-  const int xs = cmin < w.w - 16 ? cmin : w.w - 16;
+  if ((c0 < c1 ? c1 - c0 : c0 - c1) > 15 || rows > 4) return false;
+  // Bilinear reads each row twice, at xs and at xs + 1, so that idx picks both columns.
+  const int xs = cmin < w.w - 16 - back ? cmin : w.w - 16 - back;
   const uint8_t* row = w.src + static_cast<ptrdiff_t>(rlo) * w.srcPitch + xs;
   const VU cols = hn::Sub(hn::ShiftRight<16>(sx), hn::Set(du, static_cast<uint32_t>(xs + back)));
   const auto idx = hn::DemoteTo(d8, hn::BitCast(di, cols));
@@ -196,18 +197,17 @@ HWY_INLINE bool Shuffled(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py, 
     v = hn::TableLookupBytes(at(0), idx);
     for (int k = 1; k < rows; ++k) v = hn::IfThenElse(hn::Eq(which, hn::Set(d8, k)), hn::TableLookupBytes(at(k), idx), v);
   } else {
-    const auto idx1 = hn::Add(idx, hn::Set(d8, 1));
-    auto upper = at(0), lower = at(1);
-    auto p00 = hn::TableLookupBytes(upper, idx), p01 = hn::TableLookupBytes(upper, idx1);
-    auto p10 = hn::TableLookupBytes(lower, idx), p11 = hn::TableLookupBytes(lower, idx1);
+    const auto next = [&](int k) { return hn::LoadU(d16, row + static_cast<ptrdiff_t>(k) * w.srcPitch + 1); };
+    auto u0 = hn::TableLookupBytes(at(1), idx), u1 = hn::TableLookupBytes(next(1), idx);
+    auto p00 = hn::TableLookupBytes(at(0), idx), p01 = hn::TableLookupBytes(next(0), idx), p10 = u0, p11 = u1;
     for (int k = 1; k < rows; ++k) {
-      upper = lower;
-      lower = at(k + 1);
+      const auto l0 = hn::TableLookupBytes(at(k + 1), idx), l1 = hn::TableLookupBytes(next(k + 1), idx);
       const auto here = hn::Eq(which, hn::Set(d8, k));
-      p00 = hn::IfThenElse(here, hn::TableLookupBytes(upper, idx), p00);
-      p01 = hn::IfThenElse(here, hn::TableLookupBytes(upper, idx1), p01);
-      p10 = hn::IfThenElse(here, hn::TableLookupBytes(lower, idx), p10);
-      p11 = hn::IfThenElse(here, hn::TableLookupBytes(lower, idx1), p11);
+      p00 = hn::IfThenElse(here, u0, p00);
+      p01 = hn::IfThenElse(here, u1, p01);
+      p10 = hn::IfThenElse(here, l0, p10);
+      p11 = hn::IfThenElse(here, l1, p11);
+      u0 = l0, u1 = l1;
     }
     const int bits = w.bits;
     const VU fraction = hn::Set(du, 0xFFFFu);
@@ -340,7 +340,7 @@ void Run(const Walk& w) {
   const VU stepD = hn::Set(du, w.D * static_cast<uint32_t>(lanes));
   const int tileWidth = kTileVectors * lanes;
   const auto small = [](uint32_t step) { return step + (1u << 20) < (1u << 21); };
-  const bool shuffle = (Px == 3 || w.w >= 16) && small(w.A) && small(w.D);
+  const bool shuffle = (Px == 3 || w.w >= 17) && small(w.A) && small(w.D);
   for (int j0 = 0; j0 < w.dh; j0 += kTileRows) {
     const int j1 = j0 + kTileRows < w.dh ? j0 + kTileRows : w.dh;
     for (int i0 = 0; i0 < w.dw; i0 += tileWidth) {
