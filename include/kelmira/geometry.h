@@ -3,5 +3,6 @@
 #define KELMIRA_GEOMETRY_H
 
 #include "kelmira/foundation.h"
+#include "kelmira/geometry/affine.h"
 
 #endif  // KELMIRA_GEOMETRY_H
