@@ -57,6 +57,7 @@ template <Kind K, class T>
 void RollRow(const T* a, const T* b, const T* c, T* out, T* save, int x0, int x1, int width, int satFrom = 0,
              int satTo = 0) {
   constexpr int32_t kMax = sizeof(T) == 1 ? 255 : 65535;
+  if (x0 >= x1) return;
   Column left = Load(a, b, c, x0 > 0 ? x0 - 1 : 0), mid = Load(a, b, c, x0);
   for (int x = x0; x < x1; ++x) {
     const Column right = x + 1 < width ? Load(a, b, c, x + 1) : mid;
@@ -124,10 +125,9 @@ void WideRow(Kind kind, void (*roll)(const uint8_t*, const uint8_t*, const uint8
   if (hi > lo) WideRow3x3(kind, a, b, c, out, lo, hi);
   if (kind == Kind::kLaplacianX || kind == Kind::kLaplacianY) {
     const auto [from, to] = VectorSpan(sourceRow, width);
+    // The scalar head and tail, and the edge columns; each pixel saturates inside the span only.
     roll(a, b, c, out, nullptr, 0, from > lo ? from : lo, width, from, to);
     roll(a, b, c, out, nullptr, to < hi ? to : hi, width, width, from, to);
-    if (from == 0 && to > 0) roll(a, b, c, out, nullptr, 0, 1, width, from, to);
-    if (to == width && from < width) roll(a, b, c, out, nullptr, width - 1, width, width, from, to);
     return;
   }
   if (columns) {

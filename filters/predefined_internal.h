@@ -122,12 +122,12 @@ void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c,
 // is scratch of the row's width.
 void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns);
 
-// Running-box helpers: sums[x] += add[x] - sub[x] over [0, count) (32-bit lanes, wrapping).
+// Running-box helpers (32-bit lanes, wrapping like the scalar sums): sums[x] += add[x] - sub[x]
+// for x in [0, count); and one output row of the box: S[0] is the sum of cells[0 .. window),
+// S[x] = S[x - 1] + cells[x + window - 1] - cells[x - 1], out[x] = S[x] * scale >> 24, with
+// `scratch` holding count sums.
 void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count);
-void WideColumnAdd(uint32_t* sums, const uint8_t* add, int count);
-// out[x] = (cells[x + 2h + 1] - cells[x]) * scale >> 24 in 32 bits for x in [0, count), where
-// cells are the running prefix sums of the padded column sums.
-void WideBoxOut(const uint32_t* prefix, int span, uint32_t scale, uint8_t* out, int count);
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, uint32_t* scratch);
 
 }  // namespace kelmira::predefined
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <type_traits>
 
 #include "filters/predefined_internal.h"
 #include "foundation/frame.h"
@@ -156,7 +157,9 @@ bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsig
   const uint64_t area = (2 * static_cast<uint64_t>(hx) + 1) * (2 * static_cast<uint64_t>(hy) + 1);
   const uint32_t scale = static_cast<uint32_t>((uint64_t{1} << 24) / area);
   const size_t cells = static_cast<size_t>(width) + 2 * static_cast<size_t>(hx);
-  std::unique_ptr<uint32_t[]> store(new (std::nothrow) uint32_t[cells]);
+  // The wide rows keep a row of running sums beside the cells.
+  wide = wide && sizeof(T) == 1;
+  std::unique_ptr<uint32_t[]> store(new (std::nothrow) uint32_t[cells + (wide ? width : 0)]);
   if (!store) return frame::Fail(Z_ERROR_NO_MEMORY);
   uint32_t* cell = store.get();
   uint32_t* column = cell + hx;  // the real columns
@@ -166,22 +169,32 @@ bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsig
     const T* row = in[Clamp(r, 0, height - 1)];
     for (int x = 0; x < width; ++x) column[x] += static_cast<uint32_t>(row[x]);
   }
-  (void)wide;
   for (int y = 0; y < height; ++y) {
     for (int i = 0; i < hx; ++i) {
       cell[i] = column[0];
       column[width + i] = column[width - 1];
     }
-    Sum sum = 0;
-    for (int i = 0; i <= 2 * hx; ++i) sum += cell[i];
     T* o = out[y];
-    for (int x = 0; x < width; ++x) {
-      o[x] = static_cast<T>(static_cast<Sum>(sum * scale) >> 24);
-      if (x + 1 < width) sum += static_cast<Sum>(cell[x + 2 * hx + 1]) - static_cast<Sum>(cell[x]);
+    if constexpr (sizeof(T) == 1) {
+      if (wide) WideBoxRow(cell, 2 * hx + 1, scale, o, width, cell + cells);
+    }
+    if (!wide) {
+      Sum sum = 0;
+      for (int i = 0; i <= 2 * hx; ++i) sum += cell[i];
+      for (int x = 0; x < width; ++x) {
+        o[x] = static_cast<T>(static_cast<Sum>(sum * scale) >> 24);
+        if (x + 1 < width) sum += static_cast<Sum>(cell[x + 2 * hx + 1]) - static_cast<Sum>(cell[x]);
+      }
     }
     if (y + 1 < height) {
       const T* leaving = in[Clamp(y - hy, 0, height - 1)];
       const T* entering = in[Clamp(y + hy + 1, 0, height - 1)];
+      if constexpr (sizeof(T) == 1) {
+        if (wide) {
+          WideColumnUpdate(column, entering, leaving, width);
+          continue;
+        }
+      }
       for (int x = 0; x < width; ++x) column[x] += static_cast<uint32_t>(entering[x]) - static_cast<uint32_t>(leaving[x]);
     }
   }

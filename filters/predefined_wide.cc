@@ -163,6 +163,58 @@ void RowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int
   if (n == 7) uniform ? RowLargeOf<7, true>(rows, out, x0, x1, columns) : RowLargeOf<7, false>(rows, out, x0, x1, columns);
 }
 
+// ----- the running box -----
+
+void ColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Rebind<uint8_t, decltype(d32)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  int x = 0;
+  for (; x + lanes <= count; x += lanes) {
+    const auto in = hn::PromoteTo(d32, hn::LoadU(d8, add + x)), out = hn::PromoteTo(d32, hn::LoadU(d8, sub + x));
+    hn::StoreU(hn::Sub(hn::Add(hn::LoadU(d32, sums + x), in), out), d32, sums + x);
+  }
+  for (; x < count; ++x) sums[x] += static_cast<uint32_t>(add[x]) - static_cast<uint32_t>(sub[x]);
+}
+
+// The running sum along the row is a prefix sum of the differences cells[x + window - 1] -
+// cells[x - 1]: four lanes at a time, scanned inside the vector (two shifted adds) and carried
+// from the last lane. Wrapping 32-bit arithmetic, so the sums are those of the scalar loop.
+void BoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, uint32_t* scratch) {
+  uint32_t sum = 0;
+  for (int i = 0; i < window; ++i) sum += cells[i];
+  scratch[0] = sum;
+  int x = 1;
+#if HWY_TARGET != HWY_SCALAR
+  const hn::FixedTag<uint32_t, 4> d4;
+  auto carry = hn::Set(d4, sum);
+  for (; x + 4 <= count; x += 4) {
+    auto d = hn::Sub(hn::LoadU(d4, cells + x + window - 1), hn::LoadU(d4, cells + x - 1));
+    d = hn::Add(d, hn::ShiftLeftLanes<1>(d4, d));
+    d = hn::Add(d, hn::ShiftLeftLanes<2>(d4, d));
+    const auto s = hn::Add(d, carry);
+    hn::StoreU(s, d4, scratch + x);
+    carry = hn::Broadcast<3>(s);
+  }
+  if (x > 1) sum = scratch[x - 1];
+#endif
+  for (; x < count; ++x) {
+    sum += cells[x + window - 1] - cells[x - 1];
+    scratch[x] = sum;
+  }
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Rebind<int32_t, decltype(d32)> di;
+  const hn::Rebind<uint8_t, decltype(d32)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  const auto vScale = hn::Set(d32, scale);
+  x = 0;
+  for (; x + lanes <= count; x += lanes) {
+    const auto v = hn::ShiftRight<24>(hn::Mul(hn::LoadU(d32, scratch + x), vScale));
+    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, v)), d8, out + x);
+  }
+  for (; x < count; ++x) out[x] = static_cast<uint8_t>((scratch[x] * scale) >> 24);
+}
+
 }  // namespace kelmira::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -170,6 +222,8 @@ HWY_AFTER_NAMESPACE();
 namespace kelmira::predefined {
 HWY_EXPORT(Row3x3);
 HWY_EXPORT(RowLarge);
+HWY_EXPORT(ColumnUpdate);
+HWY_EXPORT(BoxRow);
 
 void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
   HWY_DYNAMIC_DISPATCH(Row3x3)(kind, a, b, c, out, x0, x1);
@@ -177,6 +231,12 @@ void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c,
 
 void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns) {
   HWY_DYNAMIC_DISPATCH(RowLarge)(n, uniform, rows, out, x0, x1, columns);
+}
+void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
+  HWY_DYNAMIC_DISPATCH(ColumnUpdate)(sums, add, sub, count);
+}
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, uint32_t* scratch) {
+  HWY_DYNAMIC_DISPATCH(BoxRow)(cells, window, scale, out, count, scratch);
 }
 }  // namespace kelmira::predefined
 #endif

@@ -182,20 +182,6 @@ TEST(Predefined3x3, EveryFilterMatchesTheTable) {
     }
 }
 
-TEST(Predefined3x3, WideTargetsAgree) {
-  // Every Highway target the processor has, on rows long enough for several vectors.
-  for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
-    hwy::SetSupportedTargetsForTest(target);
-    SCOPED_TRACE(hwy::TargetName(target));
-    kt::WideSetting setting(1);
-    for (const Filter& f : kFilters)
-      for (int offset : {0, 3, 5}) {
-        CheckGray<ZBW8>(f, f.f8, 100 + offset * 7, 4, offset, offset == 3, false);
-        CheckGray<ZBW8>(f, f.f8, 9, 3, offset, offset == 5, true);
-      }
-  }
-  hwy::SetSupportedTargetsForTest(0);
-}
 
 // A ZC24 call against the in-place gray form run on each component of a copy of the source.
 void CheckColour(F24 colour, const std::function<void(ZROI<ZBW8>*)>& gray, int w, int h, bool inPlace) {
@@ -418,6 +404,36 @@ TEST(PredefinedRoutes, UniformAndGaussianTables) {
               12, 7, true);
   CheckColour([](ZROI<ZC24>* s, ZROI<ZC24>* d) { LumConvolGaussian(s, d, 2, 1); },
               [](ZROI<ZBW8>* p) { LumConvolGaussian(p, nullptr, 2, 1); }, 11, 6, false);
+}
+
+// ----- every wide target -----
+
+TEST(PredefinedWide, EveryTargetGivesTheScalarPixels) {
+  // Rows long enough for several vectors of each target: the 3x3 family (the Laplacians' vector
+  // middle saturating), 5x5 and 7x7, and the running box, against the same evaluators.
+  for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    hwy::SetSupportedTargetsForTest(target);
+    SCOPED_TRACE(hwy::TargetName(target));
+    kt::WideSetting setting(1);
+    for (const Filter& f : kFilters)
+      for (int offset : {0, 3, 5}) {
+        CheckGray<ZBW8>(f, f.f8, 100 + offset * 7, 4, offset, offset == 3, false);
+        CheckGray<ZBW8>(f, f.f8, 9, 3, offset, offset == 5, true);
+      }
+    for (const Large& l : kLarge) {
+      kt::Framed<ZBW8> src(150, 9, 1), dst(150, 9, 4);
+      Fill(src.get());
+      l.f(src.get(), dst.get());
+      ASSERT_EQ(Read(dst.get()).p, ExpectedLarge(l, Read(src.get()), false).p) << l.name;
+    }
+    for (unsigned half : {2u, 7u, 40u}) {
+      kt::Framed<ZBW8> src(131, 6, 2), dst(131, 6, 7);
+      Fill(src.get());
+      LumConvolUniform(src.get(), dst.get(), half, 3);
+      ASSERT_EQ(Read(dst.get()).p, ExpectedBox(Read(src.get()), half, 3, false).p) << half;
+    }
+  }
+  hwy::SetSupportedTargetsForTest(0);
 }
 
 // ----- worked cases -----
