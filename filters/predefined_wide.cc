@@ -315,41 +315,45 @@ void ColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int co
 }
 
 // The running sum along the row is a prefix sum of the differences cells[x + window - 1] -
-// cells[x - 1]: four lanes at a time, scanned inside the vector (two shifted adds) and carried
-// from the last lane. Wrapping 32-bit arithmetic, so the sums are those of the scalar loop.
-void BoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, uint32_t* scratch) {
+// cells[x - 1]: a whole vector at a time, scanned inside the vector (log2(lanes) shifted adds,
+// each a lane permute with the low lanes zeroed) and carried from the last lane; the product and
+// the shift follow at once. Wrapping 32-bit arithmetic, so the sums are those of the scalar loop.
+void BoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
   uint32_t sum = 0;
   for (int i = 0; i < window; ++i) sum += cells[i];
-  scratch[0] = sum;
+  out[0] = static_cast<uint8_t>((sum * scale) >> 24);
   int x = 1;
 #if HWY_TARGET != HWY_SCALAR
-  const hn::FixedTag<uint32_t, 4> d4;
-  auto carry = hn::Set(d4, sum);
-  for (; x + 4 <= count; x += 4) {
-    auto d = hn::Sub(hn::LoadU(d4, cells + x + window - 1), hn::LoadU(d4, cells + x - 1));
-    d = hn::Add(d, hn::ShiftLeftLanes<1>(d4, d));
-    d = hn::Add(d, hn::ShiftLeftLanes<2>(d4, d));
-    const auto s = hn::Add(d, carry);
-    hn::StoreU(s, d4, scratch + x);
-    carry = hn::Broadcast<3>(s);
-  }
-  if (x > 1) sum = scratch[x - 1];
-#endif
-  for (; x < count; ++x) {
-    sum += cells[x + window - 1] - cells[x - 1];
-    scratch[x] = sum;
-  }
   const hn::ScalableTag<uint32_t> d32;
   const hn::Rebind<int32_t, decltype(d32)> di;
   const hn::Rebind<uint8_t, decltype(d32)> d8;
   const int lanes = static_cast<int>(hn::Lanes(d32));
+  constexpr int kMaxLanes = HWY_MAX_BYTES / 4;
+  int32_t table[6][kMaxLanes];
+  int steps = 0;
+  for (int k = 1; k < lanes; k *= 2, ++steps)
+    for (int i = 0; i < lanes; ++i) table[steps][i] = i >= k ? i - k : 0;
+  for (int i = 0; i < lanes; ++i) table[steps][i] = lanes - 1;  // broadcast of the last lane
+  using Idx = decltype(hn::SetTableIndices(d32, table[0]));
+  Idx shift[6];
+  hn::Mask<decltype(d32)> low[6];
+  for (int j = 0, k = 1; j < steps; ++j, k *= 2) shift[j] = hn::SetTableIndices(d32, table[j]), low[j] = hn::FirstN(d32, k);
+  const Idx last = hn::SetTableIndices(d32, table[steps]);
   const auto vScale = hn::Set(d32, scale);
-  x = 0;
+  auto carry = hn::Set(d32, sum);
   for (; x + lanes <= count; x += lanes) {
-    const auto v = hn::ShiftRight<24>(hn::Mul(hn::LoadU(d32, scratch + x), vScale));
-    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, v)), d8, out + x);
+    auto d = hn::Sub(hn::LoadU(d32, cells + x + window - 1), hn::LoadU(d32, cells + x - 1));
+    for (int j = 0; j < steps; ++j) d = hn::Add(d, hn::IfThenZeroElse(low[j], hn::TableLookupLanes(d, shift[j])));
+    const auto s = hn::Add(d, carry);
+    carry = hn::TableLookupLanes(s, last);
+    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRight<24>(hn::Mul(s, vScale)))), d8, out + x);
   }
-  for (; x < count; ++x) out[x] = static_cast<uint8_t>((scratch[x] * scale) >> 24);
+  if (x > 1) sum = hn::GetLane(carry);
+#endif
+  for (; x < count; ++x) {
+    sum += cells[x + window - 1] - cells[x - 1];
+    out[x] = static_cast<uint8_t>((sum * scale) >> 24);
+  }
 }
 
 }  // namespace kelmira::HWY_NAMESPACE
@@ -372,8 +376,8 @@ void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out,
 void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
   HWY_DYNAMIC_DISPATCH(ColumnUpdate)(sums, add, sub, count);
 }
-void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, uint32_t* scratch) {
-  HWY_DYNAMIC_DISPATCH(BoxRow)(cells, window, scale, out, count, scratch);
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
+  HWY_DYNAMIC_DISPATCH(BoxRow)(cells, window, scale, out, count);
 }
 }  // namespace kelmira::predefined
 #endif
