@@ -238,11 +238,19 @@ HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int x0, int
   const int lanes16 = static_cast<int>(hn::Lanes(d16));
   const int c0 = x0 - R, c1 = x1 + R;  // columns needed
   int x = c0;
+  // Symmetric weights: rows at equal distances are added first, then weighted once.
   for (; x + lanes16 <= c1; x += lanes16) {
-    auto sum = hn::Zero(d16);
-    for (int j = 0; j < N; ++j) {
-      const auto p = hn::PromoteTo(d16, hn::LoadU(d8, rows[j] + x));
-      sum = Uniform ? hn::Add(sum, p) : hn::Add(sum, hn::Mul(p, hn::Set(d16, static_cast<uint16_t>(w[j]))));
+    hn::Vec<decltype(d16)> p[7];
+    for (int j = 0; j < N; ++j) p[j] = hn::PromoteTo(d16, hn::LoadU(d8, rows[j] + x));
+    hn::Vec<decltype(d16)> sum;
+    if constexpr (Uniform) {
+      sum = p[0];
+      for (int j = 1; j < N; ++j) sum = hn::Add(sum, p[j]);
+    } else if constexpr (N == 5) {
+      sum = hn::Add(hn::Add(p[0], p[4]), hn::Add(hn::ShiftLeft<2>(hn::Add(p[1], p[3])), hn::Mul(p[2], hn::Set(d16, 6))));
+    } else {
+      sum = hn::Add(hn::Add(hn::Add(p[0], p[6]), hn::Mul(hn::Add(p[1], p[5]), hn::Set(d16, 6))),
+                    hn::Add(hn::Mul(hn::Add(p[2], p[4]), hn::Set(d16, 15)), hn::Mul(p[3], hn::Set(d16, 20))));
     }
     hn::StoreU(sum, d16, columns + x);
   }
