@@ -1,0 +1,226 @@
+// The Canny detector: its entry, non-maxima suppression and the threshold search. The edge
+// following stages are in filters/canny_follow.cc, the wide kernels in filters/canny_wide.cc.
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <new>
+#include <vector>
+
+#include "filters/canny_internal.h"
+#include "filters/gradient_wide.h"
+#include "foundation/frame.h"
+#include "foundation/rows.h"
+#include "kelmira/filters.h"
+#include "kelmira/morphology.h"
+#include "kelmira/pixelwise/oper.h"
+
+#if __has_include("kelmira/filters/predefined.h")
+#include "kelmira/filters/predefined.h"
+#define KELMIRA_CANNY_GAUSSIANS_STAND_IN 0
+#else
+#define KELMIRA_CANNY_GAUSSIANS_STAND_IN 1
+#endif
+
+namespace kelmira::canny {
+
+int DirectionCode(int gx, int gy) {
+  const double a = gx < 0 ? -gx : gx, b = gy < 0 ? -gy : gy;
+  if (a > 2.42 * b) return 0;
+  if (b > 2.42 * a) return 90;
+  const int sx = (gx > 0) - (gx < 0), sy = (gy > 0) - (gy < 0);
+  return sx == sy ? 45 : 135;
+}
+
+bool Unusable(const ZGenericROI* a, const ZGenericROI* b, const ZGenericROI* c) {
+  for (const ZGenericROI* v : {a, b, c})
+    if (v == nullptr || v->GetVoid() || v->GetWidth() != a->GetWidth() || v->GetHeight() != a->GetHeight())
+      return true;
+  return false;
+}
+
+// Each class is summed from its lowest bin upwards in float, as a loop over the class would, but
+// without the loop: the first class grows with t1, the third is kept per t2, and the middle one
+// grows with t2 for each t1. So the scores are those of the three-loop search, bit for bit.
+void FindThresholds(const uint32_t* h, int& t1, int& t2) {
+  float upperN[257], upperS[257];  // [t2, 255], summed upwards from t2
+  for (int t = 0; t <= 256; ++t) {
+    float n = 0.0f, s = 0.0f;
+    for (int i = t; i < 256; ++i) {
+      n += static_cast<float>(h[i]);
+      s += static_cast<float>(i) * static_cast<float>(h[i]);
+    }
+    upperN[t] = n;
+    upperS[t] = s;
+  }
+  float best = upperS[0] * upperS[0] / upperN[0];
+  t1 = t2 = 0;
+  float lowN = 0.0f, lowS = 0.0f;
+  for (int a = 0; a < 256; ++a) {
+    if (a > 0) {
+      lowN += static_cast<float>(h[a - 1]);
+      lowS += static_cast<float>(a - 1) * static_cast<float>(h[a - 1]);
+    }
+    float midN = 0.0f, midS = 0.0f;
+    for (int b = a; b < 256; ++b) {
+      if (b > a) {
+        midN += static_cast<float>(h[b - 1]);
+        midS += static_cast<float>(b - 1) * static_cast<float>(h[b - 1]);
+      }
+      if (lowN <= 0.0f || midN <= 0.0f || upperN[b] <= 0.0f) continue;
+      const float score = lowS * lowS / lowN + midS * midS / midN + upperS[b] * upperS[b] / upperN[b];
+      if (score > best) {
+        best = score;
+        t1 = a;
+        t2 = b;
+      }
+    }
+  }
+}
+
+namespace {
+
+// Non-maxima suppression over rows of magnitudes padded with a 0 on each side; rows outside the
+// view are all 0. The magnitudes of row y + 1 are made before row y is written, so the gradient
+// may be the direction image itself.
+void Suppress(ZROI<ZBW32>* gradient, ZROI<ZBW32>* direction, ZROI<ZBW8>* magnitude, bool wide) {
+  const int w = gradient->GetWidth(), h = gradient->GetHeight();
+  const size_t stride = static_cast<size_t>(w) + 2;
+  std::vector<uint8_t> lines;
+  try {
+    lines.assign(4 * stride, 0);
+  } catch (const std::bad_alloc&) {
+    return;  // the stage has no error to report: nothing is written
+  }
+  const rows::Rows<uint32_t> g(gradient), dir(direction);
+  const rows::Rows<uint8_t> mag(magnitude);
+  const uint8_t* zeros = lines.data() + 3 * stride;
+  auto line = [&](int y) { return lines.data() + static_cast<size_t>(y % 3) * stride; };
+  auto makeMagnitude = [&](int y) {
+    uint8_t* m = line(y) + 1;
+    const uint32_t* row = g[y];
+    if (wide) return gradient::WideMagnitudeRow(row, m, w);
+    for (int x = 0; x < w; ++x) {
+      const int gx = static_cast<int16_t>(row[x] & 0xFFFF), gy = static_cast<int16_t>(row[x] >> 16);
+      m[x] = static_cast<uint8_t>(((gx < 0 ? -gx : gx) + (gy < 0 ? -gy : gy)) >> 1);
+    }
+  };
+  makeMagnitude(0);
+  for (int y = 0; y < h; ++y) {
+    if (y + 1 < h) makeMagnitude(y + 1);
+    const uint8_t* above = y > 0 ? line(y - 1) : zeros;
+    const uint8_t* here = line(y);
+    const uint8_t* below = y + 1 < h ? line(y + 1) : zeros;
+    const uint32_t* row = g[y];
+    uint32_t* codes = dir[y];
+    uint8_t* out = mag[y];
+    if (wide) {
+      gradient::WideSuppressRow(row, above, here, below, codes, out, w);
+      continue;
+    }
+    for (int x = 0; x < w; ++x) {
+      const int gx = static_cast<int16_t>(row[x] & 0xFFFF), gy = static_cast<int16_t>(row[x] >> 16);
+      const int code = DirectionCode(gx, gy);
+      int n1 = 0, n2 = 0;  // index x + 1 is column x
+      switch (code) {
+        case 0: n1 = here[x], n2 = here[x + 2]; break;
+        case 45: n1 = above[x], n2 = below[x + 2]; break;
+        case 90: n1 = above[x + 1], n2 = below[x + 1]; break;
+        default: n1 = above[x + 2], n2 = below[x]; break;
+      }
+      const int m = here[x + 1];
+      codes[x] = static_cast<uint32_t>(code);
+      out[x] = static_cast<uint8_t>(m >= n1 && m >= n2 ? m : 0);
+    }
+  }
+}
+
+// The 256 bins of a BW8 view, four partial tables so that runs of one value do not stall.
+void Histogram(const ZROI<ZBW8>* view, uint32_t* bins) {
+  uint32_t part[4][256] = {};
+  const int w = view->GetWidth(), h = view->GetHeight();
+  const rows::Rows<const uint8_t> in(view);
+  for (int y = 0; y < h; ++y) {
+    const uint8_t* p = in[y];
+    int x = 0;
+    for (; x + 4 <= w; x += 4) ++part[0][p[x]], ++part[1][p[x + 1]], ++part[2][p[x + 2]], ++part[3][p[x + 3]];
+    for (; x < w; ++x) ++part[0][p[x]];
+  }
+  for (int i = 0; i < 256; ++i) bins[i] = part[0][i] + part[1][i] + part[2][i] + part[3][i];
+}
+
+#if KELMIRA_CANNY_GAUSSIANS_STAND_IN
+// STAND-IN until the predefined filters land: the binomial Gaussians 3x3 (>> 4), 5x5 (>> 8) and
+// 7x7 (>> 12) with replicated edges, source to destination. Replaced by LumConvolGaussian3x3,
+// LumConvolGaussian5x5 and LumConvolGaussian7x7 as soon as their header is there.
+void StandInGaussian(ZROI<ZBW8>* src, ZROI<ZBW8>* dst, int size) {
+  static const int k3[] = {1, 2, 1}, k5[] = {1, 4, 6, 4, 1}, k7[] = {1, 6, 15, 20, 15, 6, 1};
+  const int* k = size == 3 ? k3 : size == 5 ? k5 : k7;
+  const int r = size / 2, shift = size == 3 ? 4 : size == 5 ? 8 : 12;
+  const int w = src->GetWidth(), h = src->GetHeight();
+  const rows::Rows<const uint8_t> in(src);
+  const rows::Rows<uint8_t> out(dst);
+  std::vector<int> column(static_cast<size_t>(w));
+  for (int y = 0; y < h; ++y) {
+    for (int x = 0; x < w; ++x) {
+      int s = 0;
+      for (int j = -r; j <= r; ++j) s += k[j + r] * in[y + j < 0 ? 0 : y + j >= h ? h - 1 : y + j][x];
+      column[static_cast<size_t>(x)] = s;
+    }
+    for (int x = 0; x < w; ++x) {
+      int s = 0;
+      for (int i = -r; i <= r; ++i) s += k[i + r] * column[static_cast<size_t>(x + i < 0 ? 0 : x + i >= w ? w - 1 : x + i)];
+      out[y][x] = static_cast<uint8_t>(s >> shift);
+    }
+  }
+}
+void LumConvolGaussian3x3(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { StandInGaussian(src, dst, 3); }
+void LumConvolGaussian5x5(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { StandInGaussian(src, dst, 5); }
+void LumConvolGaussian7x7(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { StandInGaussian(src, dst, 7); }
+#endif
+
+void Smooth(ZROI<ZBW8>* source, ZROI<ZBW8>* smoothed, SMOOTH_MODE mode) {
+  const int side = source->GetWidth() < source->GetHeight() ? source->GetWidth() : source->GetHeight();
+  switch (mode) {
+    case SMOOTH_GAUSSIAN_3X3: return side >= 3 ? LumConvolGaussian3x3(source, smoothed) : LumCopy(source, smoothed);
+    case SMOOTH_GAUSSIAN_5X5: return side >= 5 ? LumConvolGaussian5x5(source, smoothed) : LumCopy(source, smoothed);
+    case SMOOTH_GAUSSIAN_7X7: return side >= 7 ? LumConvolGaussian7x7(source, smoothed) : LumCopy(source, smoothed);
+    case SMOOTH_MEDIAN: LumMedian(source, smoothed); return;
+    default: return LumCopy(source, smoothed);
+  }
+}
+
+}  // namespace
+}  // namespace kelmira::canny
+
+void NonMaximaSuppression(ZROI<ZBW32>* gradient, ZROI<ZBW32>* direction, ZROI<ZBW8>* magnitude) {
+  if (kelmira::canny::Unusable(gradient, direction, magnitude)) return;
+  kelmira::canny::Suppress(gradient, direction, magnitude, ZGetMMX() != 0);
+}
+
+void LumCannyDetector(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, SMOOTH_MODE smoothMode,
+                      EDGE_FOLLOWING_MODE followingMode) {
+  namespace frame = kelmira::frame;
+  const char* trace = "Failed canny detection !";
+  if (!frame::NotVoid(source) || !frame::SameSize(destination, source)) return frame::Leave(trace);
+  ZOk();
+  frame::Gate();
+  if (!frame::Ok()) return frame::Leave(trace);
+  const int w = source->GetWidth(), h = source->GetHeight();
+  ZImage<ZBW8> smoothed, magnitude;
+  ZImage<ZBW32> gradient, direction;
+  for (ZGenericROI* t : std::initializer_list<ZGenericROI*>{&smoothed, &gradient, &direction, &magnitude})
+    if (!frame::Step([&] { t->SetSize(w, h); }) || t->GetVoid()) {
+      if (frame::Ok()) frame::Fail(Z_ERROR_NO_MEMORY);
+      return frame::Leave(trace);
+    }
+  kelmira::canny::Smooth(source, &smoothed, smoothMode);
+  LumGradientVector(&smoothed, &gradient);
+  NonMaximaSuppression(&gradient, &direction, &magnitude);
+  uint32_t bins[256];
+  kelmira::canny::Histogram(&magnitude, bins);
+  int t1 = 0, t2 = 0;
+  kelmira::canny::FindThresholds(bins, t1, t2);
+  const unsigned char low = static_cast<unsigned char>(t1 == 0 ? 1 : t1), high = static_cast<unsigned char>(t2);
+  if (followingMode == EDGE_FOLLOWING_HYSTERESIS) Hysteresis(&magnitude, destination, &direction, low, high);
+  if (followingMode == EDGE_FOLLOWING_CONTOUR_GROWING) ContourGrowing(&magnitude, destination, &direction, low);
+}
