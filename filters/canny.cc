@@ -79,6 +79,20 @@ void FindThresholds(const uint32_t* h, int& t1, int& t2) {
 
 namespace {
 
+// The magnitude at column x if it is not below either neighbour along the direction of index k
+// (0..3 for 0, 45, 90, 135), else 0. The rows are padded: index x + 1 is column x.
+inline uint8_t Suppressed(int k, const uint8_t* above, const uint8_t* here, const uint8_t* below, int x) {
+  int n1, n2;
+  switch (k) {
+    case 0: n1 = here[x], n2 = here[x + 2]; break;
+    case 1: n1 = above[x], n2 = below[x + 2]; break;
+    case 2: n1 = above[x + 1], n2 = below[x + 1]; break;
+    default: n1 = above[x + 2], n2 = below[x]; break;
+  }
+  const int m = here[x + 1];
+  return static_cast<uint8_t>(m >= n1 && m >= n2 ? m : 0);
+}
+
 // Non-maxima suppression over rows of magnitudes padded with a 0 on each side; rows outside the
 // view are all 0. The magnitudes of row y + 1 are made before row y is written, so the gradient
 // may be the direction image itself.
@@ -120,18 +134,58 @@ void Suppress(ZROI<ZBW32>* gradient, ZROI<ZBW32>* direction, ZROI<ZBW8>* magnitu
     for (int x = 0; x < w; ++x) {
       const int gx = static_cast<int16_t>(row[x] & 0xFFFF), gy = static_cast<int16_t>(row[x] >> 16);
       const int code = DirectionCode(gx, gy);
-      int n1 = 0, n2 = 0;  // index x + 1 is column x
-      switch (code) {
-        case 0: n1 = here[x], n2 = here[x + 2]; break;
-        case 45: n1 = above[x], n2 = below[x + 2]; break;
-        case 90: n1 = above[x + 1], n2 = below[x + 1]; break;
-        default: n1 = above[x + 2], n2 = below[x]; break;
-      }
-      const int m = here[x + 1];
       codes[x] = static_cast<uint32_t>(code);
-      out[x] = static_cast<uint8_t>(m >= n1 && m >= n2 ? m : 0);
+      out[x] = Suppressed(code / 45, above, here, below, x);
     }
   }
+}
+
+// The detector's route from the smoothed view to the suppressed magnitude and the direction
+// indices, without the two BW32 images: the gradient of row y + 1 goes straight into a padded
+// magnitude line and the index image, then row y is suppressed. The pixels are those of
+// LumGradientVector followed by NonMaximaSuppression, whose codes the indices stand for.
+bool GradientAndSuppress(const ZROI<ZBW8>* smoothed, ZROI<ZBW8>* index, ZROI<ZBW8>* magnitude, bool wide) {
+  const int w = smoothed->GetWidth(), h = smoothed->GetHeight();
+  const size_t stride = static_cast<size_t>(w) + 2;
+  std::vector<uint8_t> lines;
+  try {
+    lines.assign(4 * stride, 0);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  const rows::Rows<const uint8_t> in(smoothed);
+  const rows::Rows<uint8_t> idx(index), mag(magnitude);
+  const uint8_t* zeros = lines.data() + 3 * stride;
+  auto line = [&](int y) { return lines.data() + static_cast<size_t>(y % 3) * stride; };
+  auto gradientRow = [&](int y) {
+    const uint8_t* n = in[y > 0 ? y - 1 : 0];
+    const uint8_t* c = in[y];
+    const uint8_t* s = in[y + 1 < h ? y + 1 : h - 1];
+    uint8_t* m = line(y) + 1;
+    uint8_t* k = idx[y];
+    auto one = [&](int x) {
+      const int gx = c[x > 0 ? x - 1 : 0] - c[x + 1 < w ? x + 1 : w - 1], gy = n[x] - s[x];
+      m[x] = static_cast<uint8_t>(((gx < 0 ? -gx : gx) + (gy < 0 ? -gy : gy)) >> 1);
+      k[x] = static_cast<uint8_t>(DirectionCode(gx, gy) / 45);
+    };
+    one(0);
+    if (w > 2 && wide) gradient::WideGradientIndexRow(n, c, s, m, k, 1, w - 2);
+    if (w > 2 && !wide)
+      for (int x = 1; x + 1 < w; ++x) one(x);
+    if (w > 1) one(w - 1);
+  };
+  gradientRow(0);
+  for (int y = 0; y < h; ++y) {
+    if (y + 1 < h) gradientRow(y + 1);
+    const uint8_t* above = y > 0 ? line(y - 1) : zeros;
+    const uint8_t* below = y + 1 < h ? line(y + 1) : zeros;
+    if (wide) {
+      gradient::WideSuppressIndexRow(idx[y], above, line(y), below, mag[y], w);
+      continue;
+    }
+    for (int x = 0; x < w; ++x) mag[y][x] = Suppressed(idx[y][x], above, line(y), below, x);
+  }
+  return true;
 }
 
 // The 256 bins of a BW8 view, four partial tables so that runs of one value do not stall.
@@ -159,17 +213,22 @@ void StandInGaussian(ZROI<ZBW8>* src, ZROI<ZBW8>* dst, int size) {
   const int w = src->GetWidth(), h = src->GetHeight();
   const rows::Rows<const uint8_t> in(src);
   const rows::Rows<uint8_t> out(dst);
-  std::vector<int> column(static_cast<size_t>(w));
+  std::vector<int> column(static_cast<size_t>(w + 2 * r));  // vertical sums, edges replicated
+  int* c = column.data() + r;
   for (int y = 0; y < h; ++y) {
+    const uint8_t* taps[7];
+    for (int j = -r; j <= r; ++j) taps[j + r] = in[y + j < 0 ? 0 : y + j >= h ? h - 1 : y + j];
     for (int x = 0; x < w; ++x) {
       int s = 0;
-      for (int j = -r; j <= r; ++j) s += k[j + r] * in[y + j < 0 ? 0 : y + j >= h ? h - 1 : y + j][x];
-      column[static_cast<size_t>(x)] = s;
+      for (int j = 0; j < size; ++j) s += k[j] * taps[j][x];
+      c[x] = s;
     }
+    for (int i = 1; i <= r; ++i) c[-i] = c[0], c[w - 1 + i] = c[w - 1];
+    uint8_t* o = out[y];
     for (int x = 0; x < w; ++x) {
       int s = 0;
-      for (int i = -r; i <= r; ++i) s += k[i + r] * column[static_cast<size_t>(x + i < 0 ? 0 : x + i >= w ? w - 1 : x + i)];
-      out[y][x] = static_cast<uint8_t>(s >> shift);
+      for (int i = 0; i < size; ++i) s += k[i] * c[x - r + i];
+      o[x] = static_cast<uint8_t>(s >> shift);
     }
   }
 }
@@ -206,21 +265,26 @@ void LumCannyDetector(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, SMOOTH_MODE s
   frame::Gate();
   if (!frame::Ok()) return frame::Leave(trace);
   const int w = source->GetWidth(), h = source->GetHeight();
-  ZImage<ZBW8> smoothed, magnitude;
-  ZImage<ZBW32> gradient, direction;
-  for (ZGenericROI* t : std::initializer_list<ZGenericROI*>{&smoothed, &gradient, &direction, &magnitude})
-    if (!frame::Step([&] { t->SetSize(w, h); }) || t->GetVoid()) {
+  // The copy of the smoothing modes that do not smooth is the source itself: it is only read.
+  const bool smooth = smoothMode >= SMOOTH_GAUSSIAN_3X3 && smoothMode <= SMOOTH_MEDIAN;
+  ZImage<ZBW8> smoothed, magnitude, index;
+  for (ZImage<ZBW8>* t : {smooth ? &smoothed : nullptr, &magnitude, &index})
+    if (t != nullptr && (!frame::Step([&] { t->SetSize(w, h); }) || t->GetVoid())) {
       if (frame::Ok()) frame::Fail(Z_ERROR_NO_MEMORY);
       return frame::Leave(trace);
     }
-  kelmira::canny::Smooth(source, &smoothed, smoothMode);
-  LumGradientVector(&smoothed, &gradient);
-  NonMaximaSuppression(&gradient, &direction, &magnitude);
+  if (smooth) kelmira::canny::Smooth(source, &smoothed, smoothMode);
+  ZOk();
+  if (!kelmira::canny::GradientAndSuppress(smooth ? &smoothed : source, &index, &magnitude, ZGetMMX() != 0)) {
+    frame::Fail(Z_ERROR_NO_MEMORY);
+    return frame::Leave(trace);
+  }
   uint32_t bins[256];
   kelmira::canny::Histogram(&magnitude, bins);
   int t1 = 0, t2 = 0;
   kelmira::canny::FindThresholds(bins, t1, t2);
-  const unsigned char low = static_cast<unsigned char>(t1 == 0 ? 1 : t1), high = static_cast<unsigned char>(t2);
-  if (followingMode == EDGE_FOLLOWING_HYSTERESIS) Hysteresis(&magnitude, destination, &direction, low, high);
-  if (followingMode == EDGE_FOLLOWING_CONTOUR_GROWING) ContourGrowing(&magnitude, destination, &direction, low);
+  const int low = t1 == 0 ? 1 : t1;
+  if (followingMode == EDGE_FOLLOWING_HYSTERESIS || followingMode == EDGE_FOLLOWING_CONTOUR_GROWING)
+    kelmira::canny::FollowIndexed(&magnitude, destination, &index, followingMode == EDGE_FOLLOWING_CONTOUR_GROWING,
+                                  low, t2);
 }

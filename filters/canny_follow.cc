@@ -44,18 +44,12 @@ constexpr Step kGrowth[4][6] = {
     {{-1, -1}, {-1, 0}, {0, -1}, {0, 1}, {1, 0}, {1, 1}},
 };
 
+// What the walks read and mark, over the exported images: direction codes in BW32 pixels and a
+// visited image of its own.
 class Stage {
  public:
   Stage(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW32>* direction)
       : w(magnitude->GetWidth()), h(magnitude->GetHeight()), mag(magnitude), dst(destination), dir(direction) {}
-  bool Inside(int x, int y) const { return x >= 0 && y >= 0 && x < w && y < h; }
-  bool Visited(int x, int y) const { return visited[Index(x, y)] != 0; }
-  void Visit(int x, int y, uint8_t value) {
-    visited[Index(x, y)] = 255;
-    dst[y][x] = value;
-  }
-  int Magnitude(int x, int y) const { return mag[y][x]; }
-  int Direction(int x, int y) const { return DirectionIndex(dir[y][x]); }
   bool Allocate() {
     try {
       visited.assign(static_cast<size_t>(w) * static_cast<size_t>(h), 0);
@@ -64,6 +58,14 @@ class Stage {
       return false;
     }
   }
+  bool Inside(int x, int y) const { return x >= 0 && y >= 0 && x < w && y < h; }
+  bool Visited(int x, int y) const { return visited[Index(x, y)] != 0; }
+  void Visit(int x, int y, uint8_t value) {
+    visited[Index(x, y)] = 255;
+    dst[y][x] = value;
+  }
+  int Magnitude(int x, int y) const { return mag[y][x]; }
+  int Direction(int x, int y) const { return DirectionIndex(dir[y][x]); }
 
   const int w, h;
 
@@ -75,8 +77,33 @@ class Stage {
   std::vector<uint8_t> visited;
 };
 
+// The same over the detector's own images: one byte per pixel holds the direction index (0..3)
+// and, in its top bit, the visited mark, so no visited image has to be allocated and cleared.
+class CompactStage {
+ public:
+  CompactStage(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* index)
+      : w(magnitude->GetWidth()), h(magnitude->GetHeight()), mag(magnitude), dst(destination), idx(index) {}
+  bool Allocate() { return true; }
+  bool Inside(int x, int y) const { return x >= 0 && y >= 0 && x < w && y < h; }
+  bool Visited(int x, int y) const { return (idx[y][x] & 0x80) != 0; }
+  void Visit(int x, int y, uint8_t value) {
+    idx[y][x] |= 0x80;
+    dst[y][x] = value;
+  }
+  int Magnitude(int x, int y) const { return mag[y][x]; }
+  int Direction(int x, int y) const { return idx[y][x] & 3; }
+
+  const int w, h;
+
+ private:
+  rows::Rows<const uint8_t> mag;
+  rows::Rows<uint8_t> dst;
+  rows::Rows<uint8_t> idx;
+};
+
 // One walk of Hysteresis from (x, y), with the forward or the backward table.
-void Walk(Stage& s, int x, int y, const Step (*table)[3], int low) {
+template <class S>
+void Walk(S& s, int x, int y, const Step (*table)[3], int low) {
   for (;;) {
     const int d = s.Direction(x, y);
     if (d < 0) return;
@@ -102,7 +129,8 @@ struct Frame {
 
 // The recursive growth, run with an explicit stack. A call on a neighbour returns at once when
 // that pixel fails the magnitude tests, so only pixels that pass push a frame.
-void Grow(Stage& s, std::vector<Frame>& stack, int x0, int y0, int seed) {
+template <class S>
+void Grow(S& s, std::vector<Frame>& stack, int x0, int y0, int seed) {
   auto enter = [&](int x, int y, int previous) {
     const int v = s.Magnitude(x, y);
     if (v < 0.5 * seed || v < 0.8 * previous) return s.Visit(x, y, 0);
@@ -123,15 +151,9 @@ void Grow(Stage& s, std::vector<Frame>& stack, int x0, int y0, int seed) {
   }
 }
 
-}  // namespace
-}  // namespace kelmira::canny
-
-void Hysteresis(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZImage<ZBW32>* direction, unsigned char low,
-                unsigned char high) {
-  using namespace kelmira::canny;
-  if (Unusable(magnitude, destination, direction)) return;
-  Stage s(magnitude, destination, direction);
-  if (!s.Allocate()) return;
+template <class S>
+void RunHysteresis(S& s, int low, int high) {
+  if (!s.Allocate()) return;  // the stage has no error to report: nothing is written
   for (int y = 0; y < s.h; ++y)
     for (int x = 0; x < s.w; ++x) {
       if (s.Magnitude(x, y) < high || s.Visited(x, y)) continue;
@@ -141,11 +163,8 @@ void Hysteresis(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZImage<ZBW32>* d
     }
 }
 
-void ContourGrowing(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW32>* direction,
-                    unsigned char seedThreshold) {
-  using namespace kelmira::canny;
-  if (Unusable(magnitude, destination, direction)) return;
-  Stage s(magnitude, destination, direction);
+template <class S>
+void RunGrowing(S& s, int seedThreshold) {
   if (!s.Allocate()) return;
   std::vector<Frame> stack;
   for (int y = 1; y + 1 < s.h; ++y)
@@ -157,7 +176,36 @@ void ContourGrowing(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW32>*
       try {
         Grow(s, stack, x, y, v);
       } catch (const std::bad_alloc&) {
-        return;  // the stage has no error to report: what was grown stays
+        return;  // what was grown stays
       }
     }
+}
+
+}  // namespace
+
+void FollowIndexed(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* index, bool growing, int low,
+                   int high) {
+  CompactStage s(magnitude, destination, index);
+  if (growing)
+    RunGrowing(s, low);
+  else
+    RunHysteresis(s, low, high);
+}
+
+}  // namespace kelmira::canny
+
+void Hysteresis(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZImage<ZBW32>* direction, unsigned char low,
+                unsigned char high) {
+  using namespace kelmira::canny;
+  if (Unusable(magnitude, destination, direction)) return;
+  Stage s(magnitude, destination, direction);
+  RunHysteresis(s, low, high);
+}
+
+void ContourGrowing(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW32>* direction,
+                    unsigned char seedThreshold) {
+  using namespace kelmira::canny;
+  if (Unusable(magnitude, destination, direction)) return;
+  Stage s(magnitude, destination, direction);
+  RunGrowing(s, seedThreshold);
 }

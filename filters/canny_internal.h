@@ -18,6 +18,12 @@ KELMIRA_API void FindThresholds(const uint32_t* histogram, int& t1, int& t2);
 // True unless a, b and c are views with pixels, all of one size: the stages then do nothing.
 bool Unusable(const ZGenericROI* a, const ZGenericROI* b, const ZGenericROI* c);
 
+// The detector's edge following over its own images: `index` holds the direction index (0..3 for
+// the codes 0, 45, 90, 135) of each pixel and its top bit is free for the visited mark. Growing
+// takes `low` as its seed threshold.
+void FollowIndexed(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* index, bool growing, int low,
+                   int high);
+
 }  // namespace kelmira::canny
 
 #endif  // KELMIRA_FILTERS_CANNY_INTERNAL_H

@@ -20,6 +20,15 @@ void WideMagnitudeRow(const uint32_t* gradient, uint8_t* magnitude, int n);
 void WideSuppressRow(const uint32_t* gradient, const uint8_t* above, const uint8_t* here, const uint8_t* below,
                      uint32_t* direction, uint8_t* magnitude, int n);
 
+// The detector's fused route, on gradients of BW8 pixels (|gx|, |gy| <= 255) in 16-bit lanes.
+// Pixels [x0, x0 + n) whose W and E neighbours lie in the row: the magnitude (|gx| + |gy|) >> 1
+// into magnitude[x] and the index of the direction code (0, 45, 90, 135 as 0..3) into index[x].
+void WideGradientIndexRow(const uint8_t* north, const uint8_t* c, const uint8_t* south, uint8_t* magnitude,
+                          uint8_t* index, int x0, int n);
+// WideSuppressRow with direction indices in place of the gradient; writes only the magnitude.
+void WideSuppressIndexRow(const uint8_t* index, const uint8_t* above, const uint8_t* here, const uint8_t* below,
+                          uint8_t* magnitude, int n);
+
 }  // namespace kelmira::gradient
 
 #endif  // KELMIRA_FILTERS_GRADIENT_WIDE_H

@@ -1,6 +1,7 @@
-// The 3x3 median on BW8. Each source row is copied once into a line buffer padded with its edge
-// pixels, three buffers in turn, so the kernels see no border and the work may be in place: row y
-// is written only after rows y - 1 .. y + 1 have been copied. A destination that overlaps the
+// The 3x3 median on BW8. Each row sorts the columns of three source rows into three padded
+// lines (lows, middles, highs, the edge columns repeated), then takes the median of nine from
+// three neighbouring sorted columns. Row y is written only after rows y - 1 .. y + 1 have been
+// read; in place, a copy of row y keeps it for the next row. A destination that overlaps the
 // source at another placement gets the source copied whole first.
 #include <algorithm>
 #include <cstdint>
@@ -16,29 +17,24 @@
 namespace kelmira::median {
 namespace {
 
-inline void Sort3(uint8_t& lo, uint8_t& mid, uint8_t& hi) {
-  const uint8_t a = std::min(lo, mid), b = std::max(lo, mid);
-  lo = std::min(a, hi);
-  const uint8_t c = std::max(a, hi);
-  mid = std::min(b, c);
-  hi = std::max(b, c);
-}
-
 inline uint8_t Median3(uint8_t a, uint8_t b, uint8_t c) { return std::max(std::min(a, b), std::min(std::max(a, b), c)); }
 
-// The scalar twin of WideMedianRow: the same network, one pixel at a time, with the sorted
-// columns rolled along the row.
-void ScalarMedianRow(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int n) {
-  uint8_t l0 = a[0], m0 = b[0], h0 = c[0], l1 = a[1], m1 = b[1], h1 = c[1];
-  Sort3(l0, m0, h0);
-  Sort3(l1, m1, h1);
+// The scalar twins of the wide kernels, one pixel at a time.
+void ScalarSortColumns(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* lo, uint8_t* mid, uint8_t* hi,
+                       int n) {
   for (int x = 0; x < n; ++x) {
-    uint8_t l2 = a[x + 2], m2 = b[x + 2], h2 = c[x + 2];
-    Sort3(l2, m2, h2);
-    const uint8_t lo = std::max(std::max(l0, l1), l2), hi = std::min(std::min(h0, h1), h2);
-    out[x] = Median3(lo, Median3(m0, m1, m2), hi);
-    l0 = l1, m0 = m1, h0 = h1;
-    l1 = l2, m1 = m2, h1 = h2;
+    const uint8_t p = std::min(a[x], b[x]), q = std::max(a[x], b[x]), r = std::max(p, c[x]);
+    lo[x] = std::min(p, c[x]);
+    mid[x] = std::min(q, r);
+    hi[x] = std::max(q, r);
+  }
+}
+
+void ScalarMedianOfColumns(const uint8_t* lo, const uint8_t* mid, const uint8_t* hi, uint8_t* out, int n) {
+  for (int x = 0; x < n; ++x) {
+    const uint8_t l = std::max(std::max(lo[x], lo[x + 1]), lo[x + 2]);
+    const uint8_t h = std::min(std::min(hi[x], hi[x + 1]), hi[x + 2]);
+    out[x] = Median3(l, Median3(mid[x], mid[x + 1], mid[x + 2]), h);
   }
 }
 
@@ -63,36 +59,33 @@ bool Run(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, bool wide) {
     for (int y = 0; y < h; ++y) std::memcpy(to[y], from[y], static_cast<size_t>(w));
     source = &copy;
   }
+  const bool inPlace = source->GetImagePtr(0, 0) == destination->GetImagePtr(0, 0);
   std::vector<uint8_t> lines;
   const size_t stride = static_cast<size_t>(w) + 2;
   try {
-    lines.resize(3 * stride);
+    lines.resize(4 * stride);
   } catch (const std::bad_alloc&) {
     return false;
   }
+  uint8_t* lo = lines.data();
+  uint8_t* mid = lo + stride;
+  uint8_t* hi = mid + stride;
+  uint8_t* saved = hi + stride;  // in place: source row y - 1
   const rows::Rows<uint8_t> in(source), out(destination);
-  auto load = [&](int y) {  // row y, clamped to the view, into its ring slot
-    uint8_t* line = lines.data() + static_cast<size_t>((y + 3) % 3) * stride;
-    const uint8_t* row = in[std::clamp(y, 0, h - 1)];
-    std::memcpy(line + 1, row, static_cast<size_t>(w));
-    line[0] = row[0];
-    line[w + 1] = row[w - 1];
-    return line;
-  };
-  const uint8_t* above = load(0);  // row -1 is row 0
-  const uint8_t* here = above;
-  const uint8_t* below = load(1 < h ? 1 : 0);
-  if (h == 1) below = here;
   for (int y = 0; y < h; ++y) {
+    const uint8_t* a = y == 0 ? in[0] : inPlace ? saved : in[y - 1];
+    const uint8_t* b = in[y];
+    const uint8_t* c = in[y + 1 < h ? y + 1 : h - 1];
     if (wide)
-      WideMedianRow(above, here, below, out[y], w);
+      WideSortColumns(a, b, c, lo + 1, mid + 1, hi + 1, w);
     else
-      ScalarMedianRow(above, here, below, out[y], w);
-    if (y + 1 < h) {
-      above = here;
-      here = below;
-      below = y + 2 < h ? load(y + 2) : here;
-    }
+      ScalarSortColumns(a, b, c, lo + 1, mid + 1, hi + 1, w);
+    for (uint8_t* line : {lo, mid, hi}) line[0] = line[1], line[w + 1] = line[w];
+    if (inPlace) std::memcpy(saved, b, static_cast<size_t>(w));
+    if (wide)
+      WideMedianOfColumns(lo, mid, hi, out[y], w);
+    else
+      ScalarMedianOfColumns(lo, mid, hi, out[y], w);
   }
   return true;
 }

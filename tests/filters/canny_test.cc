@@ -593,6 +593,30 @@ TEST(CannyDetector, EndToEndAgainstTheModels) {
   }
 }
 
+// The detector's own wide route on every target gives the edges of the scalar one.
+TEST(CannyDetector, EveryWideTargetGivesTheScalarEdges) {
+  const Grid in = Scene(75, 41);
+  kt::Framed<ZBW8> src(75, 41, 1);
+  Write(src.get(), in);
+  for (int follow : {0, 1}) {
+    kt::Framed<ZBW8> scalar(75, 41);
+    scalar.FillBytes(0);
+    {
+      kt::WideSetting off(0);
+      LumCannyDetector(src.get(), scalar.get(), SMOOTH_NONE, EDGE_FOLLOWING_MODE(follow));
+    }
+    for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
+      SCOPED_TRACE(hwy::TargetName(target));
+      hwy::SetSupportedTargetsForTest(target);
+      kt::Framed<ZBW8> wide(75, 41, 5);
+      wide.FillBytes(0);
+      LumCannyDetector(src.get(), wide.get(), SMOOTH_NONE, EDGE_FOLLOWING_MODE(follow));
+      EXPECT_TRUE(kt::SameBytes(wide.get(), scalar.get()));
+    }
+    hwy::SetSupportedTargetsForTest(0);
+  }
+}
+
 // Mode 1 smooths with the Gaussian 3x3: the result differs from the unsmoothed one on a noisy
 // scene and equals the pipeline run on the caller's smoothing.
 TEST(CannyDetector, GaussianModesSmoothFirst) {
