@@ -63,12 +63,12 @@ void AddFamily_canny(Family& family) {
                               Zoom});
   family.steps.push_back({"median", "3x3 median (LumMedian): noise and the thinnest marks gone, edges kept", "gray",
                           "median", {}});
-  family.steps.push_back({"canny-hysteresis",
+  family.steps.push_back({"canny-chains",
                           "Canny, Gaussian 3x3, Hysteresis: chains of followed pixels (255) from gray seeds (128)",
                           "gray", "canny", {"gaussian-3", "hysteresis"}});
-  family.steps.push_back({"canny-growing", "Canny, Gaussian 3x3, ContourGrowing: edges grown from the local maxima",
+  family.steps.push_back({"canny-grown", "Canny, Gaussian 3x3, ContourGrowing: edges grown from the local maxima",
                           "gray", "canny", {"gaussian-3", "growing"}});
-  family.steps.push_back({"canny-detail", "A detail of the Hysteresis edges", "canny-hysteresis", "crop",
+  family.steps.push_back({"canny-detail", "A detail of the Hysteresis edges", "canny-chains", "crop",
                           {"56", "64", "120", "80"}});
   family.steps.push_back({"canny-seeds", "That detail enlarged 5 times: each chain starts at a gray seed", "canny-detail",
                           "zoom", {"5"}});
