@@ -1,4 +1,5 @@
-// Kelmira filters: the coefficient object ZKernel and general convolution with it.
+// Kelmira filters: the coefficient object ZKernel, general convolution with it, and the
+// predefined filters (kelmira/filters/predefined.h).
 #ifndef KELMIRA_FILTERS_H
 #define KELMIRA_FILTERS_H
 
@@ -156,5 +157,6 @@ KELMIRA_API void LumConvolSymmetricKernel(ZROI<ZBW16>* source, ZROI<ZBW16>* dest
 KELMIRA_API void LumConvolSymmetricKernel(ZROI<ZC24>* source, ZROI<ZC24>* destination, ZKernel* kernel);
 
 #include "kelmira/filters/canny.h"
+#include "kelmira/filters/predefined.h"
 
 #endif  // KELMIRA_FILTERS_H

@@ -1,0 +1,79 @@
+// Predefined filters beside OpenCV on the same pixels, single thread, replicated borders:
+// cv::GaussianBlur 3x3, 5x5, 7x7 against LumConvolGaussian3x3/5x5/7x7; cv::Sobel (dx, 16S) then
+// cv::convertScaleAbs against LumConvolSobelX; cv::Laplacian ksize 1 (16S) then convertScaleAbs
+// against LumConvolLaplacian4 (both give |v|); cv::blur 3x3 and 31x31 against
+// LumConvolUniform3x3 and LumConvolUniform(.., 15, 15). BW16 where OpenCV has the filter.
+#include <opencv2/core/utility.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "support/common.h"
+
+namespace {
+
+enum Op { kGauss3, kGauss5, kGauss7, kSobelX, kLaplacian4, kBox3, kBox31 };
+
+template <class P>
+int CvType() {
+  return sizeof(P) == 1 ? CV_8UC1 : CV_16UC1;
+}
+
+template <class P, int kOp>
+void BM_Kelmira(benchmark::State& state) {
+  const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+  kb::Shared<P> a(w, h, CvType<P>()), b(w, h, CvType<P>(), 2);
+  for (auto _ : state) {
+    if constexpr (kOp == kGauss3) LumConvolGaussian3x3(&a.image, &b.image);
+    if constexpr (sizeof(P) == 1 && kOp == kGauss5) LumConvolGaussian5x5(&a.image, &b.image);
+    if constexpr (sizeof(P) == 1 && kOp == kGauss7) LumConvolGaussian7x7(&a.image, &b.image);
+    if constexpr (kOp == kSobelX) LumConvolSobelX(&a.image, &b.image);
+    if constexpr (kOp == kLaplacian4) LumConvolLaplacian4(&a.image, &b.image);
+    if constexpr (kOp == kBox3) LumConvolUniform3x3(&a.image, &b.image);
+    if constexpr (kOp == kBox31) LumConvolUniform(&a.image, &b.image, 15, 15);
+    benchmark::ClobberMemory();
+  }
+  kb::SetBytes(state, 2 * static_cast<int64_t>(a.mat.total() * a.mat.elemSize()));
+}
+
+template <class P, int kOp>
+void BM_OpenCV(benchmark::State& state) {
+  const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+  kb::Shared<P> a(w, h, CvType<P>()), b(w, h, CvType<P>(), 2);
+  cv::Mat derivative(h, w, CV_16S);
+  cv::setNumThreads(1);
+  const int border = cv::BORDER_REPLICATE;
+  for (auto _ : state) {
+    if constexpr (kOp == kGauss3) cv::GaussianBlur(a.mat, b.mat, cv::Size(3, 3), 0, 0, border);
+    if constexpr (kOp == kGauss5) cv::GaussianBlur(a.mat, b.mat, cv::Size(5, 5), 0, 0, border);
+    if constexpr (kOp == kGauss7) cv::GaussianBlur(a.mat, b.mat, cv::Size(7, 7), 0, 0, border);
+    if constexpr (kOp == kSobelX) {
+      cv::Sobel(a.mat, derivative, CV_16S, 1, 0, 3, 1, 0, border);
+      cv::convertScaleAbs(derivative, b.mat);
+    }
+    if constexpr (kOp == kLaplacian4) {
+      cv::Laplacian(a.mat, derivative, CV_16S, 1, 1, 0, border);
+      cv::convertScaleAbs(derivative, b.mat);
+    }
+    if constexpr (kOp == kBox3) cv::blur(a.mat, b.mat, cv::Size(3, 3), cv::Point(-1, -1), border);
+    if constexpr (kOp == kBox31) cv::blur(a.mat, b.mat, cv::Size(31, 31), cv::Point(-1, -1), border);
+    benchmark::ClobberMemory();
+  }
+  kb::SetBytes(state, 2 * static_cast<int64_t>(a.mat.total() * a.mat.elemSize()));
+}
+
+#define KELMIRA_PAIR(Type, Op, Name)                                                                   \
+  BENCHMARK(BM_Kelmira<Z##Type, Op>)->Name("Predefined/" Name "/" #Type "/Kelmira")->Apply(kb::Sizes); \
+  BENCHMARK(BM_OpenCV<Z##Type, Op>)->Name("Predefined/" Name "/" #Type "/OpenCV")->Apply(kb::Sizes);
+
+KELMIRA_PAIR(BW8, kGauss3, "Gaussian3x3")
+KELMIRA_PAIR(BW8, kGauss5, "Gaussian5x5")
+KELMIRA_PAIR(BW8, kGauss7, "Gaussian7x7")
+KELMIRA_PAIR(BW8, kSobelX, "SobelX")
+KELMIRA_PAIR(BW8, kLaplacian4, "Laplacian4")
+KELMIRA_PAIR(BW8, kBox3, "Uniform3x3")
+KELMIRA_PAIR(BW8, kBox31, "Uniform31x31")
+KELMIRA_PAIR(BW16, kGauss3, "Gaussian3x3")
+KELMIRA_PAIR(BW16, kBox3, "Uniform3x3")
+KELMIRA_PAIR(BW16, kBox31, "Uniform31x31")
+#undef KELMIRA_PAIR
+
+}  // namespace

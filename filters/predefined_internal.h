@@ -1,0 +1,134 @@
+// Shared pieces of the predefined filters: the 3x3 formulas by kind, the pixel storage of the
+// workers, and the wide row kernels (filters/predefined_wide.cc).
+#ifndef KELMIRA_FILTERS_PREDEFINED_INTERNAL_H
+#define KELMIRA_FILTERS_PREDEFINED_INTERNAL_H
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "kelmira/foundation.h"
+
+namespace kelmira::predefined {
+
+// Every 3x3 (and 3x1, 1x3) filter of the family. Uniform3x3 is Lowpass1, Gaussian3x3 Lowpass3.
+enum class Kind : int {
+  kLowpass1, kLowpass2, kLowpass3, kHighpass1, kHighpass2, kSobel, kSobelX, kSobelY, kPrewitt, kPrewittX,
+  kPrewittY, kGradient, kGradientX, kGradientY, kLaplacian4, kLaplacian8, kLaplacianX, kLaplacianY,
+  kUniformX, kUniformY, kGaussianX, kGaussianY,
+};
+
+// Which neighbours a kind reads: X kinds read only their row, Y kinds only their column.
+constexpr bool ReadsRows(Kind k) {
+  return k != Kind::kGradientX && k != Kind::kLaplacianX && k != Kind::kUniformX && k != Kind::kGaussianX;
+}
+constexpr bool ReadsColumns(Kind k) {
+  return k != Kind::kGradientY && k != Kind::kLaplacianY && k != Kind::kUniformY && k != Kind::kGaussianY;
+}
+
+// The scalar source-to-destination worker of these kinds treats the outside as 0 on the frame.
+constexpr bool ZeroOutside(Kind k) {
+  return k == Kind::kLowpass2 || k == Kind::kHighpass1 || k == Kind::kHighpass2 || k == Kind::kLaplacian4 ||
+         k == Kind::kLaplacian8 || k == Kind::kSobelX || k == Kind::kSobelY || k == Kind::kSobel ||
+         k == Kind::kPrewittY || k == Kind::kPrewitt;
+}
+
+// What follows the formula: nothing, abs, abs and clip, clip to [0, max], or abs truncated to the
+// pixel width (the scalar Laplacian X and Y; their wide form saturates instead).
+enum class Post { kNone, kAbs, kAbsClip, kClip0, kAbsWrap };
+
+constexpr Post PostOf(Kind k) {
+  switch (k) {
+    case Kind::kLowpass1: case Kind::kLowpass2: case Kind::kLowpass3: case Kind::kUniformX:
+    case Kind::kUniformY: case Kind::kGaussianX: case Kind::kGaussianY:
+      return Post::kNone;
+    case Kind::kGradientX: case Kind::kGradientY:
+      return Post::kAbs;
+    case Kind::kHighpass2:
+      return Post::kClip0;
+    case Kind::kLaplacianX: case Kind::kLaplacianY:
+      return Post::kAbsWrap;
+    default:
+      return Post::kAbsClip;
+  }
+}
+
+// The formula of the table on the nine pixels (row above a, row b, row below c; columns 0 1 2).
+// Sobel, Prewitt and Gradient already add the two absolute values.
+template <Kind K>
+inline int32_t Formula(int32_t a0, int32_t a1, int32_t a2, int32_t b0, int32_t b1, int32_t b2, int32_t c0, int32_t c1,
+                       int32_t c2) {
+  const auto sum8 = [&] { return a0 + a1 + a2 + b0 + b2 + c0 + c1 + c2; };
+  if constexpr (K == Kind::kLowpass1) return (a0 + a1 + a2 + b0 + b1 + b2 + c0 + c1 + c2) * 14 >> 7;
+  if constexpr (K == Kind::kLowpass2) return sum8() >> 3;
+  if constexpr (K == Kind::kLowpass3) return (a0 + 2 * a1 + a2 + 2 * b0 + 4 * b1 + 2 * b2 + c0 + 2 * c1 + c2) >> 4;
+  if constexpr (K == Kind::kHighpass1) return 5 * b1 - a1 - c1 - b0 - b2;
+  if constexpr (K == Kind::kHighpass2) return 9 * b1 - sum8();
+  if constexpr (K == Kind::kLaplacian4) return a1 + c1 + b0 + b2 - 4 * b1;
+  if constexpr (K == Kind::kLaplacian8) return sum8() - 8 * b1;
+  if constexpr (K == Kind::kLaplacianX) return b0 - 2 * b1 + b2;
+  if constexpr (K == Kind::kLaplacianY) return a1 - 2 * b1 + c1;
+  if constexpr (K == Kind::kSobelX) return a2 + 2 * b2 + c2 - a0 - 2 * b0 - c0;
+  if constexpr (K == Kind::kSobelY) return c0 + 2 * c1 + c2 - a0 - 2 * a1 - a2;
+  if constexpr (K == Kind::kSobel)
+    return std::abs(a2 + 2 * b2 + c2 - a0 - 2 * b0 - c0) + std::abs(c0 + 2 * c1 + c2 - a0 - 2 * a1 - a2);
+  if constexpr (K == Kind::kPrewittX) return a2 + b2 + c2 - a0 - b0 - c0;
+  if constexpr (K == Kind::kPrewittY) return c0 + c1 + c2 - a0 - a1 - a2;
+  if constexpr (K == Kind::kPrewitt) return std::abs(a2 + b2 + c2 - a0 - b0 - c0) + std::abs(c0 + c1 + c2 - a0 - a1 - a2);
+  if constexpr (K == Kind::kGradientX) return b0 - b2;
+  if constexpr (K == Kind::kGradientY) return a1 - c1;
+  if constexpr (K == Kind::kGradient) return std::abs(b0 - b2) + std::abs(a1 - c1);
+  if constexpr (K == Kind::kUniformX) return (b0 + b1 + b2) * 85 >> 8;
+  if constexpr (K == Kind::kUniformY) return (a1 + b1 + c1) * 85 >> 8;
+  if constexpr (K == Kind::kGaussianX) return (b0 + 2 * b1 + b2) >> 2;
+  if constexpr (K == Kind::kGaussianY) return (a1 + 2 * b1 + c1) >> 2;
+}
+
+template <Post P>
+inline int32_t Finish(int32_t v, int32_t max) {
+  if constexpr (P == Post::kNone) return v;
+  if constexpr (P == Post::kAbs) return v < 0 ? -v : v;
+  if constexpr (P == Post::kAbsClip) return v < 0 ? (-v > max ? max : -v) : (v > max ? max : v);
+  if constexpr (P == Post::kClip0) return v < 0 ? 0 : v > max ? max : v;
+  if constexpr (P == Post::kAbsWrap) return (v < 0 ? -v : v) & max;
+}
+
+// A 16-bit pixel at any address (a ZBW16 view may start at an odd byte).
+#pragma pack(push, 1)
+struct Word {
+  uint16_t v;
+  Word() = default;
+  Word(uint16_t x) : v(x) {}  // NOLINT: implicit, like the storage it stands for
+  operator uint16_t() const { return v; }
+};
+#pragma pack(pop)
+static_assert(sizeof(Word) == 2 && alignof(Word) == 1);
+
+// The Y passes of LumConvolUniform ((N + c + S) * 85 >> 8) and LumConvolGaussian
+// ((N + 2c + S) >> 2): the frame of the two-argument forms, with their own words.
+void UniformY(ZROI<ZBW8>* source, ZROI<ZBW8>* destination);
+void UniformY(ZROI<ZBW16>* source, ZROI<ZBW16>* destination);
+void GaussianY(ZROI<ZBW8>* source, ZROI<ZBW8>* destination);
+void GaussianY(ZROI<ZBW16>* source, ZROI<ZBW16>* destination);
+
+// ----- wide rows (ZBW8) -----
+
+// Outputs [x0, x1) of one row of a 3x3 kind (1 <= x0, x1 <= width - 1 where the kind reads
+// columns), replicate rules, Laplacian X and Y saturating: a, b, c are the rows above, at and
+// below (b may be a copy of the row being written, never the row itself).
+void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1);
+
+// Separable 5x5 / 7x7 on separate memory: rows[j] is the source row under window row j (clamped);
+// outputs [x0, x1) with R <= x0, x1 <= width - R (R = n / 2). `uniform` picks the box. `columns`
+// is scratch of the row's width.
+void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns);
+
+// Running-box helpers (32-bit lanes, wrapping like the scalar sums): sums[x] += add[x] - sub[x]
+// for x in [0, count); and one output row of the box: S[0] is the sum of cells[0 .. window),
+// S[x] = S[x - 1] + cells[x + window - 1] - cells[x - 1], out[x] = S[x] * scale >> 24, with
+// `scratch` holding count sums.
+void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count);
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, uint32_t* scratch);
+
+}  // namespace kelmira::predefined
+
+#endif  // KELMIRA_FILTERS_PREDEFINED_INTERNAL_H

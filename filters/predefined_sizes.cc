@@ -1,0 +1,332 @@
+// The predefined filters beyond 3x3: the 5x5 and 7x7 smoothers, Roberts' 2x2 gradient, the box
+// of any size (running column sums) and the Gaussian of any size (repeated binomial passes), on
+// ZBW8, ZBW16 and, plane by plane, ZC24.
+#include <cstring>
+#include <memory>
+#include <new>
+#include <type_traits>
+
+#include "filters/predefined_internal.h"
+#include "foundation/frame.h"
+#include "foundation/rows.h"
+#include "kelmira/filters.h"
+#include "kelmira/pixelwise.h"
+
+namespace kelmira::predefined {
+namespace {
+
+inline int Clamp(int v, int lo, int hi) { return v < lo ? lo : v > hi ? hi : v; }
+
+// True when the two views share any byte.
+bool Overlap(const ZGenericROI* a, const ZGenericROI* b) {
+  const auto lo = [](const ZGenericROI* v) { return static_cast<const uint8_t*>(v->GetGenericImagePtr(0, 0)); };
+  const auto hi = [](const ZGenericROI* v) {
+    return static_cast<const uint8_t*>(v->GetGenericImagePtr(v->GetWidth(), v->GetHeight() - 1));
+  };
+  return lo(a) < hi(b) && lo(b) < hi(a);
+}
+
+// ----- 5x5 and 7x7 -----
+
+constexpr int32_t kBinomial5[5] = {1, 4, 6, 4, 1};
+constexpr int32_t kBinomial7[7] = {1, 6, 15, 20, 15, 6, 1};
+
+// One output from the window rows (already clamped) with clamped columns. Uniform: the sum of the
+// box times 335544 (5x5) or 171196 (7x7) >> 23, in 32 bits unsigned; Gaussian: the binomial
+// weights in both directions >> 8 (5x5) or >> 12 (7x7).
+template <int N, bool Uniform>
+inline uint8_t LargePixel(const uint8_t* const* rows, int x, int width) {
+  constexpr int R = N / 2;
+  const int32_t* w = N == 5 ? kBinomial5 : kBinomial7;
+  uint32_t sum = 0;
+  for (int j = 0; j < N; ++j) {
+    uint32_t row = 0;
+    for (int i = 0; i < N; ++i) {
+      const uint32_t p = rows[j][Clamp(x - R + i, 0, width - 1)];
+      row += Uniform ? p : p * static_cast<uint32_t>(w[i]);
+    }
+    sum += Uniform ? row : row * static_cast<uint32_t>(w[j]);
+  }
+  if constexpr (Uniform) return static_cast<uint8_t>(sum * (N == 5 ? 335544u : 171196u) >> 23);
+  return static_cast<uint8_t>(sum >> (N == 5 ? 8 : 12));
+}
+
+// Row order. On separate memory the interior of each row runs wide when `wide`; on overlapping
+// views every pixel is read live, so dst equal to src reads what is already written.
+template <int N, bool Uniform>
+void RunLarge(ZGenericROI* source, ZGenericROI* destination, bool wide) {
+  constexpr int R = N / 2;
+  const int width = source->GetWidth(), height = source->GetHeight();
+  const rows::Rows<uint8_t> in(source), out(destination);
+  wide = wide && !Overlap(source, destination);
+  std::unique_ptr<uint16_t[]> columns(wide ? new (std::nothrow) uint16_t[static_cast<size_t>(width)] : nullptr);
+  wide = wide && columns != nullptr;  // without scratch, the scalar loop gives the same pixels
+  const uint8_t* window[N];
+  for (int y = 0; y < height; ++y) {
+    for (int j = 0; j < N; ++j) window[j] = in[Clamp(y - R + j, 0, height - 1)];
+    uint8_t* o = out[y];
+    if (wide) {
+      for (int x = 0; x < R; ++x) o[x] = LargePixel<N, Uniform>(window, x, width);
+      WideRowLarge(N, Uniform, window, o, R, width - R, columns.get());
+      for (int x = width - R; x < width; ++x) o[x] = LargePixel<N, Uniform>(window, x, width);
+    } else {
+      for (int x = 0; x < width; ++x) o[x] = LargePixel<N, Uniform>(window, x, width);
+    }
+  }
+}
+
+// The checks of the fixed-size workers: sizes (a null view is 1400), pixels, the neighbourhood.
+bool ViewsFit(ZGenericROI* source, ZGenericROI* destination, int n) {
+  if (!frame::SameSize(source, destination)) return false;
+  if (source->GetGenericImagePtr(0, 0) == nullptr || destination->GetGenericImagePtr(0, 0) == nullptr)
+    return frame::Fail(Z_ERROR_NULL_IMAGE);
+  if (source->GetWidth() < n || source->GetHeight() < n) return frame::Fail(Z_ERROR_SIZE_MISMATCH);
+  return true;
+}
+
+template <int N, bool Uniform>
+void Large(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, const char* trace) {
+  if (frame::Enter() && ViewsFit(source, destination, N)) RunLarge<N, Uniform>(source, destination, ZGetMMX() != 0);
+  frame::Leave(trace);
+}
+
+// ----- Roberts -----
+
+// Forward order over the source's size; only pixels inside the destination are written, so a
+// smaller destination is never overrun. A pixel reads only pixels not yet written.
+template <class T>
+void RunRoberts(ZGenericROI* source, ZGenericROI* destination) {
+  constexpr int32_t kMax = sizeof(T) == 1 ? 255 : 65535;
+  const int width = source->GetWidth(), height = source->GetHeight();
+  const int outWidth = destination->GetWidth() < width ? destination->GetWidth() : width;
+  const int outHeight = destination->GetHeight() < height ? destination->GetHeight() : height;
+  const rows::Rows<T> in(source), out(destination);
+  const auto abs = [](int32_t v) { return v < 0 ? -v : v; };
+  const auto clip = [](int32_t v) { return v > kMax ? kMax : v; };
+  for (int y = 0; y < outHeight; ++y) {
+    const T* c = in[y];
+    const T* s = y + 1 < height ? in[y + 1] : nullptr;
+    T* o = out[y];
+    for (int x = 0; x < outWidth; ++x) {
+      int32_t v;
+      if (s != nullptr && x + 1 < width)
+        v = clip(abs(int32_t(c[x + 1]) - int32_t(s[x])) + abs(int32_t(c[x]) - int32_t(s[x + 1])));
+      else if (s != nullptr)
+        v = clip(2 * abs(int32_t(c[x]) - int32_t(s[x])));
+      else if (x + 1 < width)
+        v = clip(2 * abs(int32_t(c[x]) - int32_t(c[x + 1])));
+      else
+        v = 0;
+      o[x] = static_cast<T>(v);
+    }
+  }
+}
+
+template <class P, class T>
+void Roberts(ZROI<P>* source, ZROI<P>* destination, const char* trace) {
+  if (destination == nullptr) {
+    // Into a temporary image of the source's size, then back to the source.
+    ZOk();
+    if (frame::NotVoid(source)) {
+      ZImage<P> temporary(source->GetWidth(), source->GetHeight());
+      if (!frame::Ok() || temporary.GetImagePtr(0, 0) == nullptr) {
+        frame::Fail(Z_ERROR_NO_MEMORY);
+      } else if (frame::Step([&] { Roberts<P, T>(source, &temporary, trace); })) {
+        frame::Step([&] { LumCopy(&temporary, source); });
+      }
+    }
+    frame::Leave(trace);
+    return;
+  }
+  if (frame::Enter() && frame::NotVoid(source) && frame::NotVoid(destination)) RunRoberts<T>(source, destination);
+  frame::Leave(trace);
+}
+
+// ----- the box of any size -----
+
+// Running column sums over the rows -halfY .. halfY (clamped to the view), and along each row a
+// running sum over 2 halfX + 1 cells of the column sums padded with the edge columns. The column
+// sums wrap in 32 bits; the row sum and product are 32-bit on ZBW8 (sum * scale stays below
+// 2^32 whenever scale is not 0), 64-bit on ZBW16.
+template <class T>
+bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsigned halfY, bool wide) {
+  using Sum = std::conditional_t<sizeof(T) == 1, uint32_t, uint64_t>;
+  const int width = source->GetWidth(), height = source->GetHeight();
+  const int hx = halfX > static_cast<unsigned>(width - 1) ? width - 1 : static_cast<int>(halfX);
+  const int hy = halfY > static_cast<unsigned>(height - 1) ? height - 1 : static_cast<int>(halfY);
+  const uint64_t area = (2 * static_cast<uint64_t>(hx) + 1) * (2 * static_cast<uint64_t>(hy) + 1);
+  const uint32_t scale = static_cast<uint32_t>((uint64_t{1} << 24) / area);
+  const size_t cells = static_cast<size_t>(width) + 2 * static_cast<size_t>(hx);
+  // The wide rows keep a row of running sums beside the cells.
+  wide = wide && sizeof(T) == 1;
+  std::unique_ptr<uint32_t[]> store(new (std::nothrow) uint32_t[cells + (wide ? width : 0)]);
+  if (!store) return frame::Fail(Z_ERROR_NO_MEMORY);
+  uint32_t* cell = store.get();
+  uint32_t* column = cell + hx;  // the real columns
+  const rows::Rows<T> in(source), out(destination);
+  std::memset(column, 0, sizeof(uint32_t) * static_cast<size_t>(width));
+  for (int r = -hy; r <= hy; ++r) {
+    const T* row = in[Clamp(r, 0, height - 1)];
+    for (int x = 0; x < width; ++x) column[x] += static_cast<uint32_t>(row[x]);
+  }
+  for (int y = 0; y < height; ++y) {
+    for (int i = 0; i < hx; ++i) {
+      cell[i] = column[0];
+      column[width + i] = column[width - 1];
+    }
+    T* o = out[y];
+    if constexpr (sizeof(T) == 1) {
+      if (wide) WideBoxRow(cell, 2 * hx + 1, scale, o, width, cell + cells);
+    }
+    if (!wide) {
+      Sum sum = 0;
+      for (int i = 0; i <= 2 * hx; ++i) sum += cell[i];
+      for (int x = 0; x < width; ++x) {
+        o[x] = static_cast<T>(static_cast<Sum>(sum * scale) >> 24);
+        if (x + 1 < width) sum += static_cast<Sum>(cell[x + 2 * hx + 1]) - static_cast<Sum>(cell[x]);
+      }
+    }
+    if (y + 1 < height) {
+      const T* leaving = in[Clamp(y - hy, 0, height - 1)];
+      const T* entering = in[Clamp(y + hy + 1, 0, height - 1)];
+      if constexpr (sizeof(T) == 1) {
+        if (wide) {
+          WideColumnUpdate(column, entering, leaving, width);
+          continue;
+        }
+      }
+      for (int x = 0; x < width; ++x) column[x] += static_cast<uint32_t>(entering[x]) - static_cast<uint32_t>(leaving[x]);
+    }
+  }
+  return true;
+}
+
+template <class P>
+void CopyView(ZROI<P>* source, ZROI<P>* destination) {
+  if constexpr (sizeof(P) == 1)
+    LumOper(ARITH_LOGIC_COPY, source, destination);
+  else
+    LumCopy(source, destination);
+}
+
+template <class P, class T>
+void Uniform(ZROI<P>* source, ZROI<P>* destination, unsigned halfX, unsigned halfY, const char* trace) {
+  if (frame::Enter() && frame::NotVoid(source) && (destination == nullptr || frame::SameSize(destination, source))) {
+    if (halfY == 0xFFFFFFFFu) halfY = halfX;
+    const bool separate = destination != nullptr && destination != source;
+    if (halfX == 0 && halfY == 0) {
+      if (separate) frame::Step([&] { CopyView(source, destination); });
+    } else if (halfX == 0 && halfY == 1) {
+      frame::Step([&] { UniformY(source, destination); });
+    } else if (halfX == 1 && halfY == 0) {
+      frame::Step([&] { LumConvolUniformX(source, destination); });
+    } else if (halfX == 1 && halfY == 1) {
+      frame::Step([&] { LumConvolUniform3x3(source, destination); });
+    } else if (!separate) {
+      frame::Fail(Z_ERROR_NEED_SEPARATE_DESTINATION);
+    } else {
+      RunBox<T>(source, destination, halfX, halfY, sizeof(T) == 1 && ZGetMMX() != 0);
+    }
+  }
+  frame::Leave(trace);
+}
+
+// ----- the Gaussian of any size -----
+
+template <class P>
+void Gaussian(ZROI<P>* source, ZROI<P>* destination, unsigned halfX, unsigned halfY, const char* trace) {
+  if (frame::Enter() && frame::NotVoid(source)) {
+    if (halfY == 0xFFFFFFFFu) halfY = halfX;
+    const bool inPlace = destination == nullptr || destination == source;
+    ZROI<P>* target = inPlace ? source : destination;
+    if (inPlace || (frame::NotVoid(destination) && frame::SameSize(destination, source))) {
+      if (halfX > static_cast<unsigned>(source->GetWidth() - 1)) {
+        frame::Fail(Z_ERROR_ARGUMENT_3);
+      } else if (halfY > static_cast<unsigned>(source->GetHeight() - 1)) {
+        frame::Fail(Z_ERROR_ARGUMENT_4);
+      } else {
+        const unsigned both = halfX < halfY ? halfX : halfY;
+        ZROI<P>* from = source;
+        // Each pass reads `from` and writes `target`; after the first, `from` is the target.
+        const auto pass = [&](auto&& filter) {
+          const bool ok = frame::Step([&] { filter(from, target == from ? nullptr : target); });
+          from = target;
+          return ok;
+        };
+        bool ok = true;
+        for (unsigned i = 0; ok && i < both; ++i)
+          ok = pass([](ZROI<P>* s, ZROI<P>* d) { LumConvolGaussian3x3(s, d); });
+        for (unsigned i = both; ok && i < halfX; ++i)
+          ok = pass([](ZROI<P>* s, ZROI<P>* d) { LumConvolGaussianX(s, d); });
+        for (unsigned i = both; ok && i < halfY; ++i) ok = pass([](ZROI<P>* s, ZROI<P>* d) { GaussianY(s, d); });
+      }
+    }
+  }
+  frame::Leave(trace);
+}
+
+// ----- ZC24 -----
+
+// Plane by plane. `twoPlanes`: the gray operator runs from one temporary plane into a second
+// (Roberts, the box); otherwise in place on the one plane.
+template <class Op>
+void ByPlanes(ZROI<ZC24>* source, ZROI<ZC24>* destination, bool twoPlanes, Op&& gray, const char* trace) {
+  if (frame::Enter() && frame::NotVoid(source)) {
+    ZROI<ZC24>* output = destination == nullptr || destination == source ? source : destination;
+    if (output == source || (frame::NotVoid(destination) && frame::SameSize(destination, source))) {
+      ZOk();
+      const int w = source->GetWidth(), h = source->GetHeight();
+      ZImage<ZBW8> plane(w, h), second;
+      if (twoPlanes && frame::Ok()) second.SetSize(w, h);
+      if (!frame::Ok() || plane.GetImagePtr(0, 0) == nullptr || (twoPlanes && second.GetImagePtr(0, 0) == nullptr)) {
+        frame::Fail(Z_ERROR_NO_MEMORY);
+      } else {
+        ZImage<ZBW8>* result = twoPlanes ? &second : &plane;
+        for (unsigned k = 0; k < 3; ++k) {
+          if (!frame::Step([&] { HueGetComponent(source, &plane, k); })) break;
+          if (!frame::Step([&] { gray(&plane, twoPlanes ? &second : nullptr); })) break;
+          if (!frame::Step([&] { HueSetComponent(result, output, k); })) break;
+        }
+      }
+    }
+  }
+  frame::Leave(trace);
+}
+
+}  // namespace
+}  // namespace kelmira::predefined
+
+using namespace kelmira::predefined;  // NOLINT: the file's own internals
+
+void LumConvolUniform5x5(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { Large<5, true>(src, dst, "ConvolUniform5x5"); }
+void LumConvolGaussian5x5(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { Large<5, false>(src, dst, "ConvolGaussian5x5"); }
+void LumConvolUniform7x7(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { Large<7, true>(src, dst, "LumConvolUniform7x7"); }
+void LumConvolGaussian7x7(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { Large<7, false>(src, dst, "LumConvolGaussian7x7"); }
+
+void LumConvolRoberts(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { Roberts<ZBW8, uint8_t>(src, dst, "LumConvolRoberts"); }
+void LumConvolRoberts(ZROI<ZBW16>* src, ZROI<ZBW16>* dst) { Roberts<ZBW16, Word>(src, dst, "LumConvolRoberts (BW16)"); }
+void LumConvolRoberts(ZROI<ZC24>* src, ZROI<ZC24>* dst) {
+  ByPlanes(src, dst, true, [](ZROI<ZBW8>* in, ZROI<ZBW8>* out) { LumConvolRoberts(in, out); }, "LumConvolRoberts ( C24)");
+}
+
+void LumConvolUniform(ZROI<ZBW8>* src, ZROI<ZBW8>* dst, unsigned int halfX, unsigned int halfY) {
+  Uniform<ZBW8, uint8_t>(src, dst, halfX, halfY, "LumConvolUniform");
+}
+void LumConvolUniform(ZROI<ZBW16>* src, ZROI<ZBW16>* dst, unsigned int halfX, unsigned int halfY) {
+  Uniform<ZBW16, Word>(src, dst, halfX, halfY, "LumConvolUniform (BW16)");
+}
+void LumConvolUniform(ZROI<ZC24>* src, ZROI<ZC24>* dst, unsigned int halfX, unsigned int halfY) {
+  ByPlanes(src, dst, true, [&](ZROI<ZBW8>* in, ZROI<ZBW8>* out) { LumConvolUniform(in, out, halfX, halfY); },
+           "LumConvolUniform ( C24)");
+}
+
+void LumConvolGaussian(ZROI<ZBW8>* src, ZROI<ZBW8>* dst, unsigned int halfX, unsigned int halfY) {
+  Gaussian<ZBW8>(src, dst, halfX, halfY, "LumConvolGaussian");
+}
+void LumConvolGaussian(ZROI<ZBW16>* src, ZROI<ZBW16>* dst, unsigned int halfX, unsigned int halfY) {
+  Gaussian<ZBW16>(src, dst, halfX, halfY, "LumConvolGaussian (BW16)");
+}
+void LumConvolGaussian(ZROI<ZC24>* src, ZROI<ZC24>* dst, unsigned int halfX, unsigned int halfY) {
+  ByPlanes(src, dst, false, [&](ZROI<ZBW8>* plane, ZROI<ZBW8>*) { LumConvolGaussian(plane, nullptr, halfX, halfY); },
+           "LumConvolGaussian ( C24)");
+}
