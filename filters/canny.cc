@@ -14,12 +14,6 @@
 #include "kelmira/morphology.h"
 #include "kelmira/pixelwise/oper.h"
 
-#if __has_include("kelmira/filters/predefined.h")
-#include "kelmira/filters/predefined.h"
-#define KELMIRA_CANNY_GAUSSIANS_STAND_IN 0
-#else
-#define KELMIRA_CANNY_GAUSSIANS_STAND_IN 1
-#endif
 
 namespace kelmira::canny {
 
@@ -201,41 +195,6 @@ void Histogram(const ZROI<ZBW8>* view, uint32_t* bins) {
   }
   for (int i = 0; i < 256; ++i) bins[i] = part[0][i] + part[1][i] + part[2][i] + part[3][i];
 }
-
-#if KELMIRA_CANNY_GAUSSIANS_STAND_IN
-// STAND-IN until the predefined filters land: the binomial Gaussians 3x3 (>> 4), 5x5 (>> 8) and
-// 7x7 (>> 12) with replicated edges, source to destination. Replaced by LumConvolGaussian3x3,
-// LumConvolGaussian5x5 and LumConvolGaussian7x7 as soon as their header is there.
-void StandInGaussian(ZROI<ZBW8>* src, ZROI<ZBW8>* dst, int size) {
-  static const int k3[] = {1, 2, 1}, k5[] = {1, 4, 6, 4, 1}, k7[] = {1, 6, 15, 20, 15, 6, 1};
-  const int* k = size == 3 ? k3 : size == 5 ? k5 : k7;
-  const int r = size / 2, shift = size == 3 ? 4 : size == 5 ? 8 : 12;
-  const int w = src->GetWidth(), h = src->GetHeight();
-  const rows::Rows<const uint8_t> in(src);
-  const rows::Rows<uint8_t> out(dst);
-  std::vector<int> column(static_cast<size_t>(w + 2 * r));  // vertical sums, edges replicated
-  int* c = column.data() + r;
-  for (int y = 0; y < h; ++y) {
-    const uint8_t* taps[7];
-    for (int j = -r; j <= r; ++j) taps[j + r] = in[y + j < 0 ? 0 : y + j >= h ? h - 1 : y + j];
-    for (int x = 0; x < w; ++x) {
-      int s = 0;
-      for (int j = 0; j < size; ++j) s += k[j] * taps[j][x];
-      c[x] = s;
-    }
-    for (int i = 1; i <= r; ++i) c[-i] = c[0], c[w - 1 + i] = c[w - 1];
-    uint8_t* o = out[y];
-    for (int x = 0; x < w; ++x) {
-      int s = 0;
-      for (int i = 0; i < size; ++i) s += k[i] * c[x - r + i];
-      o[x] = static_cast<uint8_t>(s >> shift);
-    }
-  }
-}
-void LumConvolGaussian3x3(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { StandInGaussian(src, dst, 3); }
-void LumConvolGaussian5x5(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { StandInGaussian(src, dst, 5); }
-void LumConvolGaussian7x7(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { StandInGaussian(src, dst, 7); }
-#endif
 
 void Smooth(ZROI<ZBW8>* source, ZROI<ZBW8>* smoothed, SMOOTH_MODE mode) {
   const int side = source->GetWidth() < source->GetHeight() ? source->GetWidth() : source->GetHeight();
