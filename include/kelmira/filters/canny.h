@@ -47,7 +47,8 @@ enum EDGE_FOLLOWING_MODE {
 // one-class score. Sums and scores are float, each class summed from its lowest bin upwards. With
 // no pair both limits are 0. low = t1 (0 becomes 1), high = t2.
 //
-// `destination` is never cleared: pixels that are not edges keep their value. A flat image has no
+// `destination` is never cleared: pixels that are not edges keep their value. It may be the
+// source itself: the source is read whole before the first edge pixel is written. A flat image has no
 // three classes: low 1, high 0, and Hysteresis writes 128 to every pixel.
 // Checks, in this order: source null or void 1400, destination null 1400 or of another size 1402,
 // then the licence gate; a temporary that cannot be had gives 1303. Any failure traces
