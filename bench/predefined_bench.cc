@@ -60,9 +60,9 @@ void BM_OpenCV(benchmark::State& state) {
   kb::SetBytes(state, 2 * static_cast<int64_t>(a.mat.total() * a.mat.elemSize()));
 }
 
-#define KELMIRA_PAIR(Type, Op, Name)                                                                   \
-  BENCHMARK(BM_Kelmira<Z##Type, Op>)->Name("Predefined/" Name "/" #Type "/Kelmira")->Apply(kb::Sizes); \
-  BENCHMARK(BM_OpenCV<Z##Type, Op>)->Name("Predefined/" Name "/" #Type "/OpenCV")->Apply(kb::Sizes);
+#define KELMIRA_PAIR(Type, Op, Label)                                                                   \
+  BENCHMARK(BM_Kelmira<Z##Type, Op>)->Name("Predefined/" Label "/" #Type "/Kelmira")->Apply(kb::Sizes); \
+  BENCHMARK(BM_OpenCV<Z##Type, Op>)->Name("Predefined/" Label "/" #Type "/OpenCV")->Apply(kb::Sizes);
 
 KELMIRA_PAIR(BW8, kGauss3, "Gaussian3x3")
 KELMIRA_PAIR(BW8, kGauss5, "Gaussian5x5")

@@ -124,10 +124,9 @@ void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out,
 
 // Running-box helpers (32-bit lanes, wrapping like the scalar sums): sums[x] += add[x] - sub[x]
 // for x in [0, count); and one output row of the box: S[0] is the sum of cells[0 .. window),
-// S[x] = S[x - 1] + cells[x + window - 1] - cells[x - 1], out[x] = S[x] * scale >> 24, with
-// `scratch` holding count sums.
+// S[x] = S[x - 1] + cells[x + window - 1] - cells[x - 1], out[x] = S[x] * scale >> 24.
 void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count);
-void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, uint32_t* scratch);
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count);
 
 }  // namespace kelmira::predefined
 

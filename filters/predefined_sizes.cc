@@ -157,9 +157,8 @@ bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsig
   const uint64_t area = (2 * static_cast<uint64_t>(hx) + 1) * (2 * static_cast<uint64_t>(hy) + 1);
   const uint32_t scale = static_cast<uint32_t>((uint64_t{1} << 24) / area);
   const size_t cells = static_cast<size_t>(width) + 2 * static_cast<size_t>(hx);
-  // The wide rows keep a row of running sums beside the cells.
   wide = wide && sizeof(T) == 1;
-  std::unique_ptr<uint32_t[]> store(new (std::nothrow) uint32_t[cells + (wide ? width : 0)]);
+  std::unique_ptr<uint32_t[]> store(new (std::nothrow) uint32_t[cells]);
   if (!store) return frame::Fail(Z_ERROR_NO_MEMORY);
   uint32_t* cell = store.get();
   uint32_t* column = cell + hx;  // the real columns
@@ -176,7 +175,7 @@ bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsig
     }
     T* o = out[y];
     if constexpr (sizeof(T) == 1) {
-      if (wide) WideBoxRow(cell, 2 * hx + 1, scale, o, width, cell + cells);
+      if (wide) WideBoxRow(cell, 2 * hx + 1, scale, o, width);
     }
     if (!wide) {
       Sum sum = 0;

@@ -20,7 +20,13 @@ using predefined::Kind;
 // logical shifts (the sums are positive and the products below 65536). The result is packed with
 // unsigned saturation, which is abs-and-clip after Abs and clip0 without it.
 template <Kind K>
+HWY_INLINE void SeparableRow(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1);
+template <Kind K>
+constexpr bool Separable();
+
+template <Kind K>
 HWY_INLINE void Row3x3Of(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
+  if constexpr (Separable<K>()) return SeparableRow<K>(a, b, c, out, x0, x1);
   const hn::ScalableTag<int16_t> d16;
   const hn::Rebind<uint16_t, decltype(d16)> du16;
   const hn::Rebind<uint8_t, decltype(d16)> d8;
@@ -89,6 +95,118 @@ HWY_INLINE void Row3x3Of(const uint8_t* a, const uint8_t* b, const uint8_t* c, u
     }
 }
 
+// Kinds whose formula splits into a vertical combination U of the three rows and a horizontal one
+// of U and of the middle row B. The row then goes in pieces through two 16-bit arrays: three
+// widened loads a column instead of nine, which is what the 3x3 kernel above spends its time on.
+template <Kind K>
+constexpr bool Separable() {
+  return K == Kind::kLowpass1 || K == Kind::kLowpass2 || K == Kind::kLowpass3 || K == Kind::kHighpass1 ||
+         K == Kind::kHighpass2 || K == Kind::kSobelX || K == Kind::kSobelY || K == Kind::kPrewittX ||
+         K == Kind::kPrewittY || K == Kind::kGradient || K == Kind::kGradientX || K == Kind::kLaplacian4 ||
+         K == Kind::kLaplacian8 || K == Kind::kLaplacianX || K == Kind::kUniformX || K == Kind::kGaussianX;
+}
+
+// U of one column (signed 16-bit): a + b + c, a + 2b + c, a + c, c - a or a - c; 0 where unused.
+template <Kind K, class V>
+HWY_INLINE V Vertical(V a, V b, V c) {
+  if constexpr (K == Kind::kLowpass1 || K == Kind::kLowpass2 || K == Kind::kHighpass2 || K == Kind::kPrewittX ||
+                K == Kind::kLaplacian8)
+    return a + b + c;
+  if constexpr (K == Kind::kLowpass3 || K == Kind::kSobelX) return a + b + b + c;
+  if constexpr (K == Kind::kHighpass1 || K == Kind::kLaplacian4) return a + c;
+  if constexpr (K == Kind::kSobelY || K == Kind::kPrewittY) return c - a;
+  if constexpr (K == Kind::kGradient) return a - c;
+  return a - a;
+}
+
+// The formula from U and B at columns x - 1, x, x + 1, before abs and the pack.
+template <Kind K, class V, class M>
+HWY_INLINE V Horizontal(V u0, V u1, V u2, V b0, V b1, V b2, M mulShift) {
+  if constexpr (K == Kind::kLowpass1) return mulShift(u0 + u1 + u2, 14, std::integral_constant<int, 7>());
+  if constexpr (K == Kind::kLowpass2) return hn::ShiftRight<3>(u0 + u1 + u2 - b1);
+  if constexpr (K == Kind::kLowpass3) return hn::ShiftRight<4>(u0 + u1 + u1 + u2);
+  if constexpr (K == Kind::kHighpass1) return hn::ShiftLeft<2>(b1) + b1 - u1 - b0 - b2;
+  if constexpr (K == Kind::kHighpass2) return hn::ShiftLeft<3>(b1) + b1 + b1 - (u0 + u1 + u2);
+  if constexpr (K == Kind::kSobelX || K == Kind::kPrewittX) return u2 - u0;
+  if constexpr (K == Kind::kSobelY) return u0 + u1 + u1 + u2;
+  if constexpr (K == Kind::kPrewittY) return u0 + u1 + u2;
+  if constexpr (K == Kind::kGradient) return hn::Abs(b0 - b2) + hn::Abs(u1);
+  if constexpr (K == Kind::kGradientX) return b0 - b2;
+  if constexpr (K == Kind::kLaplacian4) return u1 + b0 + b2 - hn::ShiftLeft<2>(b1);
+  if constexpr (K == Kind::kLaplacian8) return u0 + u1 + u2 - hn::ShiftLeft<3>(b1) - b1;
+  if constexpr (K == Kind::kLaplacianX) return b0 + b2 - b1 - b1;
+  if constexpr (K == Kind::kUniformX) return mulShift(b0 + b1 + b2, 85, std::integral_constant<int, 8>());
+  if constexpr (K == Kind::kGaussianX) return hn::ShiftRight<2>(b0 + b1 + b1 + b2);
+  return u0;
+}
+
+template <Kind K>
+HWY_INLINE void SeparableRow(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Rebind<uint16_t, decltype(d16)> du16;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d16));
+  constexpr int kPiece = 1024;
+  HWY_ALIGN int16_t us[kPiece + 2];
+  HWY_ALIGN int16_t bs[kPiece + 2];
+  const auto load = [&](const uint8_t* p) { return hn::BitCast(d16, hn::PromoteTo(du16, hn::LoadU(d8, p))); };
+  const auto mulShift = [&](auto v, uint16_t m, auto shift) {
+    return hn::BitCast(d16, hn::ShiftRight<decltype(shift)::value>(hn::Mul(hn::BitCast(du16, v), hn::Set(du16, m))));
+  };
+  constexpr bool kAbs = predefined::PostOf(K) != predefined::Post::kNone && predefined::PostOf(K) != predefined::Post::kClip0;
+  constexpr bool kUsesU = K != Kind::kGradientX && K != Kind::kLaplacianX && K != Kind::kUniformX && K != Kind::kGaussianX;
+  constexpr bool kUsesB = K != Kind::kLowpass1 && K != Kind::kLowpass3 && K != Kind::kSobelX && K != Kind::kSobelY &&
+                          K != Kind::kPrewittX && K != Kind::kPrewittY;
+  for (int s = x0; s < x1; s += kPiece) {
+    const int n = x1 - s < kPiece ? x1 - s : kPiece;
+    const int m = n + 2;  // columns s - 1 .. s + n
+    const uint8_t *pa = a + s - 1, *pb = b + s - 1, *pc = c + s - 1;
+    const auto vertical = [&](int i) {
+      const auto vb = load(pb + i);
+      if constexpr (kUsesU) hn::Store(Vertical<K>(load(pa + i), vb, load(pc + i)), d16, us + i);
+      if constexpr (kUsesB) hn::Store(vb, d16, bs + i);
+    };
+    const auto horizontal = [&](int j) {
+      const auto u = [&](int k) { return kUsesU ? hn::LoadU(d16, us + j + k) : hn::Zero(d16); };
+      const auto bb = [&](int k) { return kUsesB ? hn::LoadU(d16, bs + j + k) : hn::Zero(d16); };
+      auto v = Horizontal<K>(u(0), u(1), u(2), bb(0), bb(1), bb(2), mulShift);
+      if constexpr (kAbs) v = hn::Abs(v);
+      hn::StoreU(hn::DemoteTo(d8, v), d8, out + s + j);
+    };
+    if (m < lanes) {  // a short piece: the formula pixel by pixel
+      for (int x = s; x < s + n; ++x) {
+        const int32_t v = predefined::Formula<K>(a[x - 1], a[x], a[x + 1], b[x - 1], b[x], b[x + 1], c[x - 1], c[x], c[x + 1]);
+        constexpr auto P = predefined::PostOf(K) == predefined::Post::kAbsWrap ? predefined::Post::kAbsClip : predefined::PostOf(K);
+        out[x] = static_cast<uint8_t>(predefined::Finish<P>(v, 255));
+      }
+      continue;
+    }
+    // The last vector of each phase overlaps the one before, so nothing past the row is read.
+    int i = 0;
+    for (; i + lanes <= m; i += lanes) vertical(i);
+    if (i < m) {
+      // Unaligned store for the overlapping step.
+      const int k = m - lanes;
+      const auto vb = load(pb + k);
+      if constexpr (kUsesU) hn::StoreU(Vertical<K>(load(pa + k), vb, load(pc + k)), d16, us + k);
+      if constexpr (kUsesB) hn::StoreU(vb, d16, bs + k);
+    }
+    int j = 0;
+    for (; j + lanes <= n; j += lanes) horizontal(j);
+    if (j < n) {
+      if (n >= lanes) {
+        horizontal(n - lanes);
+      } else {
+        for (int x = s + j; x < s + n; ++x) {
+          const int32_t v = predefined::Formula<K>(a[x - 1], a[x], a[x + 1], b[x - 1], b[x], b[x + 1], c[x - 1], c[x], c[x + 1]);
+          constexpr auto P = predefined::PostOf(K) == predefined::Post::kAbsWrap ? predefined::Post::kAbsClip : predefined::PostOf(K);
+          out[x] = static_cast<uint8_t>(predefined::Finish<P>(v, 255));
+        }
+      }
+    }
+  }
+}
+
 void Row3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
   switch (kind) {
 #define KELMIRA_KIND(K) \
@@ -120,11 +238,19 @@ HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int x0, int
   const int lanes16 = static_cast<int>(hn::Lanes(d16));
   const int c0 = x0 - R, c1 = x1 + R;  // columns needed
   int x = c0;
+  // Symmetric weights: rows at equal distances are added first, then weighted once.
   for (; x + lanes16 <= c1; x += lanes16) {
-    auto sum = hn::Zero(d16);
-    for (int j = 0; j < N; ++j) {
-      const auto p = hn::PromoteTo(d16, hn::LoadU(d8, rows[j] + x));
-      sum = Uniform ? hn::Add(sum, p) : hn::Add(sum, hn::Mul(p, hn::Set(d16, static_cast<uint16_t>(w[j]))));
+    hn::Vec<decltype(d16)> p[7];
+    for (int j = 0; j < N; ++j) p[j] = hn::PromoteTo(d16, hn::LoadU(d8, rows[j] + x));
+    hn::Vec<decltype(d16)> sum;
+    if constexpr (Uniform) {
+      sum = p[0];
+      for (int j = 1; j < N; ++j) sum = hn::Add(sum, p[j]);
+    } else if constexpr (N == 5) {
+      sum = hn::Add(hn::Add(p[0], p[4]), hn::Add(hn::ShiftLeft<2>(hn::Add(p[1], p[3])), hn::Mul(p[2], hn::Set(d16, 6))));
+    } else {
+      sum = hn::Add(hn::Add(hn::Add(p[0], p[6]), hn::Mul(hn::Add(p[1], p[5]), hn::Set(d16, 6))),
+                    hn::Add(hn::Mul(hn::Add(p[2], p[4]), hn::Set(d16, 15)), hn::Mul(p[3], hn::Set(d16, 20))));
     }
     hn::StoreU(sum, d16, columns + x);
   }
@@ -133,28 +259,47 @@ HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int x0, int
     for (int j = 0; j < N; ++j) sum += Uniform ? rows[j][x] : rows[j][x] * static_cast<uint32_t>(w[j]);
     columns[x] = static_cast<uint16_t>(sum);
   }
-  const hn::ScalableTag<int32_t> d32;
-  const hn::Rebind<uint16_t, decltype(d32)> dh;
-  const hn::Rebind<uint8_t, decltype(d32)> d8q;
-  const int lanes = static_cast<int>(hn::Lanes(d32));
-  const int32_t scale = N == 5 ? 335544 : 171196;
-  const auto finish = [&](auto v) {
-    if constexpr (Uniform) return hn::ShiftRight<23>(hn::Mul(v, hn::Set(d32, scale)));
-    return hn::ShiftRight<N == 5 ? 8 : 12>(v);
+  // Horizontal sums in 16 bits as well. Gaussian 5x5: at most 65280. Gaussian 7x7: the sum would
+  // not fit, so each column sum is split as 64 hi + lo and floor(S / 4096) is taken as
+  // (S_hi + (S_lo >> 6)) >> 6, which is the same floor. The boxes: floor(S * 335544 / 2^23) and
+  // floor(S * 171196 / 2^23) equal the high half of S * 10485 shifted by 2 and of S * 10699 shifted
+  // by 3 for every sum a box can reach (checked over the whole range), so no 32-bit lanes are needed.
+  const hn::Rebind<int16_t, decltype(d16)> di16;
+  const auto weighted = [&](auto v0, auto v1, auto v2, auto v3, auto v4, auto v5, auto v6) {
+    if constexpr (N == 5) return hn::Add(hn::Add(v0, v4), hn::Add(hn::ShiftLeft<2>(hn::Add(v1, v3)), hn::Mul(v2, hn::Set(d16, 6))));
+    const auto six = hn::Set(d16, 6), fifteen = hn::Set(d16, 15), twenty = hn::Set(d16, 20);
+    return hn::Add(hn::Add(hn::Add(v0, v6), hn::Mul(hn::Add(v1, v5), six)),
+                   hn::Add(hn::Mul(hn::Add(v2, v4), fifteen), hn::Mul(v3, twenty)));
+  };
+  const auto output = [&](int at) {
+    hn::Vec<decltype(d16)> v[7];
+    for (int i = 0; i < N; ++i) v[i] = hn::LoadU(d16, columns + at - R + i);
+    hn::Vec<decltype(d16)> r;
+    if constexpr (Uniform) {
+      auto sum = v[0];
+      for (int i = 1; i < N; ++i) sum = hn::Add(sum, v[i]);
+      r = N == 5 ? hn::ShiftRight<2>(hn::MulHigh(sum, hn::Set(d16, 10485)))
+                 : hn::ShiftRight<3>(hn::MulHigh(sum, hn::Set(d16, 10699)));
+    } else if constexpr (N == 5) {
+      r = hn::ShiftRight<8>(weighted(v[0], v[1], v[2], v[3], v[4], v[0], v[0]));
+    } else {
+      hn::Vec<decltype(d16)> hi[7], lo[7];
+      const auto mask = hn::Set(d16, 63);
+      for (int i = 0; i < 7; ++i) hi[i] = hn::ShiftRight<6>(v[i]), lo[i] = hn::And(v[i], mask);
+      const auto sh = weighted(hi[0], hi[1], hi[2], hi[3], hi[4], hi[5], hi[6]);
+      const auto sl = weighted(lo[0], lo[1], lo[2], lo[3], lo[4], lo[5], lo[6]);
+      r = hn::ShiftRight<6>(hn::Add(sh, hn::ShiftRight<6>(sl)));
+    }
+    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, r)), d8, out + at);
   };
   x = x0;
-  for (; x + lanes <= x1; x += lanes) {
-    auto sum = hn::Zero(d32);
-    for (int i = 0; i < N; ++i) {
-      const auto p = hn::PromoteTo(d32, hn::LoadU(dh, columns + x - R + i));
-      sum = Uniform ? hn::Add(sum, p) : hn::Add(sum, hn::Mul(p, hn::Set(d32, w[i])));
-    }
-    hn::StoreU(hn::DemoteTo(d8q, finish(sum)), d8q, out + x);
-  }
+  for (; x + lanes16 <= x1; x += lanes16) output(x);
+  if (x < x1 && x1 - x0 >= lanes16) output(x1 - lanes16), x = x1;  // overlapping last step
   for (; x < x1; ++x) {
     uint32_t sum = 0;
     for (int i = 0; i < N; ++i) sum += Uniform ? columns[x - R + i] : columns[x - R + i] * static_cast<uint32_t>(w[i]);
-    out[x] = static_cast<uint8_t>(Uniform ? sum * static_cast<uint32_t>(scale) >> 23 : sum >> (N == 5 ? 8 : 12));
+    out[x] = static_cast<uint8_t>(Uniform ? sum * static_cast<uint32_t>(N == 5 ? 335544 : 171196) >> 23
+                                          : sum >> (N == 5 ? 8 : 12));
   }
 }
 
@@ -178,41 +323,45 @@ void ColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int co
 }
 
 // The running sum along the row is a prefix sum of the differences cells[x + window - 1] -
-// cells[x - 1]: four lanes at a time, scanned inside the vector (two shifted adds) and carried
-// from the last lane. Wrapping 32-bit arithmetic, so the sums are those of the scalar loop.
-void BoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, uint32_t* scratch) {
+// cells[x - 1]: a whole vector at a time, scanned inside the vector (log2(lanes) shifted adds,
+// each a lane permute with the low lanes zeroed) and carried from the last lane; the product and
+// the shift follow at once. Wrapping 32-bit arithmetic, so the sums are those of the scalar loop.
+void BoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
   uint32_t sum = 0;
   for (int i = 0; i < window; ++i) sum += cells[i];
-  scratch[0] = sum;
+  out[0] = static_cast<uint8_t>((sum * scale) >> 24);
   int x = 1;
 #if HWY_TARGET != HWY_SCALAR
-  const hn::FixedTag<uint32_t, 4> d4;
-  auto carry = hn::Set(d4, sum);
-  for (; x + 4 <= count; x += 4) {
-    auto d = hn::Sub(hn::LoadU(d4, cells + x + window - 1), hn::LoadU(d4, cells + x - 1));
-    d = hn::Add(d, hn::ShiftLeftLanes<1>(d4, d));
-    d = hn::Add(d, hn::ShiftLeftLanes<2>(d4, d));
-    const auto s = hn::Add(d, carry);
-    hn::StoreU(s, d4, scratch + x);
-    carry = hn::Broadcast<3>(s);
-  }
-  if (x > 1) sum = scratch[x - 1];
-#endif
-  for (; x < count; ++x) {
-    sum += cells[x + window - 1] - cells[x - 1];
-    scratch[x] = sum;
-  }
   const hn::ScalableTag<uint32_t> d32;
   const hn::Rebind<int32_t, decltype(d32)> di;
   const hn::Rebind<uint8_t, decltype(d32)> d8;
   const int lanes = static_cast<int>(hn::Lanes(d32));
+  constexpr int kMaxLanes = HWY_MAX_BYTES / 4;
+  int32_t table[6][kMaxLanes];
+  int steps = 0;
+  for (int k = 1; k < lanes; k *= 2, ++steps)
+    for (int i = 0; i < lanes; ++i) table[steps][i] = i >= k ? i - k : 0;
+  for (int i = 0; i < lanes; ++i) table[steps][i] = lanes - 1;  // broadcast of the last lane
+  using Idx = decltype(hn::SetTableIndices(d32, table[0]));
+  Idx shift[6];
+  hn::Mask<decltype(d32)> low[6];
+  for (int j = 0, k = 1; j < steps; ++j, k *= 2) shift[j] = hn::SetTableIndices(d32, table[j]), low[j] = hn::FirstN(d32, k);
+  const Idx last = hn::SetTableIndices(d32, table[steps]);
   const auto vScale = hn::Set(d32, scale);
-  x = 0;
+  auto carry = hn::Set(d32, sum);
   for (; x + lanes <= count; x += lanes) {
-    const auto v = hn::ShiftRight<24>(hn::Mul(hn::LoadU(d32, scratch + x), vScale));
-    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, v)), d8, out + x);
+    auto d = hn::Sub(hn::LoadU(d32, cells + x + window - 1), hn::LoadU(d32, cells + x - 1));
+    for (int j = 0; j < steps; ++j) d = hn::Add(d, hn::IfThenZeroElse(low[j], hn::TableLookupLanes(d, shift[j])));
+    const auto s = hn::Add(d, carry);
+    carry = hn::TableLookupLanes(s, last);
+    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRight<24>(hn::Mul(s, vScale)))), d8, out + x);
   }
-  for (; x < count; ++x) out[x] = static_cast<uint8_t>((scratch[x] * scale) >> 24);
+  if (x > 1) sum = hn::GetLane(carry);
+#endif
+  for (; x < count; ++x) {
+    sum += cells[x + window - 1] - cells[x - 1];
+    out[x] = static_cast<uint8_t>((sum * scale) >> 24);
+  }
 }
 
 }  // namespace kelmira::HWY_NAMESPACE
@@ -235,8 +384,8 @@ void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out,
 void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
   HWY_DYNAMIC_DISPATCH(ColumnUpdate)(sums, add, sub, count);
 }
-void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, uint32_t* scratch) {
-  HWY_DYNAMIC_DISPATCH(BoxRow)(cells, window, scale, out, count, scratch);
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
+  HWY_DYNAMIC_DISPATCH(BoxRow)(cells, window, scale, out, count);
 }
 }  // namespace kelmira::predefined
 #endif

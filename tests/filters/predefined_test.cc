@@ -170,7 +170,7 @@ TEST(Predefined3x3, EveryFilterMatchesTheTable) {
   for (const Filter& f : kFilters)
     for (int wide : {0, 1}) {
       kt::WideSetting setting(wide);
-      for (int round = 0; round < 24; ++round) {
+      for (int round = 0; round < 16; ++round) {
         const int w = 2 + kt::Rng()() % 39, h = 2 + kt::Rng()() % 39;
         const bool inPlace = round % 3 == 2;
         CheckGray<ZBW8>(f, f.f8, w, h, round % 8, inPlace, round % 2 == 0);
