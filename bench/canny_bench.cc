@@ -40,8 +40,10 @@ struct Pipeline {
   }
   void Histogram(uint32_t* h) {
     std::fill(h, h + 256, 0u);
-    for (int y = 0; y < magnitude.GetHeight(); ++y)
-      for (int x = 0; x < magnitude.GetWidth(); ++x) ++h[magnitude.GetImagePtr(x, y)->value];
+    for (int y = 0; y < magnitude.GetHeight(); ++y) {
+      const ZBW8* row = magnitude.GetImagePtr(0, y);
+      for (int x = 0; x < magnitude.GetWidth(); ++x) ++h[row[x].value];
+    }
   }
   kb::Shared<ZBW8> src, dst;
   ZImage<ZBW32> gradient, direction;
