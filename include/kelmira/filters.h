@@ -156,6 +156,7 @@ KELMIRA_API void LumConvolSymmetricKernel(ZROI<ZBW8>* source, ZROI<ZBW8>* destin
 KELMIRA_API void LumConvolSymmetricKernel(ZROI<ZBW16>* source, ZROI<ZBW16>* destination, ZKernel* kernel);
 KELMIRA_API void LumConvolSymmetricKernel(ZROI<ZC24>* source, ZROI<ZC24>* destination, ZKernel* kernel);
 
+#include "kelmira/filters/canny.h"
 #include "kelmira/filters/predefined.h"
 
 #endif  // KELMIRA_FILTERS_H

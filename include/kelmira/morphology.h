@@ -119,5 +119,6 @@ KELMIRA_API void LumBlackTopHat(ZROI<ZC24>* source, ZROI<ZC24>* destination, int
                                 ZC24 secondBorder);
 
 #include "kelmira/morphology/bw1.h"
+#include "kelmira/morphology/median.h"
 
 #endif  // KELMIRA_MORPHOLOGY_H
