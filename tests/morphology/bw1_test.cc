@@ -151,7 +151,9 @@ Operator Disk(int kind, unsigned r) {
       [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][1](s, d, r); },
       [=](const Plane& in) { return Compose(kind, in, [=](const Plane& p, bool max) { return RefDisk(p, r, max); }); }};
 }
-Operator Median() { return {"Median", LumMedian, LumMedianAligned, RefMedian}; }
+// LumMedian is overloaded (BW8 too): name the one-bit form.
+void (*const kMedianBW1)(ZROI<ZBW1>*, ZROI<ZBW1>*) = LumMedian;
+Operator Median() { return {"Median", kMedianBW1, LumMedianAligned, RefMedian}; }
 
 std::vector<Operator> AllOperators() {
   std::vector<Operator> ops;
@@ -355,7 +357,7 @@ TEST(BW1Morphology, BadInputIsReportedWithTheOperatorsTraceAndWritesNothing) {
                        disk ? Fn([kind](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][0](s, d, 2); })
                             : Fn([kind](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kBox[kind][0](s, d, 1, 2); })});
     }
-  forms.push_back({"LumMedian (BW1)", "LumMedian (BW1)", LumMedian});
+  forms.push_back({"LumMedian (BW1)", "LumMedian (BW1)", kMedianBW1});
   for (const Form& f : forms) {
     SCOPED_TRACE(f.trace);
     struct Case {
