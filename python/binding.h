@@ -1,0 +1,290 @@
+// The machinery of the Python module: NumPy arrays as views (no copy), optional destinations,
+// errors raised from the thread's error state, and one template that turns an operator's C++
+// signature into its Python form, so that each family binds its forms from a table.
+#ifndef KELMIRA_PYTHON_BINDING_H
+#define KELMIRA_PYTHON_BINDING_H
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include <climits>
+#include <cstring>
+#include <new>
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "kelmira/kelmira.h"
+
+namespace py = pybind11;
+
+namespace kpy {
+
+// How a pixel type lies in a NumPy array: dtype kind and size, and the length of the last axis
+// for colour types (1 for gray: a 2-D array).
+template <class T> struct Pixel;
+#define KPY_PIXEL(T, Kind, Size, Channels, Name, Layout)  \
+  template <> struct Pixel<T> {                            \
+    static constexpr char kind = Kind;                     \
+    static constexpr int size = Size;                      \
+    static constexpr int channels = Channels;              \
+    static constexpr const char* name = Name;              \
+    static constexpr char layout[] = Layout;                \
+  };
+KPY_PIXEL(ZBW8, 'u', 1, 1, "BW8", "uint8 (h, w)")
+KPY_PIXEL(ZBW16, 'u', 2, 1, "BW16", "uint16 (h, w)")
+KPY_PIXEL(ZBW32, 'u', 4, 1, "BW32", "uint32 (h, w)")
+KPY_PIXEL(ZINT32, 'i', 4, 1, "INT32", "int32 (h, w)")
+KPY_PIXEL(ZFLOAT32, 'f', 4, 1, "FLOAT32", "float32 (h, w)")
+KPY_PIXEL(ZFLOAT64, 'f', 8, 1, "FLOAT64", "float64 (h, w)")
+KPY_PIXEL(ZC24, 'u', 1, 3, "C24", "uint8 (h, w, 3)")
+KPY_PIXEL(ZC24A, 'u', 1, 4, "C24A", "uint8 (h, w, 4)")
+#undef KPY_PIXEL
+
+// Checks that `array` can be a view of pixel type T and returns the view's geometry. Returns
+// false when the dtype or layout belongs to another pixel type (so that another overload may take
+// it); raises TypeError or ValueError when the array has this type's dtype but cannot be a view.
+struct Geometry {
+  void* pixels = nullptr;
+  int width = 0, height = 0, pitch = 0;
+};
+bool Inspect(const py::array& array, char kind, int size, int channels, const char* name,
+             const char* layout, bool writable, Geometry* out);
+
+// An image argument: the array's pixels seen as a ZImage (SetImagePtr, no copy).
+template <class T>
+struct Src {
+  ZImage<T> view;
+  int width = 0, height = 0;
+};
+
+// A destination: a given array (written in place) or None (a new array of the first source's
+// size is made before the call and returned).
+template <class T>
+struct Dst {
+  ZImage<T> view;
+  py::object array;
+  bool given = false;
+
+  void Allocate(int width, int height);
+};
+
+py::object Zeros(py::tuple shape, const char* dtype);
+
+template <class T>
+void Dst<T>::Allocate(int width, int height) {
+  static const char* dtypes[] = {"", "uint8", "uint16", "", "uint32", "", "", "", "float64"};
+  const char* dtype = Pixel<T>::kind == 'i' ? "int32" : Pixel<T>::kind == 'f' && Pixel<T>::size == 4
+                                                                            ? "float32"
+                                                                            : dtypes[Pixel<T>::size];
+  py::tuple shape = Pixel<T>::channels == 1 ? py::make_tuple(height, width)
+                                            : py::make_tuple(height, width, Pixel<T>::channels);
+  array = Zeros(shape, dtype);
+  auto a = py::reinterpret_borrow<py::array>(array);
+  view.SetImagePtr(width, height, a.mutable_data(), static_cast<int>(a.strides(0)));
+}
+
+// Raises kelmira.Error from the calling thread's error state when it holds an error.
+void RaiseIfError();
+
+// ---------------------------------------------------------------------------------------------
+// From a C++ parameter type to its Python form: `type` is what the Python side passes, get()
+// what the operator receives, Collect() adds what the call hands back (destinations, counts).
+// ---------------------------------------------------------------------------------------------
+struct Frame {
+  int width = -1, height = -1;
+  py::list results;
+};
+
+template <class A, class = void>
+struct Arg {  // numbers, kernels and other plain parameters pass through
+  using type = A;
+  static A get(type& v) { return v; }
+  static void Note(Frame&, type&) {}
+  static void Collect(Frame&, type&) {}
+};
+template <class A>
+struct Arg<A, std::enable_if_t<std::is_enum_v<A>>> {  // enumerations as ints (IntEnum on top)
+  using type = int;
+  static A get(int& v) { return static_cast<A>(v); }
+  static void Note(Frame&, int&) {}
+  static void Collect(Frame&, int&) {}
+};
+#define KPY_SCALAR_ARG(T, Builtin)                            \
+  template <>                                                 \
+  struct Arg<T> {                                             \
+    using type = Builtin;                                     \
+    static T get(Builtin& v) { return T(v); }                 \
+    static void Note(Frame&, Builtin&) {}                     \
+    static void Collect(Frame&, Builtin&) {}                  \
+  };
+KPY_SCALAR_ARG(ZBW1, uint8_t)
+KPY_SCALAR_ARG(ZBW8, uint8_t)
+KPY_SCALAR_ARG(ZBW16, uint16_t)
+KPY_SCALAR_ARG(ZBW32, uint32_t)
+#undef KPY_SCALAR_ARG
+template <>
+struct Arg<ZC24> {  // a colour constant as (c0, c1, c2), in memory order
+  using type = std::tuple<uint8_t, uint8_t, uint8_t>;
+  static ZC24 get(type& v) { return ZC24(std::get<0>(v), std::get<1>(v), std::get<2>(v)); }
+  static void Note(Frame&, type&) {}
+  static void Collect(Frame&, type&) {}
+};
+template <>
+struct Arg<ZColor> {
+  using type = std::tuple<float, float, float>;
+  static ZColor get(type& v) { return ZColor(std::get<0>(v), std::get<1>(v), std::get<2>(v)); }
+  static void Note(Frame&, type&) {}
+  static void Collect(Frame&, type&) {}
+};
+template <>
+struct Arg<int&> {  // an in-out count: passed in, handed back after the destination
+  using type = int;
+  static int& get(int& v) { return v; }
+  static void Note(Frame&, int&) {}
+  static void Collect(Frame& f, int& v) { f.results.append(v); }
+};
+template <class T>
+struct SrcArg {
+  using type = Src<T>&;
+  static ZROI<T>* get(Src<T>& s) { return &s.view; }
+  static void Note(Frame& f, Src<T>& s) {
+    if (f.width < 0) f.width = s.width, f.height = s.height;
+  }
+  static void Collect(Frame&, Src<T>&) {}
+};
+template <class T>
+struct Arg<const ZROI<T>*> : SrcArg<T> {};
+template <class T>
+struct Arg<ZROI<T>*> : SrcArg<T> {};
+
+// A table (ZBW8Vector, ZBW16Vector) from any 1-D array: its elements are copied in.
+template <class Vc>
+struct Vec {
+  Vc vector;
+};
+template <class Vc>
+struct VecArg {
+  using type = Vec<Vc>&;
+  static Vc* get(Vec<Vc>& v) { return &v.vector; }
+  static void Note(Frame&, Vec<Vc>&) {}
+  static void Collect(Frame&, Vec<Vc>&) {}
+};
+template <>
+struct Arg<ZBW8Vector*> : VecArg<ZBW8Vector> {};
+template <>
+struct Arg<ZBW16Vector*> : VecArg<ZBW16Vector> {};
+
+template <class A>
+struct DstArg;
+template <class T>
+struct DstArg<ZROI<T>*> {
+  using type = Dst<T>&;
+  static ZROI<T>* get(Dst<T>& d) { return &d.view; }
+  static void Note(Frame&, Dst<T>&) {}
+  static void Make(Frame& f, Dst<T>& d) {
+    if (d.given) return;
+    if (f.width < 0) throw py::type_error("this form needs its destination: its size comes from no source");
+    d.Allocate(f.width, f.height);
+  }
+  static void Collect(Frame& f, Dst<T>& d) { f.results.append(d.array); }
+};
+
+// Parameter I of the form is a destination when bit I of Mask is set.
+template <unsigned Mask, size_t I, class A>
+using PyArg = std::conditional_t<((Mask >> I) & 1u) != 0, DstArg<A>, Arg<A>>;
+
+// Sources note the size in the first fold; destinations are allocated only once every source
+// has been seen, whatever their order.
+template <unsigned Mask, size_t I, class A, class V>
+void DstArgNote(Frame& frame, V& value) {
+  if constexpr (((Mask >> I) & 1u) != 0) DstArg<A>::Make(frame, value);
+}
+
+template <unsigned Mask, class R, class... A, size_t... I>
+auto Wrap(R (*f)(A...), std::index_sequence<I...>) {
+  return [f](typename PyArg<Mask, I, A>::type... a) -> py::object {
+    Frame frame;
+    (PyArg<Mask, I, A>::Note(frame, a), ...);  // first the sources give the size,
+    (DstArgNote<Mask, I, A>(frame, a), ...);   // then the missing destinations are made
+    {
+      py::gil_scoped_release release;
+      f(PyArg<Mask, I, A>::get(a)...);
+    }
+    RaiseIfError();
+    (PyArg<Mask, I, A>::Collect(frame, a), ...);
+    if (frame.results.size() == 1) return frame.results[0];
+    if (frame.results.size() == 0) return py::none();
+    return py::tuple(frame.results);
+  };
+}
+
+const char* Doc(const char* name);
+
+// Binds one C++ form under `name`. Bit I of Mask marks parameter I as a destination.
+template <unsigned Mask, class R, class... A, class... Extra>
+void Def(py::module_& m, const char* name, R (*f)(A...), const Extra&... extra) {
+  m.def(name, Wrap<Mask>(f, std::index_sequence_for<A...>{}), extra..., py::doc(Doc(name)));
+}
+
+// The families, each in its own file.
+void BindCore(py::module_& m);
+void BindPixelwise(py::module_& m);
+void BindFilters(py::module_& m);
+void BindMorphology(py::module_& m);
+
+}  // namespace kpy
+
+// NumPy arrays into Src and Dst.
+namespace pybind11::detail {
+template <class T>
+struct type_caster<kpy::Src<T>> {
+  PYBIND11_TYPE_CASTER(kpy::Src<T>, const_name("ndarray[") + const_name(kpy::Pixel<T>::layout) + const_name("]"));
+  bool load(handle src, bool) {
+    if (!isinstance<array>(src)) return false;
+    kpy::Geometry g;
+    using P = kpy::Pixel<T>;
+    if (!kpy::Inspect(reinterpret_borrow<array>(src), P::kind, P::size, P::channels, P::name, P::layout, false, &g))
+      return false;
+    value.view.SetImagePtr(g.width, g.height, g.pixels, g.pitch);
+    value.width = g.width;
+    value.height = g.height;
+    return true;
+  }
+};
+template <class T>
+struct type_caster<kpy::Dst<T>> {
+  PYBIND11_TYPE_CASTER(kpy::Dst<T>, const_name("ndarray[") + const_name(kpy::Pixel<T>::layout) + const_name("] | None"));
+  bool load(handle src, bool) {
+    if (src.is_none()) return true;  // made before the call
+    if (!isinstance<array>(src)) return false;
+    kpy::Geometry g;
+    using P = kpy::Pixel<T>;
+    if (!kpy::Inspect(reinterpret_borrow<array>(src), P::kind, P::size, P::channels, P::name, P::layout, true, &g))
+      return false;
+    value.view.SetImagePtr(g.width, g.height, g.pixels, g.pitch);
+    value.array = reinterpret_borrow<object>(src);
+    value.given = true;
+    return true;
+  }
+};
+template <class Vc>
+struct type_caster<kpy::Vec<Vc>> {
+  using Element = std::remove_pointer_t<decltype(std::declval<Vc>().GetDataPtr())>;
+  using Builtin = decltype(Element().value);
+  PYBIND11_TYPE_CASTER(kpy::Vec<Vc>, const_name("ndarray[1-D table]"));
+  bool load(handle src, bool) {
+    if (!isinstance<array>(src)) return false;
+    auto a = array_t<Builtin, array::c_style | array::forcecast>::ensure(src);
+    if (!a || a.ndim() != 1) return false;
+    value.vector.SetNumElements(static_cast<unsigned>(a.shape(0)));
+    if (a.shape(0) > 0 && value.vector.GetDataPtr() == nullptr) throw std::bad_alloc();
+    if (a.shape(0) > 0) std::memcpy(static_cast<void*>(value.vector.GetDataPtr()), a.data(), sizeof(Builtin) * a.shape(0));
+    return true;
+  }
+};
+}  // namespace pybind11::detail
+
+#endif  // KELMIRA_PYTHON_BINDING_H
