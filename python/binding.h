@@ -95,56 +95,60 @@ void RaiseIfError();
 // ---------------------------------------------------------------------------------------------
 struct Frame {
   int width = -1, height = -1;
-  py::list results;
+  py::object results[4];
+  int count = 0;
+  void Add(py::object o) { results[count++] = std::move(o); }
+};
+
+// A number or a tuple that never takes an array. Without this, every overload tried with an
+// array where a number stands would go through NumPy's __index__, raise and clear a Python
+// exception: most of the cost of a call.
+template <class B>
+struct Scalar {
+  B v;
 };
 
 template <class A, class = void>
-struct Arg {  // numbers, kernels and other plain parameters pass through
+struct Arg {  // kernels and other plain parameters pass through
   using type = A;
   static A get(type& v) { return v; }
   static void Note(Frame&, type&) {}
   static void Collect(Frame&, type&) {}
 };
+template <class A, class Builtin>
+struct ScalarArg {
+  using type = Scalar<Builtin>;
+  static A get(type& v) {
+    if constexpr (std::is_enum_v<A>) {
+      return static_cast<A>(v.v);
+    } else if constexpr (std::is_same_v<A, ZC24>) {
+      return ZC24(std::get<0>(v.v), std::get<1>(v.v), std::get<2>(v.v));
+    } else if constexpr (std::is_same_v<A, ZColor>) {
+      return ZColor(std::get<0>(v.v), std::get<1>(v.v), std::get<2>(v.v));
+    } else {
+      return A(v.v);
+    }
+  }
+  static void Note(Frame&, type&) {}
+  static void Collect(Frame&, type&) {}
+};
+template <class A>  // enumerations as ints (IntEnum on top)
+struct Arg<A, std::enable_if_t<std::is_enum_v<A>>> : ScalarArg<A, int> {};
 template <class A>
-struct Arg<A, std::enable_if_t<std::is_enum_v<A>>> {  // enumerations as ints (IntEnum on top)
-  using type = int;
-  static A get(int& v) { return static_cast<A>(v); }
-  static void Note(Frame&, int&) {}
-  static void Collect(Frame&, int&) {}
-};
-#define KPY_SCALAR_ARG(T, Builtin)                            \
-  template <>                                                 \
-  struct Arg<T> {                                             \
-    using type = Builtin;                                     \
-    static T get(Builtin& v) { return T(v); }                 \
-    static void Note(Frame&, Builtin&) {}                     \
-    static void Collect(Frame&, Builtin&) {}                  \
-  };
-KPY_SCALAR_ARG(ZBW1, uint8_t)
-KPY_SCALAR_ARG(ZBW8, uint8_t)
-KPY_SCALAR_ARG(ZBW16, uint16_t)
-KPY_SCALAR_ARG(ZBW32, uint32_t)
-#undef KPY_SCALAR_ARG
-template <>
-struct Arg<ZC24> {  // a colour constant as (c0, c1, c2), in memory order
-  using type = std::tuple<uint8_t, uint8_t, uint8_t>;
-  static ZC24 get(type& v) { return ZC24(std::get<0>(v), std::get<1>(v), std::get<2>(v)); }
-  static void Note(Frame&, type&) {}
-  static void Collect(Frame&, type&) {}
-};
-template <>
-struct Arg<ZColor> {
-  using type = std::tuple<float, float, float>;
-  static ZColor get(type& v) { return ZColor(std::get<0>(v), std::get<1>(v), std::get<2>(v)); }
-  static void Note(Frame&, type&) {}
-  static void Collect(Frame&, type&) {}
-};
+struct Arg<A, std::enable_if_t<std::is_arithmetic_v<A>>> : ScalarArg<A, A> {};
+template <> struct Arg<ZBW1> : ScalarArg<ZBW1, uint8_t> {};
+template <> struct Arg<ZBW8> : ScalarArg<ZBW8, uint8_t> {};
+template <> struct Arg<ZBW16> : ScalarArg<ZBW16, uint16_t> {};
+template <> struct Arg<ZBW32> : ScalarArg<ZBW32, uint32_t> {};
+// A colour constant as (c0, c1, c2), in memory order; gains and offsets as three floats.
+template <> struct Arg<ZC24> : ScalarArg<ZC24, std::tuple<uint8_t, uint8_t, uint8_t>> {};
+template <> struct Arg<ZColor> : ScalarArg<ZColor, std::tuple<float, float, float>> {};
 template <>
 struct Arg<int&> {  // an in-out count: passed in, handed back after the destination
   using type = int;
   static int& get(int& v) { return v; }
   static void Note(Frame&, int&) {}
-  static void Collect(Frame& f, int& v) { f.results.append(v); }
+  static void Collect(Frame& f, int& v) { f.Add(py::int_(v)); }
 };
 template <class T>
 struct SrcArg {
@@ -189,7 +193,7 @@ struct DstArg<ZROI<T>*> {
     if (f.width < 0) throw py::type_error("this form needs its destination: its size comes from no source");
     d.Allocate(f.width, f.height);
   }
-  static void Collect(Frame& f, Dst<T>& d) { f.results.append(d.array); }
+  static void Collect(Frame& f, Dst<T>& d) { f.Add(d.array); }
 };
 
 // Parameter I of the form is a destination when bit I of Mask is set.
@@ -215,9 +219,10 @@ auto Wrap(R (*f)(A...), std::index_sequence<I...>) {
     }
     RaiseIfError();
     (PyArg<Mask, I, A>::Collect(frame, a), ...);
-    if (frame.results.size() == 1) return frame.results[0];
-    if (frame.results.size() == 0) return py::none();
-    return py::tuple(frame.results);
+    if (frame.count == 1) return std::move(frame.results[0]);
+    py::tuple out(frame.count);
+    for (int i = 0; i < frame.count; ++i) out[i] = std::move(frame.results[i]);
+    return out;
   };
 }
 
@@ -267,6 +272,17 @@ struct type_caster<kpy::Dst<T>> {
     value.view.SetImagePtr(g.width, g.height, g.pixels, g.pitch);
     value.array = reinterpret_borrow<object>(src);
     value.given = true;
+    return true;
+  }
+};
+template <class B>
+struct type_caster<kpy::Scalar<B>> {
+  PYBIND11_TYPE_CASTER(kpy::Scalar<B>, make_caster<B>::name);
+  bool load(handle src, bool convert) {
+    if (isinstance<array>(src)) return false;
+    make_caster<B> inner;
+    if (!inner.load(src, convert)) return false;
+    value.v = cast_op<B>(std::move(inner));
     return true;
   }
 };

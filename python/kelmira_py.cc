@@ -50,26 +50,26 @@ bool Inspect(const py::array& a, char kind, int size, int channels, const char* 
   const int nd = static_cast<int>(a.ndim());
   const bool colourShape = nd == 3 && kind == 'u' && size == 1 && (a.shape(2) == 3 || a.shape(2) == 4);
   if (channels == 1 ? colourShape : (nd == 2 || (colourShape && a.shape(2) != channels))) return false;
-  const std::string what = std::string(name) + " image";
+  auto what = [&] { return std::string(name) + " image"; };  // messages only: no string on success
   if (channels == 1 ? nd != 2 : !colourShape)
     throw py::type_error("a " + std::string(py::str(dt)) + " image is " + Layouts(kind, size) + "; got shape " +
                          Shape(a));
   const py::ssize_t h = a.shape(0), w = a.shape(1);
-  if (h == 0 || w == 0) throw py::value_error("empty " + what + " (shape " + Shape(a) + ")");
-  if (h > INT_MAX || w > INT_MAX / (size * channels)) throw py::value_error(what + " too large");
+  if (h == 0 || w == 0) throw py::value_error("empty " + what() + " (shape " + Shape(a) + ")");
+  if (h > INT_MAX || w > INT_MAX / (size * channels)) throw py::value_error(what() + " too large");
   const py::ssize_t pixel = size * channels, row = w * pixel;
   if ((w > 1 && a.strides(1) != pixel) || (channels > 1 && a.strides(2) != size))
-    throw py::type_error(what + ": the pixels of a row must be contiguous (" + layout +
+    throw py::type_error(what() + ": the pixels of a row must be contiguous (" + layout +
                          ", last axes of stride " + std::to_string(pixel) + (channels > 1 ? " and " : "") +
                          (channels > 1 ? std::to_string(size) : "") + " bytes); use numpy.ascontiguousarray");
   py::ssize_t pitch = h == 1 ? row : a.strides(0);
-  if (pitch < 0) throw py::type_error(what + ": negative row stride (a flipped array); pass a copy");
-  if (pitch < row) throw py::type_error(what + ": rows overlap (row stride " + std::to_string(pitch) + " bytes)");
-  if (pitch > INT_MAX) throw py::value_error(what + ": row stride too large");
+  if (pitch < 0) throw py::type_error(what() + ": negative row stride (a flipped array); pass a copy");
+  if (pitch < row) throw py::type_error(what() + ": rows overlap (row stride " + std::to_string(pitch) + " bytes)");
+  if (pitch > INT_MAX) throw py::value_error(what() + ": row stride too large");
   const auto address = reinterpret_cast<std::uintptr_t>(a.data());
   if (address % size != 0 || pitch % size != 0)
-    throw py::type_error(what + ": pixels not aligned to their size");
-  if (writable && !a.writeable()) throw py::value_error("destination " + what + " is read-only");
+    throw py::type_error(what() + ": pixels not aligned to their size");
+  if (writable && !a.writeable()) throw py::value_error("destination " + what() + " is read-only");
   out->pixels = const_cast<void*>(a.data());
   out->width = static_cast<int>(w);
   out->height = static_cast<int>(h);
