@@ -119,8 +119,8 @@ template <class A, class Builtin>
 struct ScalarArg {
   using type = Scalar<Builtin>;
   static A get(type& v) {
-    if constexpr (std::is_enum_v<A>) {
-      return static_cast<A>(v.v);
+    if constexpr (std::is_enum_v<A>) {  // any number passes, wrapped to the enumeration's width
+      return static_cast<A>(static_cast<std::underlying_type_t<A>>(v.v));
     } else if constexpr (std::is_same_v<A, ZC24>) {
       return ZC24(std::get<0>(v.v), std::get<1>(v.v), std::get<2>(v.v));
     } else if constexpr (std::is_same_v<A, ZColor>) {
@@ -132,8 +132,8 @@ struct ScalarArg {
   static void Note(Frame&, type&) {}
   static void Collect(Frame&, type&) {}
 };
-template <class A>  // enumerations as ints (IntEnum on top)
-struct Arg<A, std::enable_if_t<std::is_enum_v<A>>> : ScalarArg<A, int> {};
+template <class A>  // enumerations as numbers (IntEnum on top)
+struct Arg<A, std::enable_if_t<std::is_enum_v<A>>> : ScalarArg<A, long long> {};
 template <class A>
 struct Arg<A, std::enable_if_t<std::is_arithmetic_v<A>>> : ScalarArg<A, A> {};
 template <> struct Arg<ZBW1> : ScalarArg<ZBW1, uint8_t> {};
@@ -180,6 +180,13 @@ template <>
 struct Arg<ZBW8Vector*> : VecArg<ZBW8Vector> {};
 template <>
 struct Arg<ZBW16Vector*> : VecArg<ZBW16Vector> {};
+template <>
+struct Arg<ZBWHistogramVector*> : VecArg<ZBWHistogramVector> {};
+
+// A histogram that the operator fills: passed as None (or left out), returned as a uint32 array.
+struct HistogramOut {
+  ZBWHistogramVector vector;
+};
 
 template <class A>
 struct DstArg;
@@ -195,6 +202,29 @@ struct DstArg<ZROI<T>*> {
   }
   static void Collect(Frame& f, Dst<T>& d) { f.Add(d.array); }
 };
+
+template <>
+struct DstArg<ZBWHistogramVector*> {
+  using type = HistogramOut&;
+  static ZBWHistogramVector* get(HistogramOut& h) { return &h.vector; }
+  static void Note(Frame&, HistogramOut&) {}
+  static void Make(Frame&, HistogramOut&) {}
+  static void Collect(Frame& f, HistogramOut& h) {
+    const auto n = static_cast<py::ssize_t>(h.vector.GetNumElements());
+    f.Add(h.vector.GetDataPtr() ? py::array_t<uint32_t>(n, h.vector.GetDataPtr()) : py::array_t<uint32_t>(0));
+  }
+};
+
+// A value returned by the operator comes first among the results; a short int return is the
+// error number, which the exception already carries, and is dropped.
+template <class R>
+py::object ToPython(const R& r) {
+  if constexpr (std::is_class_v<R>) {
+    return py::cast(r.value);  // ZBW8, ZBW16, ...: their number
+  } else {
+    return py::cast(r);
+  }
+}
 
 // Parameter I of the form is a destination when bit I of Mask is set.
 template <unsigned Mask, size_t I, class A>
@@ -213,11 +243,18 @@ auto Wrap(R (*f)(A...), std::index_sequence<I...>) {
     Frame frame;
     (PyArg<Mask, I, A>::Note(frame, a), ...);  // first the sources give the size,
     (DstArgNote<Mask, I, A>(frame, a), ...);   // then the missing destinations are made
+    constexpr bool returns = !std::is_void_v<R> && !std::is_same_v<R, short int>;
+    std::conditional_t<returns, R, int> value{};
     {
       py::gil_scoped_release release;
-      f(PyArg<Mask, I, A>::get(a)...);
+      if constexpr (returns) {
+        value = f(PyArg<Mask, I, A>::get(a)...);
+      } else {
+        f(PyArg<Mask, I, A>::get(a)...);
+      }
     }
     RaiseIfError();
+    if constexpr (returns) frame.Add(ToPython(value));
     (PyArg<Mask, I, A>::Collect(frame, a), ...);
     if (frame.count == 1) return std::move(frame.results[0]);
     py::tuple out(frame.count);
@@ -239,6 +276,7 @@ void BindCore(py::module_& m);
 void BindPixelwise(py::module_& m);
 void BindFilters(py::module_& m);
 void BindMorphology(py::module_& m);
+void BindThresholds(py::module_& m);
 
 }  // namespace kpy
 
@@ -275,6 +313,11 @@ struct type_caster<kpy::Dst<T>> {
     return true;
   }
 };
+template <>
+struct type_caster<kpy::HistogramOut> {
+  PYBIND11_TYPE_CASTER(kpy::HistogramOut, const_name("None"));
+  bool load(handle src, bool) { return src.is_none(); }
+};
 template <class B>
 struct type_caster<kpy::Scalar<B>> {
   PYBIND11_TYPE_CASTER(kpy::Scalar<B>, make_caster<B>::name);
@@ -289,7 +332,11 @@ struct type_caster<kpy::Scalar<B>> {
 template <class Vc>
 struct type_caster<kpy::Vec<Vc>> {
   using Element = std::remove_pointer_t<decltype(std::declval<Vc>().GetDataPtr())>;
-  using Builtin = decltype(Element().value);
+  template <class E>
+  static auto BuiltinOf(E* e) {
+    if constexpr (std::is_class_v<E>) return e->value; else return *e;
+  }
+  using Builtin = decltype(BuiltinOf(static_cast<Element*>(nullptr)));
   PYBIND11_TYPE_CASTER(kpy::Vec<Vc>, const_name("ndarray[1-D table]"));
   bool load(handle src, bool) {
     if (!isinstance<array>(src)) return false;

@@ -14,7 +14,7 @@ headers = sorted(include_dir.rglob("*.h"))
 docs = {}     # operator name -> list of text blocks
 enums = {}    # enum name -> list of (member, value)
 decl = re.compile(r"KELMIRA_API\s+[\w:<>\s\*&]*?\b(Lum\w+|Z\w+)\s*\(")
-enum_head = re.compile(r"^enum\s+(\w+)\s*(?::\s*\w+\s*)?\{")
+enum_head = re.compile(r"^enum\s+(\w+)\s*(?::\s*[\w ]+?\s*)?\{")
 
 for header in headers:
     lines = header.read_text().splitlines()

@@ -147,4 +147,5 @@ PYBIND11_MODULE(_kelmira, m) {
   kpy::BindPixelwise(m);
   kpy::BindFilters(m);
   kpy::BindMorphology(m);
+  kpy::BindThresholds(m);
 }

@@ -29,8 +29,12 @@ def test_tiles_meet_without_seams():
 
 def test_distributed_in_process_cluster():
     distributed = pytest.importorskip("distributed")
+    import dask
     stack = dask_stack.make_stack(count=2, height=40, width=50, tile=(1, 20, 25))
-    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=False,
-                                  dashboard_address=None) as cluster, distributed.Client(cluster) as client:
-        result = client.compute(dask_stack.pipeline(stack)).result()
+    # Generous timeouts: the machine may be busy, and a sanitized build is slow to start.
+    with dask.config.set({"distributed.comm.timeouts.connect": "180s", "distributed.comm.timeouts.tcp": "180s"}), \
+            distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=False,
+                                     dashboard_address=None) as cluster, \
+            distributed.Client(cluster, timeout=180) as client:
+        result = client.compute(dask_stack.pipeline(stack)).result(timeout=180)
     np.testing.assert_array_equal(result, single_calls(stack.compute(scheduler="sync")))

@@ -100,3 +100,15 @@ def test_thin_returns_destination_and_count():
     with pytest.raises(K.Error) as e:
         K.LumThin(a, None, K.ZKernel(K.KERNEL_THIN_1), 3, 10)
     assert e.value.number == 1014 and e.value.trace == ["LumThin"]
+
+
+def test_histograms_as_arrays(rng):
+    a = gray(rng, 13, 17)
+    h = K.LumHistogram(a)
+    assert h.dtype == np.uint32
+    np.testing.assert_array_equal(h, np.bincount(a.ravel(), minlength=256))
+    np.testing.assert_array_equal(K.LumCumulateHistogram(h), np.cumsum(h))
+    assert K.LumAnalyseHistogram(h, K.LUM_HISTOGRAM_FEATURE_AVERAGE) == pytest.approx(a.mean(), rel=1e-5)
+    below = np.concatenate([[0], np.cumsum(h)[:-1]])
+    np.testing.assert_array_equal(K.LumEqualize(a), (below * 255 // a.size)[a])
+    assert 0 <= K.LumAutoThreshold(a, K.LUM_THRESHOLD_MODE_ISODATA, 0.0) <= 255
