@@ -55,12 +55,14 @@ void BindMorphology(py::module_& m) {
   BoxAndDisk<ZBW8>(m);
   BoxAndDisk<ZBW16>(m);
   BoxAndDisk<ZC24>(m);
+  BoxAndDisk<ZBW1>(m);
   Bordered<short int, ZBW8>(m);
   Bordered<void, ZC24>(m);
   ThinThick<short int, ZBW8>(m, "LumThin", &LumThin, "LumThick", &LumThick);
   ThinThick<short int, ZBW8>(m, "LumBiLevelThin", &LumBiLevelThin, "LumBiLevelThick", &LumBiLevelThick);
   ThinThick<void, ZBW16>(m, "LumThin", &LumThin, "LumThick", &LumThick);
   ThinThick<void, ZC24>(m, "LumThin", &LumThin, "LumThick", &LumThick);
+  ThinThick<short int, ZBW1>(m, "LumThin", &LumThin, "LumThick", &LumThick);
 }
 
 }  // namespace kpy

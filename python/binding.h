@@ -73,6 +73,30 @@ struct Dst {
 
 py::object Zeros(py::tuple shape, const char* dtype);
 
+// A packed one-bit image: rows of bytes, the first pixel `bitOffset` bits into each row's first
+// byte (bit 7 being offset 0). Its rows are a uint8 array, so slices of it are views too.
+struct Bits {
+  py::array_t<uint8_t> bytes;
+  int width = 0, height = 0, bitOffset = 0;
+};
+// A one-bit view of a Bits: the rows as an image, the view at the bit offset inside it.
+template <>
+struct Src<ZBW1> {
+  ZImage<ZBW1> rows;
+  ZROI<ZBW1> view;
+  int width = 0, height = 0;
+  void Attach(const Bits& b);
+};
+template <>
+struct Dst<ZBW1> {
+  ZImage<ZBW1> rows;
+  ZROI<ZBW1> view;
+  py::object array;
+  bool given = false;
+  void Attach(const Bits& b);
+  void Allocate(int width, int height);
+};
+
 template <class T>
 void Dst<T>::Allocate(int width, int height) {
   static const char* dtypes[] = {"", "uint8", "uint16", "", "uint32", "", "", "", "float64"};
@@ -277,6 +301,7 @@ void BindPixelwise(py::module_& m);
 void BindFilters(py::module_& m);
 void BindMorphology(py::module_& m);
 void BindThresholds(py::module_& m);
+void BindBits(py::module_& m);
 
 }  // namespace kpy
 
@@ -317,6 +342,27 @@ template <>
 struct type_caster<kpy::HistogramOut> {
   PYBIND11_TYPE_CASTER(kpy::HistogramOut, const_name("None"));
   bool load(handle src, bool) { return src.is_none(); }
+};
+template <>
+struct type_caster<kpy::Src<ZBW1>> {
+  PYBIND11_TYPE_CASTER(kpy::Src<ZBW1>, const_name("Bits"));
+  bool load(handle src, bool) {
+    if (!isinstance<kpy::Bits>(src)) return false;
+    value.Attach(src.cast<const kpy::Bits&>());
+    return true;
+  }
+};
+template <>
+struct type_caster<kpy::Dst<ZBW1>> {
+  PYBIND11_TYPE_CASTER(kpy::Dst<ZBW1>, const_name("Bits | None"));
+  bool load(handle src, bool) {
+    if (src.is_none()) return true;
+    if (!isinstance<kpy::Bits>(src)) return false;
+    value.Attach(src.cast<const kpy::Bits&>());
+    value.array = reinterpret_borrow<object>(src);
+    value.given = true;
+    return true;
+  }
 };
 template <class B>
 struct type_caster<kpy::Scalar<B>> {

@@ -144,6 +144,7 @@ void BindCore(py::module_& m) {
 PYBIND11_MODULE(_kelmira, m) {
   m.doc() = "Kelmira image operators over NumPy arrays (the compiled part of the kelmira package).";
   kpy::BindCore(m);
+  kpy::BindBits(m);
   kpy::BindPixelwise(m);
   kpy::BindFilters(m);
   kpy::BindMorphology(m);
