@@ -15,6 +15,7 @@
 #include <tuple>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "kelmira/kelmira.h"
 
@@ -239,6 +240,32 @@ struct DstArg<ZBWHistogramVector*> {
   }
 };
 
+// A path that the operator fills: passed as None (or left out), returned as a structured array
+// with fields x, y (and pixel for the valued paths), one record per point.
+template <class V>
+struct PathOut {
+  V vector;
+};
+py::dtype PathDtype(int recordBytes, const char* pixelFormat);
+template <class V>
+struct PathArg {
+  using type = PathOut<V>&;
+  static V* get(PathOut<V>& p) { return &p.vector; }
+  static void Note(Frame&, PathOut<V>&) {}
+  static void Make(Frame&, PathOut<V>&) {}
+  static void Collect(Frame& f, PathOut<V>& p) {
+    using E = std::remove_pointer_t<decltype(p.vector.GetDataPtr())>;
+    const char* pixel = std::is_same_v<E, ZBW8Path> ? "u1" : std::is_same_v<E, ZBW16Path> ? "<u2" : nullptr;
+    const auto n = static_cast<py::ssize_t>(p.vector.GetNumElements());
+    py::array out(PathDtype(sizeof(E), pixel), std::vector<py::ssize_t>{n});
+    if (n > 0) std::memcpy(out.mutable_data(), static_cast<const void*>(p.vector.GetDataPtr()), sizeof(E) * n);
+    f.Add(out);
+  }
+};
+template <> struct DstArg<ZPathVector*> : PathArg<ZPathVector> {};
+template <> struct DstArg<ZBW8PathVector*> : PathArg<ZBW8PathVector> {};
+template <> struct DstArg<ZBW16PathVector*> : PathArg<ZBW16PathVector> {};
+
 // A value returned by the operator comes first among the results; a short int return is the
 // error number, which the exception already carries, and is dropped.
 template <class R>
@@ -302,6 +329,7 @@ void BindFilters(py::module_& m);
 void BindMorphology(py::module_& m);
 void BindThresholds(py::module_& m);
 void BindBits(py::module_& m);
+void BindVectors(py::module_& m);
 
 }  // namespace kpy
 
@@ -363,6 +391,11 @@ struct type_caster<kpy::Dst<ZBW1>> {
     value.given = true;
     return true;
   }
+};
+template <class V>
+struct type_caster<kpy::PathOut<V>> {
+  PYBIND11_TYPE_CASTER(kpy::PathOut<V>, const_name("None"));
+  bool load(handle src, bool) { return src.is_none(); }
 };
 template <class B>
 struct type_caster<kpy::Scalar<B>> {

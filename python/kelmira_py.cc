@@ -149,4 +149,5 @@ PYBIND11_MODULE(_kelmira, m) {
   kpy::BindFilters(m);
   kpy::BindMorphology(m);
   kpy::BindThresholds(m);
+  kpy::BindVectors(m);
 }

@@ -112,3 +112,18 @@ def test_histograms_as_arrays(rng):
     below = np.concatenate([[0], np.cumsum(h)[:-1]])
     np.testing.assert_array_equal(K.LumEqualize(a), (below * 255 // a.size)[a])
     assert 0 <= K.LumAutoThreshold(a, K.LUM_THRESHOLD_MODE_ISODATA, 0.0) <= 255
+
+
+def test_contour_paths_as_structured_arrays():
+    a = np.zeros((8, 10), np.uint8)
+    a[2:5, 3:7] = 200
+    p = K.LumContour(a, K.CONTOUR_CLOCKWISE_ALONG_EDGE, 3, 2, K.CONTOUR_THRESHOLD_ABOVE, 100, K.CONNEXITY_8)
+    assert p.dtype.names == ("x", "y") and p.dtype.itemsize == 4
+    ring = {(x, y) for y in range(2, 5) for x in range(3, 7)} - {(4, 3), (5, 3)}
+    assert set(zip(p["x"].tolist(), p["y"].tolist())) == ring and len(p) == len(ring)
+    q = K.LumContour(a.astype(np.uint16), K.CONTOUR_CLOCKWISE_ALONG_EDGE, 3, 2, K.CONTOUR_THRESHOLD_ABOVE, 100,
+                     K.CONNEXITY_8, None, 0)
+    assert q.dtype.itemsize == 6 and (q["pixel"] == 200).all()
+    with pytest.raises(K.Error) as e:
+        K.LumContour(a, K.CONTOUR_CLOCKWISE_ALONG_EDGE, 0, 0, K.CONTOUR_THRESHOLD_ABOVE, 100, K.CONNEXITY_8)
+    assert e.value.number == 1500 and e.value.trace == ["LumContour ( ZPathVector)"]
