@@ -2,6 +2,7 @@
 // families (each bound in its own bind_*.cc).
 #include <cstring>
 #include <map>
+#include <set>
 #include <string>
 
 #include "binding.h"
@@ -33,9 +34,13 @@ py::object& error_factory = *new py::object;  // kelmira.Error, set by the packa
 
 }  // namespace
 
+// The header text goes with the first form bound under a name: help() lists every form's
+// signature, then shows the text once.
 const char* Doc(const char* name) {
+  static std::set<std::string> given;
   auto it = Docs().find(name);
-  return it == Docs().end() ? "" : it->second;
+  if (it == Docs().end() || !given.insert(name).second) return "";
+  return it->second;
 }
 
 py::object Zeros(py::tuple shape, const char* dtype) {
