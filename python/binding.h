@@ -1,0 +1,432 @@
+// The machinery of the Python module: NumPy arrays as views (no copy), optional destinations,
+// errors raised from the thread's error state, and one template that turns an operator's C++
+// signature into its Python form, so that each family binds its forms from a table.
+#ifndef KELMIRA_PYTHON_BINDING_H
+#define KELMIRA_PYTHON_BINDING_H
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include <climits>
+#include <cstring>
+#include <new>
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "kelmira/kelmira.h"
+
+namespace py = pybind11;
+
+namespace kpy {
+
+// How a pixel type lies in a NumPy array: dtype kind and size, and the length of the last axis
+// for colour types (1 for gray: a 2-D array).
+template <class T> struct Pixel;
+#define KPY_PIXEL(T, Kind, Size, Channels, Name, Layout)  \
+  template <> struct Pixel<T> {                            \
+    static constexpr char kind = Kind;                     \
+    static constexpr int size = Size;                      \
+    static constexpr int channels = Channels;              \
+    static constexpr const char* name = Name;              \
+    static constexpr char layout[] = Layout;                \
+  };
+KPY_PIXEL(ZBW8, 'u', 1, 1, "BW8", "uint8 (h, w)")
+KPY_PIXEL(ZBW16, 'u', 2, 1, "BW16", "uint16 (h, w)")
+KPY_PIXEL(ZBW32, 'u', 4, 1, "BW32", "uint32 (h, w)")
+KPY_PIXEL(ZINT32, 'i', 4, 1, "INT32", "int32 (h, w)")
+KPY_PIXEL(ZFLOAT32, 'f', 4, 1, "FLOAT32", "float32 (h, w)")
+KPY_PIXEL(ZFLOAT64, 'f', 8, 1, "FLOAT64", "float64 (h, w)")
+KPY_PIXEL(ZC24, 'u', 1, 3, "C24", "uint8 (h, w, 3)")
+KPY_PIXEL(ZC24A, 'u', 1, 4, "C24A", "uint8 (h, w, 4)")
+#undef KPY_PIXEL
+
+// Checks that `array` can be a view of pixel type T and returns the view's geometry. Returns
+// false when the dtype or layout belongs to another pixel type (so that another overload may take
+// it); raises TypeError or ValueError when the array has this type's dtype but cannot be a view.
+struct Geometry {
+  void* pixels = nullptr;
+  int width = 0, height = 0, pitch = 0;
+};
+bool Inspect(const py::array& array, char kind, int size, int channels, const char* name,
+             const char* layout, bool writable, Geometry* out);
+
+// An image argument: the array's pixels seen as a ZImage (SetImagePtr, no copy).
+template <class T>
+struct Src {
+  ZImage<T> view;
+  int width = 0, height = 0;
+};
+
+// A destination: a given array (written in place) or None (a new array of the first source's
+// size is made before the call and returned).
+template <class T>
+struct Dst {
+  ZImage<T> view;
+  py::object array;
+  bool given = false;
+
+  void Allocate(int width, int height);
+};
+
+py::object Zeros(py::tuple shape, const char* dtype);
+
+// A packed one-bit image: rows of bytes, the first pixel `bitOffset` bits into each row's first
+// byte (bit 7 being offset 0). Its rows are a uint8 array, so slices of it are views too.
+struct Bits {
+  py::array_t<uint8_t> bytes;
+  int width = 0, height = 0, bitOffset = 0;
+};
+// A one-bit view of a Bits: the rows as an image, the view at the bit offset inside it.
+template <>
+struct Src<ZBW1> {
+  ZImage<ZBW1> rows;
+  ZROI<ZBW1> view;
+  int width = 0, height = 0;
+  void Attach(const Bits& b);
+};
+template <>
+struct Dst<ZBW1> {
+  ZImage<ZBW1> rows;
+  ZROI<ZBW1> view;
+  py::object array;
+  bool given = false;
+  void Attach(const Bits& b);
+  void Allocate(int width, int height);
+};
+
+template <class T>
+void Dst<T>::Allocate(int width, int height) {
+  static const char* dtypes[] = {"", "uint8", "uint16", "", "uint32", "", "", "", "float64"};
+  const char* dtype = Pixel<T>::kind == 'i' ? "int32" : Pixel<T>::kind == 'f' && Pixel<T>::size == 4
+                                                                            ? "float32"
+                                                                            : dtypes[Pixel<T>::size];
+  py::tuple shape = Pixel<T>::channels == 1 ? py::make_tuple(height, width)
+                                            : py::make_tuple(height, width, Pixel<T>::channels);
+  array = Zeros(shape, dtype);
+  auto a = py::reinterpret_borrow<py::array>(array);
+  view.SetImagePtr(width, height, a.mutable_data(), static_cast<int>(a.strides(0)));
+}
+
+// Raises kelmira.Error from the calling thread's error state when it holds an error.
+void RaiseIfError();
+
+// ---------------------------------------------------------------------------------------------
+// From a C++ parameter type to its Python form: `type` is what the Python side passes, get()
+// what the operator receives, Collect() adds what the call hands back (destinations, counts).
+// ---------------------------------------------------------------------------------------------
+struct Frame {
+  int width = -1, height = -1;
+  py::object results[4];
+  int count = 0;
+  void Add(py::object o) { results[count++] = std::move(o); }
+};
+
+// A number or a tuple that never takes an array. Without this, every overload tried with an
+// array where a number stands would go through NumPy's __index__, raise and clear a Python
+// exception: most of the cost of a call.
+template <class B>
+struct Scalar {
+  B v;
+};
+
+template <class A, class = void>
+struct Arg {  // kernels and other plain parameters pass through
+  using type = A;
+  static A get(type& v) { return v; }
+  static void Note(Frame&, type&) {}
+  static void Collect(Frame&, type&) {}
+};
+template <class A, class Builtin>
+struct ScalarArg {
+  using type = Scalar<Builtin>;
+  static A get(type& v) {
+    if constexpr (std::is_enum_v<A>) {  // any number passes, wrapped to the enumeration's width
+      return static_cast<A>(static_cast<std::underlying_type_t<A>>(v.v));
+    } else if constexpr (std::is_same_v<A, ZC24>) {
+      return ZC24(std::get<0>(v.v), std::get<1>(v.v), std::get<2>(v.v));
+    } else if constexpr (std::is_same_v<A, ZColor>) {
+      return ZColor(std::get<0>(v.v), std::get<1>(v.v), std::get<2>(v.v));
+    } else {
+      return A(v.v);
+    }
+  }
+  static void Note(Frame&, type&) {}
+  static void Collect(Frame&, type&) {}
+};
+template <class A>  // enumerations as numbers (IntEnum on top)
+struct Arg<A, std::enable_if_t<std::is_enum_v<A>>> : ScalarArg<A, long long> {};
+template <class A>
+struct Arg<A, std::enable_if_t<std::is_arithmetic_v<A>>> : ScalarArg<A, A> {};
+template <> struct Arg<ZBW1> : ScalarArg<ZBW1, uint8_t> {};
+template <> struct Arg<ZBW8> : ScalarArg<ZBW8, uint8_t> {};
+template <> struct Arg<ZBW16> : ScalarArg<ZBW16, uint16_t> {};
+template <> struct Arg<ZBW32> : ScalarArg<ZBW32, uint32_t> {};
+// A colour constant as (c0, c1, c2), in memory order; gains and offsets as three floats.
+template <> struct Arg<ZC24> : ScalarArg<ZC24, std::tuple<uint8_t, uint8_t, uint8_t>> {};
+template <> struct Arg<ZColor> : ScalarArg<ZColor, std::tuple<float, float, float>> {};
+template <>
+struct Arg<int&> {  // an in-out count: passed in, handed back after the destination
+  using type = int;
+  static int& get(int& v) { return v; }
+  static void Note(Frame&, int&) {}
+  static void Collect(Frame& f, int& v) { f.Add(py::int_(v)); }
+};
+template <class T>
+struct SrcArg {
+  using type = Src<T>&;
+  static ZROI<T>* get(Src<T>& s) { return &s.view; }
+  static void Note(Frame& f, Src<T>& s) {
+    if (f.width < 0) f.width = s.width, f.height = s.height;
+  }
+  static void Collect(Frame&, Src<T>&) {}
+};
+template <class T>
+struct Arg<const ZROI<T>*> : SrcArg<T> {};
+template <class T>
+struct Arg<ZROI<T>*> : SrcArg<T> {};
+
+// A table (ZBW8Vector, ZBW16Vector) from any 1-D array: its elements are copied in.
+template <class Vc>
+struct Vec {
+  Vc vector;
+};
+template <class Vc>
+struct VecArg {
+  using type = Vec<Vc>&;
+  static Vc* get(Vec<Vc>& v) { return &v.vector; }
+  static void Note(Frame&, Vec<Vc>&) {}
+  static void Collect(Frame&, Vec<Vc>&) {}
+};
+template <>
+struct Arg<ZBW8Vector*> : VecArg<ZBW8Vector> {};
+template <>
+struct Arg<ZBW16Vector*> : VecArg<ZBW16Vector> {};
+template <>
+struct Arg<ZBWHistogramVector*> : VecArg<ZBWHistogramVector> {};
+
+// A histogram that the operator fills: passed as None (or left out), returned as a uint32 array.
+struct HistogramOut {
+  ZBWHistogramVector vector;
+};
+
+template <class A>
+struct DstArg;
+template <class T>
+struct DstArg<ZROI<T>*> {
+  using type = Dst<T>&;
+  static ZROI<T>* get(Dst<T>& d) { return &d.view; }
+  static void Note(Frame&, Dst<T>&) {}
+  static void Make(Frame& f, Dst<T>& d) {
+    if (d.given) return;
+    if (f.width < 0) throw py::type_error("this form needs its destination: its size comes from no source");
+    d.Allocate(f.width, f.height);
+  }
+  static void Collect(Frame& f, Dst<T>& d) { f.Add(d.array); }
+};
+
+template <>
+struct DstArg<ZBWHistogramVector*> {
+  using type = HistogramOut&;
+  static ZBWHistogramVector* get(HistogramOut& h) { return &h.vector; }
+  static void Note(Frame&, HistogramOut&) {}
+  static void Make(Frame&, HistogramOut&) {}
+  static void Collect(Frame& f, HistogramOut& h) {
+    const auto n = static_cast<py::ssize_t>(h.vector.GetNumElements());
+    f.Add(h.vector.GetDataPtr() ? py::array_t<uint32_t>(n, h.vector.GetDataPtr()) : py::array_t<uint32_t>(0));
+  }
+};
+
+// A path that the operator fills: passed as None (or left out), returned as a structured array
+// with fields x, y (and pixel for the valued paths), one record per point.
+template <class V>
+struct PathOut {
+  V vector;
+};
+py::dtype PathDtype(int recordBytes, const char* pixelFormat);
+template <class V>
+struct PathArg {
+  using type = PathOut<V>&;
+  static V* get(PathOut<V>& p) { return &p.vector; }
+  static void Note(Frame&, PathOut<V>&) {}
+  static void Make(Frame&, PathOut<V>&) {}
+  static void Collect(Frame& f, PathOut<V>& p) {
+    using E = std::remove_pointer_t<decltype(p.vector.GetDataPtr())>;
+    const char* pixel = std::is_same_v<E, ZBW8Path> ? "u1" : std::is_same_v<E, ZBW16Path> ? "<u2" : nullptr;
+    const auto n = static_cast<py::ssize_t>(p.vector.GetNumElements());
+    py::array out(PathDtype(sizeof(E), pixel), std::vector<py::ssize_t>{n});
+    if (n > 0) std::memcpy(out.mutable_data(), static_cast<const void*>(p.vector.GetDataPtr()), sizeof(E) * n);
+    f.Add(out);
+  }
+};
+template <> struct DstArg<ZPathVector*> : PathArg<ZPathVector> {};
+template <> struct DstArg<ZBW8PathVector*> : PathArg<ZBW8PathVector> {};
+template <> struct DstArg<ZBW16PathVector*> : PathArg<ZBW16PathVector> {};
+
+// A value returned by the operator comes first among the results; a short int return is the
+// error number, which the exception already carries, and is dropped.
+template <class R>
+py::object ToPython(const R& r) {
+  if constexpr (std::is_class_v<R>) {
+    return py::cast(r.value);  // ZBW8, ZBW16, ...: their number
+  } else {
+    return py::cast(r);
+  }
+}
+
+// Parameter I of the form is a destination when bit I of Mask is set.
+template <unsigned Mask, size_t I, class A>
+using PyArg = std::conditional_t<((Mask >> I) & 1u) != 0, DstArg<A>, Arg<A>>;
+
+// Sources note the size in the first fold; destinations are allocated only once every source
+// has been seen, whatever their order.
+template <unsigned Mask, size_t I, class A, class V>
+void DstArgNote(Frame& frame, V& value) {
+  if constexpr (((Mask >> I) & 1u) != 0) DstArg<A>::Make(frame, value);
+}
+
+template <unsigned Mask, class R, class... A, size_t... I>
+auto Wrap(R (*f)(A...), std::index_sequence<I...>) {
+  return [f](typename PyArg<Mask, I, A>::type... a) -> py::object {
+    Frame frame;
+    (PyArg<Mask, I, A>::Note(frame, a), ...);  // first the sources give the size,
+    (DstArgNote<Mask, I, A>(frame, a), ...);   // then the missing destinations are made
+    constexpr bool returns = !std::is_void_v<R> && !std::is_same_v<R, short int>;
+    std::conditional_t<returns, R, int> value{};
+    {
+      py::gil_scoped_release release;
+      if constexpr (returns) {
+        value = f(PyArg<Mask, I, A>::get(a)...);
+      } else {
+        f(PyArg<Mask, I, A>::get(a)...);
+      }
+    }
+    RaiseIfError();
+    if constexpr (returns) frame.Add(ToPython(value));
+    (PyArg<Mask, I, A>::Collect(frame, a), ...);
+    if (frame.count == 1) return std::move(frame.results[0]);
+    py::tuple out(frame.count);
+    for (int i = 0; i < frame.count; ++i) out[i] = std::move(frame.results[i]);
+    return out;
+  };
+}
+
+const char* Doc(const char* name);
+
+// Binds one C++ form under `name`. Bit I of Mask marks parameter I as a destination.
+template <unsigned Mask, class R, class... A, class... Extra>
+void Def(py::module_& m, const char* name, R (*f)(A...), const Extra&... extra) {
+  m.def(name, Wrap<Mask>(f, std::index_sequence_for<A...>{}), extra..., py::doc(Doc(name)));
+}
+
+// The families, each in its own file.
+void BindCore(py::module_& m);
+void BindPixelwise(py::module_& m);
+void BindFilters(py::module_& m);
+void BindMorphology(py::module_& m);
+void BindThresholds(py::module_& m);
+void BindBits(py::module_& m);
+void BindVectors(py::module_& m);
+
+}  // namespace kpy
+
+// NumPy arrays into Src and Dst.
+namespace pybind11::detail {
+template <class T>
+struct type_caster<kpy::Src<T>> {
+  PYBIND11_TYPE_CASTER(kpy::Src<T>, const_name("ndarray[") + const_name(kpy::Pixel<T>::layout) + const_name("]"));
+  bool load(handle src, bool) {
+    if (!isinstance<array>(src)) return false;
+    kpy::Geometry g;
+    using P = kpy::Pixel<T>;
+    if (!kpy::Inspect(reinterpret_borrow<array>(src), P::kind, P::size, P::channels, P::name, P::layout, false, &g))
+      return false;
+    value.view.SetImagePtr(g.width, g.height, g.pixels, g.pitch);
+    value.width = g.width;
+    value.height = g.height;
+    return true;
+  }
+};
+template <class T>
+struct type_caster<kpy::Dst<T>> {
+  PYBIND11_TYPE_CASTER(kpy::Dst<T>, const_name("ndarray[") + const_name(kpy::Pixel<T>::layout) + const_name("] | None"));
+  bool load(handle src, bool) {
+    if (src.is_none()) return true;  // made before the call
+    if (!isinstance<array>(src)) return false;
+    kpy::Geometry g;
+    using P = kpy::Pixel<T>;
+    if (!kpy::Inspect(reinterpret_borrow<array>(src), P::kind, P::size, P::channels, P::name, P::layout, true, &g))
+      return false;
+    value.view.SetImagePtr(g.width, g.height, g.pixels, g.pitch);
+    value.array = reinterpret_borrow<object>(src);
+    value.given = true;
+    return true;
+  }
+};
+template <>
+struct type_caster<kpy::HistogramOut> {
+  PYBIND11_TYPE_CASTER(kpy::HistogramOut, const_name("None"));
+  bool load(handle src, bool) { return src.is_none(); }
+};
+template <>
+struct type_caster<kpy::Src<ZBW1>> {
+  PYBIND11_TYPE_CASTER(kpy::Src<ZBW1>, const_name("Bits"));
+  bool load(handle src, bool) {
+    if (!isinstance<kpy::Bits>(src)) return false;
+    value.Attach(src.cast<const kpy::Bits&>());
+    return true;
+  }
+};
+template <>
+struct type_caster<kpy::Dst<ZBW1>> {
+  PYBIND11_TYPE_CASTER(kpy::Dst<ZBW1>, const_name("Bits | None"));
+  bool load(handle src, bool) {
+    if (src.is_none()) return true;
+    if (!isinstance<kpy::Bits>(src)) return false;
+    value.Attach(src.cast<const kpy::Bits&>());
+    value.array = reinterpret_borrow<object>(src);
+    value.given = true;
+    return true;
+  }
+};
+template <class V>
+struct type_caster<kpy::PathOut<V>> {
+  PYBIND11_TYPE_CASTER(kpy::PathOut<V>, const_name("None"));
+  bool load(handle src, bool) { return src.is_none(); }
+};
+template <class B>
+struct type_caster<kpy::Scalar<B>> {
+  PYBIND11_TYPE_CASTER(kpy::Scalar<B>, make_caster<B>::name);
+  bool load(handle src, bool convert) {
+    if (isinstance<array>(src)) return false;
+    make_caster<B> inner;
+    if (!inner.load(src, convert)) return false;
+    value.v = cast_op<B>(std::move(inner));
+    return true;
+  }
+};
+template <class Vc>
+struct type_caster<kpy::Vec<Vc>> {
+  using Element = std::remove_pointer_t<decltype(std::declval<Vc>().GetDataPtr())>;
+  template <class E>
+  static auto BuiltinOf(E* e) {
+    if constexpr (std::is_class_v<E>) return e->value; else return *e;
+  }
+  using Builtin = decltype(BuiltinOf(static_cast<Element*>(nullptr)));
+  PYBIND11_TYPE_CASTER(kpy::Vec<Vc>, const_name("ndarray[1-D table]"));
+  bool load(handle src, bool) {
+    if (!isinstance<array>(src)) return false;
+    auto a = array_t<Builtin, array::c_style | array::forcecast>::ensure(src);
+    if (!a || a.ndim() != 1) return false;
+    value.vector.SetNumElements(static_cast<unsigned>(a.shape(0)));
+    if (a.shape(0) > 0 && value.vector.GetDataPtr() == nullptr) throw std::bad_alloc();
+    if (a.shape(0) > 0) std::memcpy(static_cast<void*>(value.vector.GetDataPtr()), a.data(), sizeof(Builtin) * a.shape(0));
+    return true;
+  }
+};
+}  // namespace pybind11::detail
+
+#endif  // KELMIRA_PYTHON_BINDING_H
