@@ -10,6 +10,7 @@
 #include "foundation/rows.h"
 #include "kelmira/geometry/affine.h"
 #include "kelmira/thresholds.h"
+#include "thresholds/apply_rows.h"
 
 namespace kelmira::threshold {
 namespace {
@@ -31,9 +32,14 @@ bool Overlap(const ZGenericROI* a, const ZGenericROI* b) {
 // Column sums of 2r + 1 rows, moved down one row at a time; each row's window sum slides across
 // the columns, so the work per pixel is the same for every r.
 void LocalMean(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, int w, int h, int r, int offset,
-               uint32_t* columns) {
+               uint32_t* columns, uint32_t* window) {
   const int64_t area = static_cast<int64_t>(2 * r + 1) * (2 * r + 1);
   const int64_t bias = area * offset;
+  // The wide test runs in 32-bit lanes: it needs 255 * area below 2^31, which also bounds every
+  // window sum; the bias is clamped to one past either end of v * area - window, which keeps every
+  // outcome of the 64-bit test.
+  const bool wide = window != nullptr && area * 255 < (int64_t{1} << 31);
+  const int32_t bias32 = static_cast<int32_t>(std::clamp<int64_t>(bias, -255 * area - 1, 255 * area + 1));
   std::memset(columns, 0, sizeof(uint32_t) * static_cast<size_t>(w));
   for (int y = 0; y <= 2 * r; ++y) {
     const uint8_t* row = in[y];
@@ -43,12 +49,27 @@ void LocalMean(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, in
     if (y > r && y < h - r) {
       const uint8_t* add = in[y + r];
       const uint8_t* sub = in[y - r - 1];
-      for (int x = 0; x < w; ++x) columns[x] += static_cast<uint32_t>(add[x]) - sub[x];
+      if (wide) {
+        WideColumnsRow(columns, add, sub, w);
+      } else {
+        for (int x = 0; x < w; ++x) columns[x] += static_cast<uint32_t>(add[x]) - sub[x];
+      }
     }
     const uint8_t* s = in[y];
     uint8_t* d = out[y];
     uint64_t sum = 0;
     for (int x = 0; x <= 2 * r; ++x) sum += columns[x];
+    if (wide) {
+      // Window sums of the row first (the serial part), then the test on whole vectors.
+      const uint32_t first = static_cast<uint32_t>(sum);
+      uint32_t run = first;
+      int x = 0;
+      for (; x <= r; ++x) window[x] = first;
+      for (; x <= w - r - 1; ++x) window[x] = run += columns[x + r] - columns[x - r - 1];
+      for (; x < w; ++x) window[x] = run;
+      WideLocalMeanRow(s, window, d, w, static_cast<int32_t>(area), bias32);
+      continue;
+    }
     // Pixel x uses the window centred on x clamped to r .. w - r - 1.
     auto put = [&](int x) {
       d[x] = static_cast<int64_t>(s[x]) * area - static_cast<int64_t>(sum) < bias ? 0 : 255;
@@ -66,22 +87,25 @@ void LocalMean(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, in
 void LocalMeanWorker(const ZROI<ZBW8>* source, ZROI<ZBW8>* destination, int halfSize, int offset) {
   const int w = destination->GetWidth(), h = destination->GetHeight();
   const int r = std::clamp(halfSize, 0, (std::min(w, h) - 1) / 2);
-  std::vector<uint32_t> columns;
+  const bool wide = ZGetMMX() != 0;
+  std::vector<uint32_t> columns, window;
   std::vector<uint8_t> copy;  // the source, when the destination shares its memory
   try {
     columns.resize(static_cast<size_t>(w));
+    if (wide) window.resize(static_cast<size_t>(w));
     if (Overlap(source, destination)) copy.resize(static_cast<size_t>(w) * h);
   } catch (const std::bad_alloc&) {
     ZSetError(Z_ERROR_NO_MEMORY);
     return;
   }
   const rows::Rows<uint8_t> out(destination);
-  if (copy.empty()) return LocalMean(rows::Rows<uint8_t>(source), out, w, h, r, offset, columns.data());
+  uint32_t* sums = wide ? window.data() : nullptr;
+  if (copy.empty()) return LocalMean(rows::Rows<uint8_t>(source), out, w, h, r, offset, columns.data(), sums);
   const rows::Rows<uint8_t> in(source);
   for (int y = 0; y < h; ++y) std::memcpy(copy.data() + static_cast<size_t>(y) * w, in[y], static_cast<size_t>(w));
   ZImage<ZBW8> view;
   view.SetImagePtr(w, h, copy.data(), w);
-  LocalMean(rows::Rows<uint8_t>(&view), out, w, h, r, offset, columns.data());
+  LocalMean(rows::Rows<uint8_t>(&view), out, w, h, r, offset, columns.data(), sums);
 }
 
 // One window of the grid: centre c, half extent `half`, clipped to 0..limit, never empty.

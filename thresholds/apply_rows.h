@@ -58,6 +58,10 @@ void WideDoubleRow16(const uint16_t* source, uint16_t* destination, int n, unsig
 void WideRangeRow(const uint8_t* source, uint8_t* destination, int n, const uint8_t* lo, const uint8_t* hi,
                   uint8_t outside, uint8_t inside);
 
+void WideColumnsRow(uint32_t* columns, const uint8_t* add, const uint8_t* sub, int n);
+void WideLocalMeanRow(const uint8_t* source, const uint32_t* window, uint8_t* destination, int n, int32_t area,
+                      int32_t bias);
+
 }  // namespace kelmira::threshold
 
 #endif  // KELMIRA_THRESHOLDS_APPLY_ROWS_H

@@ -123,6 +123,38 @@ void RangeRow(const uint8_t* source, uint8_t* destination, int n, const uint8_t*
   threshold::RangeRow(source + 3 * x, destination + x, n - x, lo, hi, outside, inside);
 }
 
+// Column sums of the local mean: columns[x] += add[x] - sub[x], in wrapping 32-bit arithmetic.
+void ColumnsRow(uint32_t* columns, const uint8_t* add, const uint8_t* sub, int n) {
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Rebind<uint8_t, decltype(d32)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  int x = 0;
+  for (; x + lanes <= n; x += lanes) {
+    const auto delta = hn::Sub(hn::PromoteTo(d32, hn::LoadU(d8, add + x)), hn::PromoteTo(d32, hn::LoadU(d8, sub + x)));
+    hn::StoreU(hn::Add(hn::LoadU(d32, columns + x), delta), d32, columns + x);
+  }
+  for (; x < n; ++x) columns[x] += static_cast<uint32_t>(add[x]) - sub[x];
+}
+
+// The local mean's test in 32-bit lanes: 0 where v * area - window < bias, else 255. The caller
+// guarantees that 255 * area and every window sum stay below 2^31 and clamps bias to the range of
+// v * area - window plus one on either side, so the test equals the 64-bit one.
+void LocalMeanRow(const uint8_t* source, const uint32_t* window, uint8_t* destination, int n, int32_t area,
+                  int32_t bias) {
+  const hn::ScalableTag<int32_t> d32;
+  const hn::Rebind<uint8_t, decltype(d32)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  const auto av = hn::Set(d32, area), bv = hn::Set(d32, bias), white = hn::Set(d32, 255);
+  int x = 0;
+  for (; x + lanes <= n; x += lanes) {
+    const auto v = hn::Mul(hn::PromoteTo(d32, hn::LoadU(d8, source + x)), av);
+    const auto diff = hn::Sub(v, hn::LoadU(d32, reinterpret_cast<const int32_t*>(window) + x));
+    hn::StoreU(hn::DemoteTo(d8, hn::IfThenZeroElse(hn::Lt(diff, bv), white)), d8, destination + x);
+  }
+  for (; x < n; ++x)
+    destination[x] = static_cast<int32_t>(source[x]) * area - static_cast<int32_t>(window[x]) < bias ? 0 : 255;
+}
+
 }  // namespace kelmira::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -135,6 +167,8 @@ HWY_EXPORT(PackRow16);
 HWY_EXPORT(DoubleRow8);
 HWY_EXPORT(DoubleRow16);
 HWY_EXPORT(RangeRow);
+HWY_EXPORT(ColumnsRow);
+HWY_EXPORT(LocalMeanRow);
 
 namespace threshold {
 
@@ -179,6 +213,14 @@ void WideDoubleRow16(const uint16_t* s, uint16_t* d, int n, unsigned low, unsign
 void WideRangeRow(const uint8_t* s, uint8_t* d, int n, const uint8_t* lo, const uint8_t* hi, uint8_t outside,
                   uint8_t inside) {
   HWY_DYNAMIC_DISPATCH(RangeRow)(s, d, n, lo, hi, outside, inside);
+}
+
+void WideColumnsRow(uint32_t* columns, const uint8_t* add, const uint8_t* sub, int n) {
+  HWY_DYNAMIC_DISPATCH(ColumnsRow)(columns, add, sub, n);
+}
+void WideLocalMeanRow(const uint8_t* source, const uint32_t* window, uint8_t* destination, int n, int32_t area,
+                      int32_t bias) {
+  HWY_DYNAMIC_DISPATCH(LocalMeanRow)(source, window, destination, n, area, bias);
 }
 
 }  // namespace threshold

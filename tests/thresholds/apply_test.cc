@@ -229,9 +229,12 @@ uint8_t LocalMeanModel(ZROI<ZBW8>* s, int x, int y, int r, int offset) {
 TEST(ThresholdApply, LocalMeanAgainstBruteForce) {
   struct Case { int w, h, halfSize, offset; };
   for (const Case c : {Case{1, 1, 5, 0}, Case{1, 1, 0, 1}, Case{9, 5, 1, 0}, Case{23, 17, 3, -4}, Case{40, 12, 100, 2},
-                       Case{33, 30, 7, 0}, Case{8, 8, -3, 0}, Case{17, 3, 0x7FFFFFFF, 0}})
-    for (bool inPlace : {false, true}) {
-      SCOPED_TRACE(::testing::Message() << c.w << "x" << c.h << " r " << c.halfSize << " in place " << inPlace);
+                       Case{33, 30, 7, 0}, Case{8, 8, -3, 0}, Case{17, 3, 0x7FFFFFFF, 0}, Case{70, 9, 2, 300},
+                       Case{70, 9, 4, -255}, Case{21, 11, 3, 0x7FFFFFFF}, Case{21, 11, 1, -0x7FFFFFFF}})
+    for (int run = 0; run < 4; ++run) {
+      const bool inPlace = run & 1;
+      kt::WideSetting setting(run >> 1);
+      SCOPED_TRACE(::testing::Message() << c.w << "x" << c.h << " r " << c.halfSize << " run " << run);
       kt::Framed<ZBW8> src(c.w, c.h, 1), dst(c.w, c.h, 6), copy(c.w, c.h, 1);
       src.FillRandom(kt::Rng());
       for (int y = 0; y < c.h; ++y) std::memcpy(copy->GetImagePtr(0, y), src->GetImagePtr(0, y), c.w);
