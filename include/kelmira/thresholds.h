@@ -5,5 +5,6 @@
 #include "kelmira/foundation.h"
 #include "kelmira/thresholds/histogram.h"
 #include "kelmira/thresholds/selection.h"
+#include "kelmira/thresholds/apply.h"
 
 #endif  // KELMIRA_THRESHOLDS_H
