@@ -6,7 +6,12 @@ cd "$(dirname "$0")/.."
 bash scripts/deps.sh clang-14 libclang-rt-14-dev
 sanitize=${KELMIRA_SANITIZE:-ON}
 build=build/test-$( [ "$sanitize" = ON ] && echo asan || echo plain )
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELMIRA_SANITIZE="$sanitize" >/dev/null
+# ccache, where the machine has it, makes a rebuild after a small change cheap.
+launcher=()
+if command -v ccache >/dev/null; then
+  launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELMIRA_SANITIZE="$sanitize" "${launcher[@]}" >/dev/null
 cmake --build "$build"
 ctest --test-dir "$build" --output-on-failure -j2
 if [ -x scripts/fuzz.sh ]; then bash scripts/fuzz.sh; fi
