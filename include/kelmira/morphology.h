@@ -118,4 +118,6 @@ KELMIRA_API void LumWhiteTopHat(ZROI<ZC24>* source, ZROI<ZC24>* destination, int
 KELMIRA_API void LumBlackTopHat(ZROI<ZC24>* source, ZROI<ZC24>* destination, int passes, ZC24 firstBorder,
                                 ZC24 secondBorder);
 
+#include "kelmira/morphology/bw1.h"
+
 #endif  // KELMIRA_MORPHOLOGY_H

@@ -277,4 +277,7 @@ KELMIRA_PLAIN_VECTOR(ZINT32Vector, ZINT32)
 KELMIRA_PLAIN_VECTOR(ZColorVector, ZColor)
 #undef KELMIRA_PLAIN_VECTOR
 
+// Families of operators that fill these vectors.
+#include "kelmira/vectors/contour.h"
+
 #endif  // KELMIRA_VECTORS_H
