@@ -6,6 +6,7 @@
 // null pointers on the plain frame, then one handler around the aligned copies of unaligned views
 // and the inner call.
 #include <memory>
+#include <new>
 
 #include "foundation/frame.h"
 #include "foundation/rows.h"
@@ -91,8 +92,9 @@ void ThroughAligned(std::initializer_list<Bits> sources, ZROI<ZBW1>* destination
   for (Bits s : sources) frame::RequireSameSize(s, destination);
   const int width = destination->GetWidth(), height = destination->GetHeight();
   const auto temporary = [&]() {
-    auto t = std::make_unique<ZImage<ZBW1>>(width, height);
-    if (t->GetImagePtr(0, 0) == nullptr) frame::Throw(Z_ERROR_NO_MEMORY);
+    // nothrow: a failed allocation of the image object is 1303 like one of its pixels.
+    std::unique_ptr<ZImage<ZBW1>> t(new (std::nothrow) ZImage<ZBW1>(width, height));
+    if (t == nullptr || t->GetImagePtr(0, 0) == nullptr) frame::Throw(Z_ERROR_NO_MEMORY);
     return t;
   };
   std::unique_ptr<ZImage<ZBW1>> copies[2];

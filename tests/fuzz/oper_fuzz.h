@@ -101,6 +101,19 @@ class Call {
   Slot slots[kSlots];
   Params params;
   std::string results;
+  int thrown = 0;  // the number a throwing form threw, 0 when it returned
+
+  // Runs a form that reports by throwing (the aligned one-bit forms, made to be called inside a
+  // handler of the caller's own): the number it throws is kept as the call's failure.
+  template <class F>
+  void Catching(F&& body) {
+    try {
+      body();
+    } catch (const Marvane::Ovidra::Exception& e) {
+      thrown = e.code;
+      Log(thrown);
+    }
+  }
 
   template <class T>
   ZROI<T>* S(int i) { return View<T>(i); }
@@ -150,6 +163,7 @@ std::vector<Entry> PixelwiseForms();
 std::vector<Entry> FilterForms();
 std::vector<Entry> MorphologyForms();
 std::vector<Entry> ThresholdForms();
+std::vector<Entry> VectorForms();
 // Every form, in a fixed order: an input picks one by its index.
 const std::vector<Entry>& AllForms();
 

@@ -70,6 +70,10 @@ std::unique_ptr<ZBWHistogramVector> Call::Histogram(unsigned bins) {
 
 
 #define F(name, signature, ...) Entry{name, signature, [](Call& c) { __VA_ARGS__; }}
+#define FT(name, signature, ...) Entry{name, signature, [](Call& c) { c.Catching([&] { __VA_ARGS__; }); }}
+// The aligned forms throw; the plain ones must not: only the aligned ones are called in a handler.
+#define FM(name, signature, ...) Entry{name, signature, [](Call& c) { \
+  if (std::string(name).find("Aligned") != std::string::npos) c.Catching([&] { __VA_ARGS__; }); else { __VA_ARGS__; } }}
 #define FD(name, signature, ...) Entry{name, signature, [](Call& c) { __VA_ARGS__; }, true}
 
 std::vector<Entry> PixelwiseForms() {
@@ -99,9 +103,9 @@ std::vector<Entry> PixelwiseForms() {
       F("Oper BW1 const", ">b1", LumOper(c.Code(), c.Byte(), c.D<ZBW1>(0))),
       F("Oper BW1", "b1>b1", LumOper(c.Code(), c.S<ZBW1>(0), c.D<ZBW1>(0))),
       F("Oper BW1, BW1", "b1 b1>b1", LumOper(c.Code(), c.S<ZBW1>(0), c.S<ZBW1>(1), c.D<ZBW1>(0))),
-      F("OperAligned BW1 const", ">b1", LumOperAligned(c.Code(), c.Byte(), c.D<ZBW1>(0))),
-      F("OperAligned BW1", "b1>b1", LumOperAligned(c.Code(), c.S<ZBW1>(0), c.D<ZBW1>(0))),
-      F("OperAligned BW1, BW1", "b1 b1>b1", LumOperAligned(c.Code(), c.S<ZBW1>(0), c.S<ZBW1>(1), c.D<ZBW1>(0))),
+      FT("OperAligned BW1 const", ">b1", LumOperAligned(c.Code(), c.Byte(), c.D<ZBW1>(0))),
+      FT("OperAligned BW1", "b1>b1", LumOperAligned(c.Code(), c.S<ZBW1>(0), c.D<ZBW1>(0))),
+      FT("OperAligned BW1, BW1", "b1 b1>b1", LumOperAligned(c.Code(), c.S<ZBW1>(0), c.S<ZBW1>(1), c.D<ZBW1>(0))),
       F("Copy BW8 const", ">b8", LumCopy(c.Byte(), c.D<ZBW8>(0))),
       F("Copy BW8", "b8>b8", LumCopy(c.S<ZBW8>(0), c.D<ZBW8>(0))),
       F("Copy BW16 const", ">b16", LumCopy(static_cast<ZBW16>(c.UInt(0, 65535)), c.D<ZBW16>(0))),
@@ -116,10 +120,10 @@ std::vector<Entry> PixelwiseForms() {
       F("Copy C24", "c24>c24", LumCopy(c.S<ZC24>(0), c.D<ZC24>(0))),
       F("Copy BW1 const", ">b1", LumCopy(c.Byte(), c.D<ZBW1>(0))),
       F("Copy BW1", "b1>b1", LumCopy(c.S<ZBW1>(0), c.D<ZBW1>(0))),
-      F("CopyAligned BW1 const", ">b1", LumCopyAligned(c.Byte(), c.D<ZBW1>(0))),
-      F("CopyAligned BW1", "b1>b1", LumCopyAligned(c.S<ZBW1>(0), c.D<ZBW1>(0))),
-      F("BW1Alignment", "b1>b1", LumBW1Alignment(c.S<ZBW1>(0), c.D<ZBW1>(0))),
-      F("BW1UnAlignment", "b1>b1", LumBW1UnAlignment(c.S<ZBW1>(0), c.D<ZBW1>(0))),
+      FT("CopyAligned BW1 const", ">b1", LumCopyAligned(c.Byte(), c.D<ZBW1>(0))),
+      FT("CopyAligned BW1", "b1>b1", LumCopyAligned(c.S<ZBW1>(0), c.D<ZBW1>(0))),
+      FT("BW1Alignment", "b1>b1", LumBW1Alignment(c.S<ZBW1>(0), c.D<ZBW1>(0))),
+      FT("BW1UnAlignment", "b1>b1", LumBW1UnAlignment(c.S<ZBW1>(0), c.D<ZBW1>(0))),
       // Point transforms
       F("Lut BW8", "b8>b8", ZBW8 t[256]; for (int i = 0; i < 256; ++i) t[i] = static_cast<ZBW8>(i * c.Byte() + 3);
         LumLut(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Byte() < 20 ? nullptr : t)),
@@ -166,12 +170,12 @@ std::vector<Entry> PixelwiseForms() {
       F("Convert BW1 BW8", "b1>b8", LumConvert(c.S<ZBW1>(0), c.D<ZBW8>(0), c.Byte())),
       F("Convert BW1 BW16", "b1>b16", LumConvert(c.S<ZBW1>(0), c.D<ZBW16>(0), static_cast<ZBW16>(c.UInt(0, 65535)))),
       F("Convert BW1 BW32", "b1>b32", LumConvert(c.S<ZBW1>(0), c.D<ZBW32>(0), c.UInt(0, 300))),
-      F("ConvertAligned BW8 BW1", "b8>b1", LumConvertAligned(c.S<ZBW8>(0), c.D<ZBW1>(0))),
-      F("ConvertAligned BW16 BW1", "b16>b1", LumConvertAligned(c.S<ZBW16>(0), c.D<ZBW1>(0))),
-      F("ConvertAligned BW32 BW1", "b32>b1", LumConvertAligned(c.S<ZBW32>(0), c.D<ZBW1>(0))),
-      F("ConvertAligned BW1 BW8", "b1>b8", LumConvertAligned(c.S<ZBW1>(0), c.D<ZBW8>(0), c.Byte())),
-      F("ConvertAligned BW1 BW16", "b1>b16", LumConvertAligned(c.S<ZBW1>(0), c.D<ZBW16>(0), static_cast<ZBW16>(c.UInt(0, 65535)))),
-      F("ConvertAligned BW1 BW32", "b1>b32", LumConvertAligned(c.S<ZBW1>(0), c.D<ZBW32>(0), c.UInt(0, 300))),
+      FT("ConvertAligned BW8 BW1", "b8>b1", LumConvertAligned(c.S<ZBW8>(0), c.D<ZBW1>(0))),
+      FT("ConvertAligned BW16 BW1", "b16>b1", LumConvertAligned(c.S<ZBW16>(0), c.D<ZBW1>(0))),
+      FT("ConvertAligned BW32 BW1", "b32>b1", LumConvertAligned(c.S<ZBW32>(0), c.D<ZBW1>(0))),
+      FT("ConvertAligned BW1 BW8", "b1>b8", LumConvertAligned(c.S<ZBW1>(0), c.D<ZBW8>(0), c.Byte())),
+      FT("ConvertAligned BW1 BW16", "b1>b16", LumConvertAligned(c.S<ZBW1>(0), c.D<ZBW16>(0), static_cast<ZBW16>(c.UInt(0, 65535)))),
+      FT("ConvertAligned BW1 BW32", "b1>b32", LumConvertAligned(c.S<ZBW1>(0), c.D<ZBW32>(0), c.UInt(0, 300))),
       F("Convert F32 BW8", "f32>b8", LumConvert(c.S<ZFLOAT32>(0), c.D<ZBW8>(0))),
       F("Convert F32 BW16", "f32>b16", LumConvert(c.S<ZFLOAT32>(0), c.D<ZBW16>(0))),
       F("Convert F32 BW32", "f32>b32", LumConvert(c.S<ZFLOAT32>(0), c.D<ZBW32>(0))),
@@ -211,11 +215,30 @@ std::vector<Entry> FilterForms() {
 
 // Thin and thick: iterations in and out, the pattern from the input.
 #define THIN_FORM(name, T, t, fn, ret)                                          \
-  F(name, t ">" t, auto k = c.Kernel(); int n = c.Int(-1, 6);                   \
+  FM(name, t ">" t, auto k = c.Kernel(); int n = c.Int(-1, 6);                  \
     ret(fn(c.S<T>(0), c.D<T>(0), c.Byte() < 8 ? nullptr : k.get(), Rotation(c), n)); c.Log(n))
+
+#define BW1_MORPHO_FORMS(Suffix)                                                                               \
+  FM("ErodeBox" #Suffix " BW1", "b1>b1", LumErodeBox##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9), c.UInt(0, 9))), \
+  FM("DilateBox" #Suffix " BW1", "b1>b1", LumDilateBox##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9), c.UInt(0, 9))), \
+  FM("OpenBox" #Suffix " BW1", "b1>b1", LumOpenBox##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9), c.UInt(0, 9))), \
+  FM("CloseBox" #Suffix " BW1", "b1>b1", LumCloseBox##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9), c.UInt(0, 9))), \
+  FM("WhiteTopHatBox" #Suffix " BW1", "b1>b1", LumWhiteTopHatBox##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9), c.UInt(0, 9))), \
+  FM("BlackTopHatBox" #Suffix " BW1", "b1>b1", LumBlackTopHatBox##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9), c.UInt(0, 9))), \
+  FM("MorphoGradientBox" #Suffix " BW1", "b1>b1", LumMorphoGradientBox##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9), c.UInt(0, 9))), \
+  FM("ErodeDisk" #Suffix " BW1", "b1>b1", LumErodeDisk##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9))),         \
+  FM("DilateDisk" #Suffix " BW1", "b1>b1", LumDilateDisk##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9))),       \
+  FM("OpenDisk" #Suffix " BW1", "b1>b1", LumOpenDisk##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9))),           \
+  FM("CloseDisk" #Suffix " BW1", "b1>b1", LumCloseDisk##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9))),         \
+  FM("WhiteTopHatDisk" #Suffix " BW1", "b1>b1", LumWhiteTopHatDisk##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9))), \
+  FM("BlackTopHatDisk" #Suffix " BW1", "b1>b1", LumBlackTopHatDisk##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9))), \
+  FM("MorphoGradientDisk" #Suffix " BW1", "b1>b1", LumMorphoGradientDisk##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), c.UInt(0, 9))), \
+  FM("Median" #Suffix " BW1", "b1>b1", LumMedian##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0)))
 
 std::vector<Entry> MorphologyForms() {
   return {
+      BW1_MORPHO_FORMS(),
+      BW1_MORPHO_FORMS(Aligned),
       MORPHO_FORMS(ZBW8, "b8"),
       MORPHO_FORMS(ZBW16, "b16"),
       F("Erode BW8", "b8>b8", c.Returned(LumErode(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256)))),
@@ -283,10 +306,25 @@ std::vector<Entry> ThresholdForms() {
   };
 }
 
+// Contours: the start anywhere near the view, every mode, sense and connexity.
+#define CONTOUR_ARGS(T) \
+  c.S<T>(0), static_cast<CONTOUR_MODE>(c.Int(0, 6)), c.Int(-2, 72), c.Int(-2, 72), \
+      static_cast<CONTOUR_THRESHOLD>(c.Int(0, 2)), c.UInt(0, 255), static_cast<CONNEXITY>(c.Int(0, 2))
+
+std::vector<Entry> VectorForms() {
+  return {
+      F("Contour BW8 path", "b8>", ZPathVector p; LumContour(CONTOUR_ARGS(ZBW8), c.Byte() < 8 ? nullptr : &p); c.LogVector(p)),
+      F("Contour BW8 values", "b8>", ZBW8PathVector p; LumContour(CONTOUR_ARGS(ZBW8), c.Byte() < 8 ? nullptr : &p, c.Byte() & 1); c.LogVector(p)),
+      F("Contour BW8 ZVector", "b8>", ZVector v(c.Int(0, 3)); c.Returned(LumContour(CONTOUR_ARGS(ZBW8), &v)); c.Log(v.GetNbGroup())),
+      F("Contour BW16 path", "b16>", ZPathVector p; LumContour(CONTOUR_ARGS(ZBW16), c.Byte() < 8 ? nullptr : &p); c.LogVector(p)),
+      F("Contour BW16 values", "b16>", ZBW16PathVector p; LumContour(CONTOUR_ARGS(ZBW16), c.Byte() < 8 ? nullptr : &p, c.Byte() & 1); c.LogVector(p)),
+  };
+}
+
 const std::vector<Entry>& AllForms() {
   static const std::vector<Entry> table = [] {
     std::vector<Entry> all;
-    for (auto family : {PixelwiseForms, FilterForms, MorphologyForms, ThresholdForms}) {
+    for (auto family : {PixelwiseForms, FilterForms, MorphologyForms, ThresholdForms, VectorForms}) {
       auto forms = family();
       all.insert(all.end(), forms.begin(), forms.end());
     }

@@ -22,6 +22,7 @@ struct Sources {
   ZImage<ZBW1> bw1Parent{kW1 + 3, kH};
   ZROI<ZBW1> bw1{&bw1Parent, 3, 0, kW1, kH};  // three bits into its bytes
   ZBWHistogramVector histogram{256};
+  ZBWHistogramVector histogram16{65536};
   Sources();
 };
 const Sources& Shared();
@@ -47,11 +48,18 @@ struct Outputs {
   bool GuardsIntact() const;
 };
 
+// What a failed allocation may do beyond failing cleanly (1301 or 1303, destinations untouched).
+enum Failing {
+  kClean,
+  kPartial,  // a failure may leave part of the destination written (plane by plane, step by step)
+  kLenient,  // a compound keeps only its last step's state, and the older vertical pass skips
+             // its half when its buffer fails: the failure may be absorbed with other pixels
+};
+
 struct Case {
   const char* name;
   void (*call)(const Sources& s, Outputs& o);
-  // A failure may leave part of the destination written (colour forms run plane by plane).
-  bool partialOnFailure = false;
+  Failing failing = kClean;
 };
 const std::vector<Case>& Cases();
 
