@@ -18,6 +18,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kfuzz {
@@ -89,7 +90,7 @@ void Carve(Slot& s, FuzzedDataProvider& in, const std::shared_ptr<ZGenericROI>& 
   const int levels = in.ConsumeIntegralInRange(0, 2);
   for (int l = 0; l < levels; ++l) {
     auto* outer = static_cast<ZROI<T>*>(s.chain.back().get());
-    const int pw = outer->GetWidth(), ph = outer->GetHeight();
+    const int pw = std::max(0, outer->GetWidth()), ph = std::max(0, outer->GetHeight());
     int x, y, w, h;
     if (in.ConsumeIntegralInRange(0, 7) != 0) {
       x = in.ConsumeIntegralInRange(0, pw);
@@ -173,9 +174,24 @@ void Fill(uint8_t seed, uint8_t mode) {
   }
 }
 
+const Call* g_call = nullptr;  // the call under test, for the report
+
 [[noreturn]] void Fail(const Entry& e, const char* what, int detail = 0) {
-  std::fprintf(stderr, "%s: %s (%d), error %d\n", e.name, what, detail, static_cast<int>(ZGetError()));
-  for (int i = 0; i < ZGetTraceCount(); ++i) std::fprintf(stderr, "  trace %d: %s\n", i, ZGetTraceEntry(i));
+  std::fprintf(stderr, "%s: %s (%d), error %d\n", e.name, what, detail, g_call != nullptr ? g_call->error : -1);
+  for (int i = 0; g_call != nullptr && i < kSlots; ++i) {
+    const Slot& s = g_call->slots[i];
+    if (!s.used) continue;
+    if (s.null) {
+      std::fprintf(stderr, "  slot %d: null\n", i);
+      continue;
+    }
+    std::fprintf(stderr, "  slot %d: %d x %d at (%d, %d), bit offset %d, void %d, levels %zu%s\n", i, s.view->GetWidth(),
+                 s.view->GetHeight(), s.view->GetTotalOrgX(), s.view->GetTotalOrgY(),
+                 s.view->GetVoid() ? -1 : s.view->GetBitOffset(0, 0), s.view->GetVoid(), s.chain.size(),
+                 s.identical ? ", the source itself" : s.aliasOf >= 0 ? ", shares the source's parent" : "");
+  }
+  if (g_call != nullptr)
+    for (const auto& t : g_call->trace) std::fprintf(stderr, "  trace: %s\n", t.c_str());
   std::abort();
 }
 
@@ -215,15 +231,20 @@ Outcome RunPath(const Entry& e, Call& c, int wide, uint8_t seed, uint8_t mode, b
   c.params.Rewind();
   c.results.clear();
   c.thrown = 0;
+  c.error = -1;
   e.call(c);
+  if (c.error < 0) Fail(e, "the form did not capture the error state");
   Outcome o;
-  o.error = ZGetError();
-  for (int i = 0; i < ZGetTraceCount(); ++i) o.trace.emplace_back(ZGetTraceEntry(i));
+  o.error = c.error;
+  o.trace = c.trace;
+  if (std::getenv("KELMIRA_FUZZ_VERBOSE") != nullptr)
+    std::fprintf(stderr, "%s (%s): error %d, thrown %d\n", e.name, wide ? "wide" : "scalar", o.error, c.thrown);
   o.results = c.results;
-  if (o.error != 0 && o.trace.empty() && c.thrown == 0) Fail(e, "failure without a trace");
+  if (o.error != 0 && o.trace.empty() && c.thrown == 0 && !e.untraced) Fail(e, "failure without a trace");
   for (int i = 0; i < kSources; ++i) {
     const Slot& s = c.slots[i];
-    if (s.used && o.error == 0 && c.thrown == 0 && (s.null || s.view->GetVoid())) Fail(e, "null or void source accepted", i);
+    if (s.used && o.error == 0 && c.thrown == 0 && !e.mayIgnoreSource && (s.null || s.view->GetVoid()))
+      Fail(e, wide ? "null or void source accepted on the wide path" : "null or void source accepted on the scalar path", i);
   }
   for (int i = kSources; i < kSlots; ++i)
     if (c.slots[i].used) Allow(c.slots[i].view, c.slots[i].kind);
@@ -280,6 +301,7 @@ bool OneCall(FuzzedDataProvider& in) {
   const std::vector<uint8_t> block = in.ConsumeBytes<uint8_t>(48);
   c.params.Load(block.data(), block.size());
 
+  g_call = &c;
   const Outcome wide = RunPath(e, c, 1, seed, mode, nullDestination);
   const Outcome scalar = RunPath(e, c, 0, seed, mode, nullDestination);
   if (wide.error != scalar.error) Fail(e, "wide and scalar errors differ", wide.error);

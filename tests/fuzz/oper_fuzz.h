@@ -91,7 +91,10 @@ struct Entry {
   const char* name;
   const char* signature;
   Form call;
-  bool pathsMayDiffer = false;  // the wide path's documented results differ from the scalar one's
+  bool pathsMayDiffer = false;   // the wide path's documented results differ from the scalar one's
+  bool mayIgnoreSource = false;  // documented to do nothing, successfully, for some arguments
+                                 // (the older morphology forms with no passes)
+  bool untraced = false;         // documented to fail without a trace string of its own
 };
 
 // What a form uses while it runs: typed views, parameters, and a log of results other than
@@ -102,6 +105,15 @@ class Call {
   Params params;
   std::string results;
   int thrown = 0;  // the number a throwing form threw, 0 when it returned
+  // The thread's error and trace right after the operator, before the form's locals go: the
+  // destructor of a kernel clears the error state.
+  int error = 0;
+  std::vector<std::string> trace;
+  void Capture() {
+    error = ZGetError();
+    trace.clear();
+    for (int i = 0; i < ZGetTraceCount(); ++i) trace.emplace_back(ZGetTraceEntry(i));
+  }
 
   // Runs a form that reports by throwing (the aligned one-bit forms, made to be called inside a
   // handler of the caller's own): the number it throws is kept as the call's failure.
@@ -112,6 +124,7 @@ class Call {
     } catch (const Marvane::Ovidra::Exception& e) {
       thrown = e.code;
       Log(thrown);
+      Capture();
     }
   }
 

@@ -21,7 +21,8 @@ std::unique_ptr<ZKernel> Call::Kernel() {
     static const short sizes[] = {1, 3, 5, 7, 3, 3, 2, 9};
     sx = sizes[shape % 8], sy = sizes[(shape / 8) % 8];
   } else {
-    sx = static_cast<short>(params.Int(-2, 12)), sy = static_cast<short>(params.Int(-2, 12));
+    // Odd, zero and negative sizes; none so large that one call runs for minutes.
+    sx = static_cast<short>(params.Int(-2, 12) % 24), sy = static_cast<short>(params.Int(-2, 12) % 24);
   }
   auto k = std::make_unique<ZKernel>(sx, sy, params.Float(), params.UInt(0, 300),
                                      static_cast<short>(params.Int(-1, 3)), params.UInt(0, 300));
@@ -69,12 +70,16 @@ std::unique_ptr<ZBWHistogramVector> Call::Histogram(unsigned bins) {
 }
 
 
-#define F(name, signature, ...) Entry{name, signature, [](Call& c) { __VA_ARGS__; }}
-#define FT(name, signature, ...) Entry{name, signature, [](Call& c) { c.Catching([&] { __VA_ARGS__; }); }}
+// Each form captures the error state at the end of its body, before its locals are destroyed.
+#define F(name, signature, ...) Entry{name, signature, [](Call& c) { __VA_ARGS__; c.Capture(); }}
+#define FT(name, signature, ...) Entry{name, signature, [](Call& c) { c.Catching([&] { __VA_ARGS__; c.Capture(); }); }}
 // The aligned forms throw; the plain ones must not: only the aligned ones are called in a handler.
 #define FM(name, signature, ...) Entry{name, signature, [](Call& c) { \
-  if (std::string(name).find("Aligned") != std::string::npos) c.Catching([&] { __VA_ARGS__; }); else { __VA_ARGS__; } }}
-#define FD(name, signature, ...) Entry{name, signature, [](Call& c) { __VA_ARGS__; }, true}
+  if (std::string(name).find("Aligned") != std::string::npos) c.Catching([&] { __VA_ARGS__; c.Capture(); }); \
+  else { __VA_ARGS__; c.Capture(); } }}
+#define FP(name, signature, ...) Entry{name, signature, [](Call& c) { __VA_ARGS__; c.Capture(); }, false, true}
+#define FQ(name, signature, ...) Entry{name, signature, [](Call& c) { __VA_ARGS__; c.Capture(); }, false, false, true}
+#define FD(name, signature, ...) Entry{name, signature, [](Call& c) { __VA_ARGS__; c.Capture(); }, true}
 
 std::vector<Entry> PixelwiseForms() {
   return {
@@ -125,7 +130,7 @@ std::vector<Entry> PixelwiseForms() {
       FT("BW1Alignment", "b1>b1", LumBW1Alignment(c.S<ZBW1>(0), c.D<ZBW1>(0))),
       FT("BW1UnAlignment", "b1>b1", LumBW1UnAlignment(c.S<ZBW1>(0), c.D<ZBW1>(0))),
       // Point transforms
-      F("Lut BW8", "b8>b8", ZBW8 t[256]; for (int i = 0; i < 256; ++i) t[i] = static_cast<ZBW8>(i * c.Byte() + 3);
+      FQ("Lut BW8", "b8>b8", ZBW8 t[256]; for (int i = 0; i < 256; ++i) t[i] = static_cast<ZBW8>(i * c.Byte() + 3);
         LumLut(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Byte() < 20 ? nullptr : t)),
       F("Lut BW8 vector", "b8>b8", ZBW8Vector t(c.UInt(0, 300)); t.SetNumElements(t.GetMaxElements());
         for (unsigned i = 0; i < t.GetNumElements(); ++i) t.GetDataPtr()[i] = static_cast<ZBW8>(i ^ 0x5A);
@@ -241,18 +246,18 @@ std::vector<Entry> MorphologyForms() {
       BW1_MORPHO_FORMS(Aligned),
       MORPHO_FORMS(ZBW8, "b8"),
       MORPHO_FORMS(ZBW16, "b16"),
-      F("Erode BW8", "b8>b8", c.Returned(LumErode(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256)))),
-      F("Dilate BW8", "b8>b8", c.Returned(LumDilate(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256)))),
-      F("Open BW8", "b8>b8", c.Returned(LumOpen(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256), c.Int(-1, 256)))),
-      F("Close BW8", "b8>b8", c.Returned(LumClose(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256), c.Int(-1, 256)))),
-      F("WhiteTopHat BW8", "b8>b8", c.Returned(LumWhiteTopHat(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256), c.Int(-1, 256)))),
-      F("BlackTopHat BW8", "b8>b8", c.Returned(LumBlackTopHat(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256), c.Int(-1, 256)))),
-      F("Erode C24", "c24>c24", LumErode(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c))),
-      F("Dilate C24", "c24>c24", LumDilate(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c))),
-      F("Open C24", "c24>c24", LumOpen(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c), C24Of(c))),
-      F("Close C24", "c24>c24", LumClose(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c), C24Of(c))),
-      F("WhiteTopHat C24", "c24>c24", LumWhiteTopHat(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c), C24Of(c))),
-      F("BlackTopHat C24", "c24>c24", LumBlackTopHat(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c), C24Of(c))),
+      FP("Erode BW8", "b8>b8", c.Returned(LumErode(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256)))),
+      FP("Dilate BW8", "b8>b8", c.Returned(LumDilate(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256)))),
+      FP("Open BW8", "b8>b8", c.Returned(LumOpen(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256), c.Int(-1, 256)))),
+      FP("Close BW8", "b8>b8", c.Returned(LumClose(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256), c.Int(-1, 256)))),
+      FP("WhiteTopHat BW8", "b8>b8", c.Returned(LumWhiteTopHat(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256), c.Int(-1, 256)))),
+      FP("BlackTopHat BW8", "b8>b8", c.Returned(LumBlackTopHat(c.S<ZBW8>(0), c.D<ZBW8>(0), c.Int(-1, 4), c.Int(-1, 256), c.Int(-1, 256)))),
+      FP("Erode C24", "c24>c24", LumErode(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c))),
+      FP("Dilate C24", "c24>c24", LumDilate(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c))),
+      FP("Open C24", "c24>c24", LumOpen(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c), C24Of(c))),
+      FP("Close C24", "c24>c24", LumClose(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c), C24Of(c))),
+      FP("WhiteTopHat C24", "c24>c24", LumWhiteTopHat(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c), C24Of(c))),
+      FP("BlackTopHat C24", "c24>c24", LumBlackTopHat(c.S<ZC24>(0), c.D<ZC24>(0), c.Int(-1, 4), C24Of(c), C24Of(c))),
       THIN_FORM("Thin BW8", ZBW8, "b8", LumThin, c.Returned),
       THIN_FORM("Thick BW8", ZBW8, "b8", LumThick, c.Returned),
       THIN_FORM("BiLevelThin BW8", ZBW8, "b8", LumBiLevelThin, c.Returned),
