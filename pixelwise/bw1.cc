@@ -47,6 +47,7 @@ void Put(uint8_t* d, uint8_t value, uint8_t mask) { *d = static_cast<uint8_t>((*
 template <class Op>
 void ByteRows(Bits a, Bits b, ZROI<ZBW1>* d, Op op) {
   const int width = d->GetWidth(), height = d->GetHeight(), n = (width + 7) / 8;
+  if (n == 0) return;  // rows without a pixel: there is no last byte to mask
   const uint8_t last = LastMask(width);
   const rows::Rows<uint8_t> rd(d);
   const rows::Rows<const uint8_t> ra(a ? a : d), rb(b ? b : d);

@@ -196,7 +196,7 @@ const Call* g_call = nullptr;  // the call under test, for the report
 }
 
 // Lets the bytes (bits on one-bit views) of a destination view take what the call wrote.
-void Allow(const ZGenericROI* view, Kind k) {
+void Allow(const ZGenericROI* view, Kind k, bool wholeLastByte) {
   if (view == nullptr || view->GetVoid()) return;
   for (int y = 0; y < view->GetHeight(); ++y) {
     const auto* row = static_cast<const uint8_t*>(view->GetGenericImagePtr(0, y));
@@ -208,7 +208,9 @@ void Allow(const ZGenericROI* view, Kind k) {
         std::memcpy(arena.expected.data() + at, row, static_cast<size_t>(RowBytes(k, view->GetWidth())));
         continue;
       }
-      const int first = view->GetBitOffset(0, y), last = first + view->GetWidth();
+      const int first = view->GetBitOffset(0, y);
+      int last = first + view->GetWidth();
+      if (wholeLastByte && first == 0) last = (last + 7) / 8 * 8;
       for (int bit = first; bit < last; ++bit) {
         const uint8_t mask = static_cast<uint8_t>(0x80 >> (bit & 7));
         uint8_t& e = arena.expected[at + bit / 8];
@@ -247,8 +249,8 @@ Outcome RunPath(const Entry& e, Call& c, int wide, uint8_t seed, uint8_t mode, b
       Fail(e, wide ? "null or void source accepted on the wide path" : "null or void source accepted on the scalar path", i);
   }
   for (int i = kSources; i < kSlots; ++i)
-    if (c.slots[i].used) Allow(c.slots[i].view, c.slots[i].kind);
-  if (nullDestination) Allow(c.slots[0].view, c.slots[0].kind);  // in place on the first source
+    if (c.slots[i].used) Allow(c.slots[i].view, c.slots[i].kind, e.wholeLastByte);
+  if (nullDestination) Allow(c.slots[0].view, c.slots[0].kind, e.wholeLastByte);  // in place on the first source
   for (int a = 0; a < kSlots; ++a) {
     const Arena& arena = Arenas()[a];
     if (std::memcmp(arena.expected.data(), arena.begin, kArenaBytes) == 0) continue;

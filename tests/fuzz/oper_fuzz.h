@@ -74,7 +74,7 @@ class Params {
   // An operation code: the documented ones mostly, any int now and then.
   ARITH_LOGIC_OPERATIONS Code() {
     const uint8_t b = Byte();
-    return static_cast<ARITH_LOGIC_OPERATIONS>(b < 240 ? b % 40 : Int(-5, 5) * 1000003);
+    return static_cast<ARITH_LOGIC_OPERATIONS>(b < 240 ? b % 40 : static_cast<int>(U32()));
   }
 
  private:
@@ -95,6 +95,7 @@ struct Entry {
   bool mayIgnoreSource = false;  // documented to do nothing, successfully, for some arguments
                                  // (the older morphology forms with no passes)
   bool untraced = false;         // documented to fail without a trace string of its own
+  bool wholeLastByte = false;    // writes the last byte of each one-bit row whole (bits past it 0)
 };
 
 // What a form uses while it runs: typed views, parameters, and a log of results other than

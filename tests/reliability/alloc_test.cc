@@ -3,7 +3,9 @@
 // every allocation the call makes. A failed call reports 1301 or 1303 with a trace and leaves its
 // destinations as they were (colour forms may keep the planes already done); a call that absorbs
 // the failure gives the same result as a normal run. LeakSanitizer, in the sanitizer build, sees
-// whatever a failure path forgets to free.
+// whatever a failure path forgets to free. Under AddressSanitizer the C functions stay the
+// sanitizer's own (it must see every block), so there only operator new fails; the plain build
+// fails both.
 #include "reliability/calls.h"
 
 #include <dlfcn.h>
@@ -23,6 +25,7 @@ bool FailThisOne() {
   return ++t_seen == t_failAt;
 }
 
+#if !defined(__SANITIZE_ADDRESS__)
 // The allocator behind this program's replacements. dlsym may itself ask for memory before the
 // real functions are known: a small static pool serves those requests.
 struct Real {
@@ -95,18 +98,25 @@ void free(void* p) {
   R().free(p);
 }
 }
+#define KELMIRA_MALLOC std::malloc
+#else
+}  // namespace
+#define KELMIRA_MALLOC(n) (FailThisOne() ? nullptr : std::malloc(n))
+#endif
 
+// The replacements pair with each other through malloc and free.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 void* operator new(size_t n) {
-  if (void* p = malloc(n == 0 ? 1 : n)) return p;
+  if (void* p = KELMIRA_MALLOC(n == 0 ? 1 : n)) return p;
   throw std::bad_alloc();
 }
 void* operator new[](size_t n) { return operator new(n); }
-void* operator new(size_t n, const std::nothrow_t&) noexcept { return malloc(n == 0 ? 1 : n); }
-void* operator new[](size_t n, const std::nothrow_t&) noexcept { return malloc(n == 0 ? 1 : n); }
-void operator delete(void* p) noexcept { free(p); }
-void operator delete[](void* p) noexcept { free(p); }
-void operator delete(void* p, size_t) noexcept { free(p); }
-void operator delete[](void* p, size_t) noexcept { free(p); }
+void* operator new(size_t n, const std::nothrow_t&) noexcept { return KELMIRA_MALLOC(n == 0 ? 1 : n); }
+void* operator new[](size_t n, const std::nothrow_t&) noexcept { return KELMIRA_MALLOC(n == 0 ? 1 : n); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, size_t) noexcept { std::free(p); }
+void operator delete[](void* p, size_t) noexcept { std::free(p); }
 
 namespace {
 

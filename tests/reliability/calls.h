@@ -30,7 +30,7 @@ const Sources& Shared();
 // Destinations of one run, with guard bytes around each, filled with a fixed pattern.
 struct Outputs {
   kt::Framed<ZBW8> bw8{kW, kH, 3};
-  kt::Framed<ZBW16> bw16{kW, kH, 2};
+  kt::Framed<ZBW16> bw16{kW, kH, 2, 20};  // an even pitch: rows aligned for 16-bit access
   kt::Framed<ZC24> c24{kW, kH, 1};
   kt::Framed<ZBW1> bw1Parent{kW1 + 5, kH, 1};
   ZROI<ZBW1> bw1{bw1Parent.get(), 5, 0, kW1, kH};  // five bits into its bytes
