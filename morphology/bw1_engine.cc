@@ -215,6 +215,9 @@ class Chain {
 // place reads from a copy of the source.
 void SeparableBox(const ZROI<ZBW1>* source, ZROI<ZBW1>* destination, uint32_t hw, uint32_t hh, bool max) {
   const int width = destination->GetWidth(), height = destination->GetHeight();
+  // No pixels, nothing to do: the in-place copy below would be an image without pixels, which
+  // is not a failed allocation (the scalar passes do nothing here too).
+  if (width == 0 || height == 0) return;
   const int n = (width + 7) / 8;
   const uint8_t last = LastMask(width), outside = max ? 0x00 : 0xFF;
   const rows::Rows<uint8_t> rd(destination);

@@ -132,6 +132,7 @@ void CopyRows(const ZGenericROI* source, ZGenericROI* destination) {
 template <class T>
 bool Box(const ZGenericROI* source, ZGenericROI* destination, uint32_t hw, uint32_t hh, bool max, bool wide) {
   const int W = source->GetWidth(), H = source->GetHeight();
+  if (W == 0 || H == 0) return true;  // a view without pixels: no row to work on, no clip to take
   // A window reaching past the whole ROI is clipped to it: beyond W - 1 nothing more is covered.
   const int w = static_cast<int>(std::min<uint32_t>(hw, static_cast<uint32_t>(W - 1)));
   const int h = static_cast<int>(std::min<uint32_t>(hh, static_cast<uint32_t>(H - 1)));
@@ -233,6 +234,7 @@ bool Box(const ZGenericROI* source, ZGenericROI* destination, uint32_t hw, uint3
 template <class T>
 bool Disk(const ZGenericROI* source, ZGenericROI* destination, uint32_t radius, bool max, bool wide) {
   const uint32_t a = radius / 2, b = radius / 2 + (radius & 1u);
+  if (source->GetWidth() == 0 || source->GetHeight() == 0) return true;  // no pixels, nothing to reach
   const ZGenericROI* from = source;
   if (a > 0) {
     if (!Box<T>(source, destination, a, a, max, wide)) return false;

@@ -3,6 +3,7 @@
 #include "kelmira/morphology/thin.h"
 
 #include <memory>
+#include <new>
 
 #include "foundation/frame.h"
 #include "foundation/pixel_traits.h"
@@ -183,8 +184,9 @@ short int Aligned(ZROI<ZBW1>* source, ZROI<ZBW1>* destination, ZKernel* kernel, 
 }
 
 std::unique_ptr<ZImage<ZBW1>> Temporary(const ZGenericROI* like) {
-  auto image = std::make_unique<ZImage<ZBW1>>(like->GetWidth(), like->GetHeight());
-  if (image->GetImagePtr(0, 0) == nullptr) frame::Throw(Z_ERROR_NO_MEMORY);
+  // nothrow: a failed allocation of the image object is 1303 like one of its pixels.
+  std::unique_ptr<ZImage<ZBW1>> image(new (std::nothrow) ZImage<ZBW1>(like->GetWidth(), like->GetHeight()));
+  if (image == nullptr || image->GetImagePtr(0, 0) == nullptr) frame::Throw(Z_ERROR_NO_MEMORY);
   return image;
 }
 

@@ -6,6 +6,7 @@
 // null pointers on the plain frame, then one handler around the aligned copies of unaligned views
 // and the inner call.
 #include <memory>
+#include <new>
 
 #include "foundation/frame.h"
 #include "foundation/rows.h"
@@ -46,6 +47,7 @@ void Put(uint8_t* d, uint8_t value, uint8_t mask) { *d = static_cast<uint8_t>((*
 template <class Op>
 void ByteRows(Bits a, Bits b, ZROI<ZBW1>* d, Op op) {
   const int width = d->GetWidth(), height = d->GetHeight(), n = (width + 7) / 8;
+  if (n == 0) return;  // rows without a pixel: there is no last byte to mask
   const uint8_t last = LastMask(width);
   const rows::Rows<uint8_t> rd(d);
   const rows::Rows<const uint8_t> ra(a ? a : d), rb(b ? b : d);
@@ -91,8 +93,9 @@ void ThroughAligned(std::initializer_list<Bits> sources, ZROI<ZBW1>* destination
   for (Bits s : sources) frame::RequireSameSize(s, destination);
   const int width = destination->GetWidth(), height = destination->GetHeight();
   const auto temporary = [&]() {
-    auto t = std::make_unique<ZImage<ZBW1>>(width, height);
-    if (t->GetImagePtr(0, 0) == nullptr) frame::Throw(Z_ERROR_NO_MEMORY);
+    // nothrow: a failed allocation of the image object is 1303 like one of its pixels.
+    std::unique_ptr<ZImage<ZBW1>> t(new (std::nothrow) ZImage<ZBW1>(width, height));
+    if (t == nullptr || t->GetImagePtr(0, 0) == nullptr) frame::Throw(Z_ERROR_NO_MEMORY);
     return t;
   };
   std::unique_ptr<ZImage<ZBW1>> copies[2];

@@ -3,6 +3,7 @@
 // exists and the wide paths are on, a wide kernel (convert_wide.cc) for the bulk of each row.
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <type_traits>
 
 #include "foundation/frame.h"
@@ -226,8 +227,9 @@ void FromBW1Aligned(const ZROI<ZBW1>* source, ZROI<D>* destination, D value) {
 // ----- packed one-bit, any bit offset: the outer level with the one handler -----
 
 std::unique_ptr<ZImage<ZBW1>> Temporary(int width, int height) {
-  auto image = std::make_unique<ZImage<ZBW1>>(width, height);
-  if (image->GetImagePtr(0, 0) == nullptr) frame::Throw(Z_ERROR_NO_MEMORY);
+  // nothrow: a failed allocation of the image object is 1303 like one of its pixels.
+  std::unique_ptr<ZImage<ZBW1>> image(new (std::nothrow) ZImage<ZBW1>(width, height));
+  if (image == nullptr || image->GetImagePtr(0, 0) == nullptr) frame::Throw(Z_ERROR_NO_MEMORY);
   return image;
 }
 

@@ -182,8 +182,10 @@ void EqualizeBW16(ZROI<ZBW16>* source, ZROI<ZBW16>* destination) {
   if (destination == nullptr) destination = source;
   if (!frame::NotVoid(source) || !frame::NotVoid(destination) || !frame::SameSize(source, destination)) return;
   std::vector<uint64_t> cumulated;
+  std::vector<uint16_t> table;  // C[v] * 65535 / T for each occupied value
   try {
     cumulated.resize(65536);
+    table.resize(65536);
   } catch (const std::bad_alloc&) {
     frame::Fail(Z_ERROR_NO_MEMORY);
     return;
@@ -194,8 +196,7 @@ void EqualizeBW16(ZROI<ZBW16>* source, ZROI<ZBW16>* destination) {
   uint64_t sum = 0;
   for (int v = 0; v < 65536; ++v) cumulated[v] = sum += bins[v];
   const uint64_t total = cumulated[65535];
-  // The same C[v] * 65535 / T for every pixel, taken once per occupied value into a table.
-  std::vector<uint16_t> table(65536, 0);
+  // The same C[v] * 65535 / T for every pixel, taken once per occupied value into the table.
   for (int v = 0; v < 65536; ++v)
     if (bins[v] != 0) table[v] = static_cast<uint16_t>(std::min<uint64_t>(cumulated[v] * 65535 / total, 65535));
   const rows::Rows<const ZBW16> in(source);

@@ -3,6 +3,7 @@
 #include <cfloat>
 #include <cmath>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "foundation/frame.h"
@@ -188,7 +189,11 @@ unsigned IsodataChecks(const uint32_t* h, unsigned low, unsigned high, unsigned 
   if (low >= bins) return frame::Fail(Z_ERROR_ARGUMENT_2), 0;
   if (high >= bins) return frame::Fail(Z_ERROR_ARGUMENT_3), 0;
   if (low >= high) return frame::Fail(Z_ERROR_BAD_ARGUMENTS), 0;
-  return Isodata<Sum>(h, low, high, dropFirstMoment);
+  try {
+    return Isodata<Sum>(h, low, high, dropFirstMoment);
+  } catch (const std::bad_alloc&) {  // the running tables
+    return frame::Fail(Z_ERROR_NO_MEMORY), 0;
+  }
 }
 
 template <class Sum>

@@ -128,11 +128,19 @@ void Stage(Tables& t, unsigned k, unsigned from, unsigned to) {
   }
 }
 
+// The pixel count truncated from the float table to 32 bits. Sums of huge bins reach past 2^32,
+// where a direct conversion is undefined: truncate through 64 bits and keep the low word, as a
+// 64-bit truncation followed by a 32-bit store does.
+uint32_t CountOf(float count) {
+  if (!(count >= 0.0f) || count >= 18446744073709551616.0f) return 0;
+  return static_cast<uint32_t>(static_cast<uint64_t>(count));
+}
+
 ZRegionDescriptor Region(Tables& t, unsigned first, unsigned last) {
   const float count = t.At(t.count, first, last), mean = t.At(t.sum, first, last) / count;
   float q = 0.0f;
   for (unsigned i = first; i <= last; ++i) q += static_cast<float>(i) * t.At(t.sum, i, i);
-  return ZRegionDescriptor{first, last, mean, q / count - mean * mean, static_cast<uint32_t>(count)};
+  return ZRegionDescriptor{first, last, mean, q / count - mean * mean, CountOf(count)};
 }
 
 // Walks the cuts back from best[lo][k] into k + 1 regions and returns their residue, or -1.0 with

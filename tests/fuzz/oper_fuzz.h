@@ -1,0 +1,186 @@
+// The operator fuzzer's call frame: guarded arenas, views carved from them as the input says, the
+// scalar parameters of a call, and the table of operator forms that the families fill.
+#ifndef KELMIRA_TESTS_FUZZ_OPER_FUZZ_H
+#define KELMIRA_TESTS_FUZZ_OPER_FUZZ_H
+
+#include <kelmira/kelmira.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kfuzz {
+
+enum Kind : uint8_t { kBW1, kBW8, kBW16, kBW32, kC15, kC16, kC24, kC24A, kF32, kF64, kKinds };
+
+template <class T> constexpr Kind KindOf();
+template <> constexpr Kind KindOf<ZBW1>() { return kBW1; }
+template <> constexpr Kind KindOf<ZBW8>() { return kBW8; }
+template <> constexpr Kind KindOf<ZBW16>() { return kBW16; }
+template <> constexpr Kind KindOf<ZBW32>() { return kBW32; }
+template <> constexpr Kind KindOf<ZC15>() { return kC15; }
+template <> constexpr Kind KindOf<ZC16>() { return kC16; }
+template <> constexpr Kind KindOf<ZC24>() { return kC24; }
+template <> constexpr Kind KindOf<ZC24A>() { return kC24A; }
+template <> constexpr Kind KindOf<ZFLOAT32>() { return kF32; }
+template <> constexpr Kind KindOf<ZFLOAT64>() { return kF64; }
+
+constexpr int kSources = 3, kDestinations = 2, kSlots = kSources + kDestinations;
+
+// One image argument: its parent image inside a guarded arena, the chain of views carved from it,
+// and the view that the call receives (null when the input asks for a null argument).
+struct Slot {
+  Kind kind = kBW8;
+  bool used = false;
+  bool null = false;
+  int arena = -1;          // index of the arena holding the parent's pixels
+  int aliasOf = -1;        // destination: the source whose parent it shares (-1: its own)
+  bool identical = false;  // destination: the very view of source aliasOf
+  std::vector<std::shared_ptr<ZGenericROI>> chain;  // parent first
+  ZGenericROI* view = nullptr;
+};
+
+// The parameters of a call: a fixed block of input bytes read in order, replayed for each path.
+class Params {
+ public:
+  void Load(const uint8_t* data, size_t size) { m_bytes.assign(data, data + size); m_at = 0; }
+  void Rewind() { m_at = 0; }
+  uint8_t Byte() { return m_at < m_bytes.size() ? m_bytes[m_at++] : 0; }
+  uint32_t U32() { uint32_t v = 0; for (int i = 0; i < 4; ++i) v = v << 8 | Byte(); return v; }
+  // Small values most of the time, the hostile ones now and then.
+  int Int(int lo, int hi) {
+    const uint8_t b = Byte();
+    if (b < 232) return lo + b % (hi - lo + 1);
+    static const int hostile[] = {-1, 0, 1, -2147483647 - 1, 2147483647, 65535, 65536, 1 << 20, -100, 255, 256, 100000,
+                                  32767, -32768, 31, 32, 33, 24, 25, 15, 16, 7, 8, 1000};
+    return hostile[(b - 232) % (sizeof hostile / sizeof *hostile)];
+  }
+  unsigned UInt(int lo, int hi) { return static_cast<unsigned>(Int(lo, hi)); }
+  float Float() {
+    const uint8_t b = Byte();
+    static const float table[] = {0.0f, 1.0f, -1.0f, 0.5f, 2.0f, 0.25f, 255.0f, 65535.0f, -0.0f, 1e30f, -1e30f,
+                                  __builtin_nanf(""), __builtin_inff(), -__builtin_inff(), 1e-40f, 0.1f,
+                                  3.0f, 8.0f, 100.0f, 4294967296.0f};
+    if (b < 200) return table[b % (sizeof table / sizeof *table)];
+    if (b < 240) return static_cast<float>(static_cast<int8_t>(Byte())) / 16.0f;
+    const uint32_t bits = U32();
+    float f;
+    std::memcpy(&f, &bits, 4);
+    return f;
+  }
+  // An operation code: the documented ones mostly, any int now and then.
+  ARITH_LOGIC_OPERATIONS Code() {
+    const uint8_t b = Byte();
+    return static_cast<ARITH_LOGIC_OPERATIONS>(b < 240 ? b % 40 : static_cast<int>(U32()));
+  }
+
+ private:
+  std::vector<uint8_t> m_bytes;
+  size_t m_at = 0;
+};
+
+class Call;
+using Form = void (*)(Call&);
+
+// One operator form: its name, its image arguments as "sources>destinations" (b1 b8 b16 b32 c15
+// c16 c24 c24a f32 f64), and the call itself.
+struct Entry {
+  const char* name;
+  const char* signature;
+  Form call;
+  bool pathsMayDiffer = false;   // the wide path's documented results differ from the scalar one's
+  bool mayIgnoreSource = false;  // documented to do nothing, successfully, for some arguments
+                                 // (the older morphology forms with no passes)
+  bool untraced = false;         // documented to fail without a trace string of its own
+  bool wholeLastByte = false;    // writes the last byte of each one-bit row whole (bits past it 0)
+};
+
+// What a form uses while it runs: typed views, parameters, and a log of results other than
+// pixels (returned values, vectors) that both paths must agree on.
+class Call {
+ public:
+  Slot slots[kSlots];
+  Params params;
+  std::string results;
+  int thrown = 0;  // the number a throwing form threw, 0 when it returned
+  // The thread's error and trace right after the operator, before the form's locals go: the
+  // destructor of a kernel clears the error state.
+  int error = 0;
+  std::vector<std::string> trace;
+  void Capture() {
+    error = ZGetError();
+    trace.clear();
+    for (int i = 0; i < ZGetTraceCount(); ++i) trace.emplace_back(ZGetTraceEntry(i));
+  }
+
+  // Runs a form that reports by throwing (the aligned one-bit forms, made to be called inside a
+  // handler of the caller's own): the number it throws is kept as the call's failure.
+  template <class F>
+  void Catching(F&& body) {
+    try {
+      body();
+    } catch (const Marvane::Ovidra::Exception& e) {
+      thrown = e.code;
+      Log(thrown);
+      Capture();
+    }
+  }
+
+  template <class T>
+  ZROI<T>* S(int i) { return View<T>(i); }
+  template <class T>
+  ZROI<T>* D(int i) { return View<T>(kSources + i); }
+
+  ARITH_LOGIC_OPERATIONS Code() { return params.Code(); }
+  int Int(int lo, int hi) { return params.Int(lo, hi); }
+  unsigned UInt(int lo, int hi) { return params.UInt(lo, hi); }
+  float Float() { return params.Float(); }
+  uint8_t Byte() { return params.Byte(); }
+
+  template <class V>
+  void Log(const V& value) { results.append(reinterpret_cast<const char*>(&value), sizeof value); }
+  // Forms that return their error number must return what the thread's state says.
+  void Returned(short value) {
+    if (value != static_cast<short>(ZGetError())) {
+      std::fprintf(stderr, "returned %d but the error state is %d\n", value, static_cast<int>(ZGetError()));
+      std::abort();
+    }
+    Log(value);
+  }
+  template <class T>
+  void LogVector(const ZVectorTemplate<T>& v) {
+    Log(v.GetNumElements());
+    if (v.GetDataPtr() != nullptr) results.append(reinterpret_cast<const char*>(v.GetDataPtr()), v.GetNumElements() * sizeof(T));
+  }
+  // A kernel of the size, values and settings that the input gives (also read as a pattern).
+  std::unique_ptr<ZKernel> Kernel();
+  // A histogram of `bins` bins (or a size from the input when 0), filled from the input.
+  std::unique_ptr<ZBWHistogramVector> Histogram(unsigned bins);
+
+ private:
+  template <class T>
+  ZROI<T>* View(int i) {
+    Slot& s = slots[i];
+    if (!s.used || s.kind != KindOf<T>()) {
+      std::fprintf(stderr, "form reads slot %d as another type than its signature\n", i);
+      std::abort();
+    }
+    return static_cast<ZROI<T>*>(s.view);
+  }
+};
+
+// The tables of the families; each returns its forms.
+std::vector<Entry> PixelwiseForms();
+std::vector<Entry> FilterForms();
+std::vector<Entry> MorphologyForms();
+std::vector<Entry> ThresholdForms();
+std::vector<Entry> VectorForms();
+// Every form, in a fixed order: an input picks one by its index.
+const std::vector<Entry>& AllForms();
+
+}  // namespace kfuzz
+
+#endif  // KELMIRA_TESTS_FUZZ_OPER_FUZZ_H
