@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <random>
 #include <string>
 #include <type_traits>
@@ -90,6 +91,76 @@ class Framed {
 // True when the two views hold the same bytes in their rows (whole bytes; for ZBW1 only views of
 // the same bit offset compare meaningfully).
 bool SameBytes(const ZGenericROI* a, const ZGenericROI* b);
+
+// ----- the loops every family repeats -----
+
+// Runs body(wide) with the scalar twins (ZSetMMX(0)) and then with the wide paths (ZSetMMX(1)).
+template <class F>
+void ForScalarAndWide(F&& body) {
+  for (int wide : {0, 1}) {
+    WideSetting setting(wide);
+    SCOPED_TRACE(wide ? "wide paths" : "scalar twins");
+    body(wide);
+  }
+}
+
+// Runs body() with the wide paths on, once for every Highway target this processor has, so that
+// a fault in one target's kernel cannot hide behind the best target.
+void ForEveryTarget(const std::function<void()>& body);
+
+// Runs body(width, offset) for every width and byte offset given.
+template <class F>
+void ForShapes(const std::vector<int>& widths, const std::vector<int>& offsets, F&& body) {
+  for (int width : widths)
+    for (int offset : offsets) {
+      SCOPED_TRACE(::testing::Message() << "width " << width << " offset " << offset);
+      body(width, offset);
+    }
+}
+std::vector<int> Upto(int last, int first = 1);  // first..last
+
+// ----- failures -----
+
+// The error number and the trace (innermost first) that the last call left.
+::testing::AssertionResult Failed(int error, const std::vector<std::string>& trace);
+
+// The bytes of a view's rows, to tell later whether a failed call wrote anything.
+std::vector<uint8_t> Bytes(const ZGenericROI* view);
+
+// The frame of a source-to-destination operator: a null source, a void destination, a
+// destination of another size and the licence gate each give their number and exactly `trace`,
+// write nothing and keep the guards; a null destination fails too unless it means in place.
+template <class S, class D>
+void CheckFrame(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::string& trace,
+                bool nullDestinationInPlace = true, int width = 8, int height = 3) {
+  SCOPED_TRACE(trace);
+  Framed<S> s(width, height, 1);
+  Framed<D> d(width, height, 2), other(width + 1, height, 3);
+  ZROI<S> voidSource;
+  ZROI<D> voidDestination;
+  s.FillRandom(Rng());
+  d.FillRandom(Rng());
+  other.FillRandom(Rng());
+  const std::vector<uint8_t> before = Bytes(d.get()), otherBefore = Bytes(other.get());
+  struct Case { ZROI<S>* s; ZROI<D>* d; int error; };
+  std::vector<Case> cases = {{nullptr, d.get(), Z_ERROR_NULL_IMAGE},
+                             {&voidSource, d.get(), Z_ERROR_NULL_IMAGE},
+                             {s.get(), &voidDestination, Z_ERROR_NULL_IMAGE}};
+  if (!nullDestinationInPlace) cases.push_back({s.get(), nullptr, Z_ERROR_NULL_IMAGE});
+  for (const Case& c : cases) {
+    call(c.s, c.d);
+    EXPECT_TRUE(Failed(c.error, {trace}));
+  }
+  call(s.get(), other.get());
+  EXPECT_TRUE(Failed(Z_ERROR_DIFFERENT_SIZES, {trace}));
+  EXPECT_EQ(Bytes(other.get()), otherBefore);
+  ZSetGateError(Z_ERROR_INTERNAL);
+  call(s.get(), d.get());
+  ZSetGateError(Z_ERROR_NONE);
+  EXPECT_TRUE(Failed(Z_ERROR_INTERNAL, {trace}));
+  EXPECT_EQ(Bytes(d.get()), before);
+  EXPECT_TRUE(d.GuardsIntact() && other.GuardsIntact());
+}
 
 }  // namespace kt
 
