@@ -102,6 +102,13 @@ class PnmHeader {
     }
     return value;
   }
+  // The next 0 or 1 of a plain PBM raster, whose digits need no blanks between them.
+  int Bit() {
+    SkipBlanks();
+    if (m_pos >= m_bytes.size() || (m_bytes[m_pos] != '0' && m_bytes[m_pos] != '1'))
+      FileError(m_path + ": malformed PBM: expected a 0 or 1 (file too short?)");
+    return m_bytes[m_pos++] - '0';
+  }
   // Binary pixels start after exactly one blank following the last header number.
   size_t PixelStart() {
     if (m_pos >= m_bytes.size() || !std::isspace(m_bytes[m_pos]))
@@ -171,6 +178,45 @@ Picture ReadPnm(const std::string& path, const std::vector<uint8_t>& bytes) {
   return picture;
 }
 
+// PBM: 1 is black. A bitmap becomes a gray picture of 0 (black) and 255 (white).
+Picture ReadPbm(const std::string& path, const std::vector<uint8_t>& bytes) {
+  const bool plain = bytes[1] == '1';
+  PnmHeader header(path, bytes);
+  const long long width = header.Number("width");
+  const long long height = header.Number("height");
+  CheckSize(path, width, height);
+  Picture picture = Picture::Gray(static_cast<int>(width), static_cast<int>(height));
+  const size_t rowBytes = (static_cast<size_t>(width) + 7) / 8;
+  const size_t start = plain ? 0 : header.PixelStart();
+  if (!plain && (bytes.size() < start || bytes.size() - start < rowBytes * static_cast<size_t>(height)))
+    FileError(path + ": truncated PBM: " + std::to_string(rowBytes * height) + " pixel bytes expected");
+  for (int y = 0; y < picture.height(); ++y) {
+    uint8_t* row = picture.row(y);
+    for (int x = 0; x < picture.width(); ++x) {
+      const int black = plain ? header.Bit() : (bytes[start + rowBytes * y + x / 8] >> (7 - x % 8)) & 1;
+      row[x] = black ? 0 : 255;
+    }
+  }
+  return picture;
+}
+
+// A gray picture as a raw PBM: pixels below 128 are black.
+void WritePbm(const Picture& picture, const std::string& path) {
+  std::FILE* file = std::fopen(path.c_str(), "wb");
+  if (!file) FileError(path + ": cannot open for writing: " + std::strerror(errno));
+  std::fprintf(file, "P4\n%d %d\n", picture.width(), picture.height());
+  std::vector<uint8_t> line((static_cast<size_t>(picture.width()) + 7) / 8);
+  bool ok = true;
+  for (int y = 0; y < picture.height() && ok; ++y) {
+    const uint8_t* row = picture.row(y);
+    std::fill(line.begin(), line.end(), 0);
+    for (int x = 0; x < picture.width(); ++x)
+      if (row[x] < 128) line[x / 8] |= static_cast<uint8_t>(0x80 >> (x % 8));
+    ok = std::fwrite(line.data(), 1, line.size(), file) == line.size();
+  }
+  if (std::fclose(file) != 0 || !ok) FileError(path + ": write error");
+}
+
 void WritePnm(const Picture& picture, const std::string& path, bool colour) {
   std::FILE* file = std::fopen(path.c_str(), "wb");
   if (!file) FileError(path + ": cannot open for writing: " + std::strerror(errno));
@@ -197,8 +243,9 @@ Picture ReadImage(const std::string& path) {
   if (bytes.size() >= 8 && std::memcmp(bytes.data(), kPngSignature, 8) == 0) return ReadPng(path, bytes);
   if (bytes.size() >= 2 && bytes[0] == 'P' && bytes[1] >= '2' && bytes[1] <= '6' && bytes[1] != '4')
     return ReadPnm(path, bytes);
+  if (bytes.size() >= 2 && bytes[0] == 'P' && (bytes[1] == '1' || bytes[1] == '4')) return ReadPbm(path, bytes);
   if (bytes.empty()) FileError(path + ": empty file");
-  FileError(path + ": not a PNG, PGM or PPM file");
+  FileError(path + ": not a PNG, PBM, PGM or PPM file");
 }
 
 void WriteImage(const Picture& picture, const std::string& path) {
@@ -207,11 +254,15 @@ void WriteImage(const Picture& picture, const std::string& path) {
   if (ext == "png") return WritePng(picture, path);
   if (ext == "ppm") return WritePnm(picture, path, true);
   if (ext == "pnm") return WritePnm(picture, path, picture.colour());
+  if (ext == "pbm") {
+    if (picture.colour()) FileError(path + ": a colour result cannot be written as PBM; use .ppm, .pnm or .png");
+    return WritePbm(picture, path);
+  }
   if (ext == "pgm") {
     if (picture.colour()) FileError(path + ": a colour result cannot be written as PGM; use .ppm, .pnm or .png");
     return WritePnm(picture, path, false);
   }
-  FileError(path + ": unknown output format '." + ext + "'; use .png, .pgm, .ppm or .pnm");
+  FileError(path + ": unknown output format '." + ext + "'; use .png, .pbm, .pgm, .ppm or .pnm");
 }
 
 }  // namespace ktool

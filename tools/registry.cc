@@ -424,7 +424,7 @@ const Operator* FindOperator(const std::string& name) {
 }
 
 Picture RunOperator(const Operator& op, const Picture& in, const std::vector<std::string>& args,
-                    const ImageSource& images) {
+                    const ImageSource& images, PointTable* points) {
   const int n = static_cast<int>(args.size());
   if (n < op.minArgs || n > op.maxArgs) {
     const std::string expected = op.minArgs == op.maxArgs ? std::to_string(op.minArgs)
@@ -435,6 +435,7 @@ Picture RunOperator(const Operator& op, const Picture& in, const std::vector<std
   }
   Call call(op.name, in, args, images);
   op.run(call);
+  if (points) *points = std::move(call.points());
   return call.out();
 }
 

@@ -15,6 +15,13 @@ namespace ktool {
 // Resolves an image argument: a file name in `apply`, an earlier result ("@name") in the demo.
 using ImageSource = std::function<Picture(const std::string&)>;
 
+// Numbers that an operator gives beside its picture, one row per item (the points of a path, for
+// instance): `apply --points FILE` writes them as CSV, the columns as its header line.
+struct PointTable {
+  std::vector<std::string> columns;
+  std::vector<std::vector<long>> rows;
+};
+
 // One run of an operator: its input, its arguments, checked accessors, and the result.
 class Call {
  public:
@@ -39,6 +46,8 @@ class Call {
   Picture& NewGray() { return m_out = Picture::Gray(m_in.width(), m_in.height()); }
   Picture& NewColour() { return m_out = Picture::Colour(m_in.width(), m_in.height()); }
   Picture& out() { return m_out; }
+  // The operator's table of numbers, empty unless it fills one.
+  PointTable& points() { return m_points; }
   // ZOk before a library call, then CheckLibrary after it: `Library("LumOper", [&] { LumOper(...); })`.
   void Library(const char* name, const std::function<void()>& call) const;
 
@@ -49,6 +58,7 @@ class Call {
   const std::vector<std::string>& m_args;
   ImageSource m_images;
   Picture m_out;
+  PointTable m_points;
 };
 
 struct Operator {
@@ -90,9 +100,10 @@ const std::vector<DemoStep>& DemoSteps();
 const std::vector<std::pair<std::string, int>>& OperCodes();
 // Null when there is no operator of that name.
 const Operator* FindOperator(const std::string& name);
-// Checks the argument count, runs the operator and returns its result.
+// Checks the argument count, runs the operator and returns its result; the operator's table of
+// numbers goes to `points` when it is given.
 Picture RunOperator(const Operator& op, const Picture& in, const std::vector<std::string>& args,
-                    const ImageSource& images);
+                    const ImageSource& images, PointTable* points = nullptr);
 
 }  // namespace ktool
 

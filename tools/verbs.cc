@@ -2,6 +2,7 @@
 #include "verbs.h"
 
 #include <exception>
+#include <fstream>
 #include <iomanip>
 #include <new>
 
@@ -17,7 +18,8 @@ const char kUsage[] =
     "verbs:\n"
     "  demo [--out DIR] [--scalar]   run a chain of operators on a built-in 640x480 scene; write\n"
     "                                PNGs and index.html into DIR (default kelmira-demo)\n"
-    "  apply IN OUT OP [ARGS...]     run one operator on an image file (PNG, PGM or PPM)\n"
+    "  apply IN OUT OP [ARGS...] [--points FILE]\n"
+    "                                run one operator on an image file (PNG, PBM, PGM, PPM)\n"
     "  list                          the operators that apply knows, with their arguments\n"
     "  help [VERB]                   this text, or the help of one verb\n"
     "\n"
@@ -35,12 +37,16 @@ const char kDemoHelp[] =
     "5 runs). --scalar switches the wide (vector) paths off, to compare their times.\n";
 
 const char kApplyHelp[] =
-    "usage: kelmira apply IN OUT OP [ARGS...]\n"
+    "usage: kelmira apply IN OUT OP [ARGS...] [--points FILE]\n"
     "\n"
     "Reads IN (PNG, or PGM/PPM in binary or plain form; gray stays gray, colour stays colour,\n"
     "16-bit samples are reduced to 8 bits, alpha is dropped), runs operator OP with ARGS, and writes\n"
     "OUT, whose name picks the format: .png, .pgm (gray only), .ppm or .pnm. Image arguments are\n"
-    "file names. `kelmira list` shows the operators and their arguments.\n";
+    "file names. `kelmira list` shows the operators and their arguments.\n"
+    "\n"
+    "--points FILE  also writes the numbers that the operator measures (the points of a contour,\n"
+    "               for instance) to FILE as CSV, with a header line; refused for operators that\n"
+    "               measure none.\n";
 
 const char kListHelp[] =
     "usage: kelmira list\n"
@@ -54,6 +60,35 @@ bool WantsHelp(const Words& words) {
   return false;
 }
 
+// Removes `--points FILE` from the words; returns FILE, or "" when the option is absent.
+std::string TakePointsOption(Words* words) {
+  std::string file;
+  for (size_t i = 0; i < words->size();) {
+    if ((*words)[i] != "--points") {
+      ++i;
+      continue;
+    }
+    if (i + 1 >= words->size()) UsageError("apply: --points needs a FILE");
+    if (!file.empty()) UsageError("apply: --points given twice");
+    file = (*words)[i + 1];
+    words->erase(words->begin() + static_cast<long>(i), words->begin() + static_cast<long>(i) + 2);
+  }
+  return file;
+}
+
+void WritePoints(const PointTable& table, const std::string& path) {
+  std::ofstream csv(path);
+  if (!csv) FileError(path + ": cannot open for writing");
+  for (size_t i = 0; i < table.columns.size(); ++i) csv << (i ? "," : "") << table.columns[i];
+  csv << "\n";
+  for (const auto& row : table.rows) {
+    for (size_t i = 0; i < row.size(); ++i) csv << (i ? "," : "") << row[i];
+    csv << "\n";
+  }
+  csv.flush();
+  if (!csv) FileError(path + ": write failed");
+}
+
 void RefuseOptions(const Words& words, const char* verb) {
   for (const std::string& w : words)
     if (w.size() > 1 && w[0] == '-' && w.find_first_not_of("-0123456789.") != std::string::npos)
@@ -62,20 +97,29 @@ void RefuseOptions(const Words& words, const char* verb) {
 
 }  // namespace
 
-void Apply(const Words& words, std::ostream& out) {
-  if (WantsHelp(words)) {
+void Apply(const Words& given, std::ostream& out) {
+  if (WantsHelp(given)) {
     out << kApplyHelp;
     return;
   }
+  Words words = given;
+  const std::string pointsFile = TakePointsOption(&words);
   RefuseOptions(words, "apply");
   if (words.size() < 3) UsageError("apply needs IN OUT OP [ARGS...]; see kelmira apply --help");
   const Operator* op = FindOperator(words[2]);
   if (op == nullptr) UsageError("unknown operator '" + words[2] + "'; kelmira list shows the operators");
   const Picture in = ReadImage(words[0]);
   const Words args(words.begin() + 3, words.end());
-  const Picture result = RunOperator(*op, in, args, [](const std::string& path) { return ReadImage(path); });
+  PointTable points;
+  const Picture result =
+      RunOperator(*op, in, args, [](const std::string& path) { return ReadImage(path); }, &points);
+  if (!pointsFile.empty() && points.columns.empty()) UsageError(std::string(op->name) + " measures no points for --points");
   WriteImage(result, words[1]);
   out << words[1] << ": " << result.Describe() << " (" << op->name << ")\n";
+  if (!pointsFile.empty()) {
+    WritePoints(points, pointsFile);
+    out << pointsFile << ": " << points.rows.size() << " rows\n";
+  }
 }
 
 void List(const Words& words, std::ostream& out) {

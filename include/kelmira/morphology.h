@@ -27,6 +27,7 @@
 #define KELMIRA_MORPHOLOGY_H
 
 #include "kelmira/foundation.h"
+#include "kelmira/morphology/thin.h"
 
 #define KELMIRA_MORPHO_SAME_AS_WIDTH 0xFFFFFFFFu
 
@@ -116,5 +117,7 @@ KELMIRA_API void LumWhiteTopHat(ZROI<ZC24>* source, ZROI<ZC24>* destination, int
                                 ZC24 secondBorder);
 KELMIRA_API void LumBlackTopHat(ZROI<ZC24>* source, ZROI<ZC24>* destination, int passes, ZC24 firstBorder,
                                 ZC24 secondBorder);
+
+#include "kelmira/morphology/bw1.h"
 
 #endif  // KELMIRA_MORPHOLOGY_H

@@ -3,5 +3,7 @@
 #define KELMIRA_THRESHOLDS_H
 
 #include "kelmira/foundation.h"
+#include "kelmira/thresholds/histogram.h"
+#include "kelmira/thresholds/selection.h"
 
 #endif  // KELMIRA_THRESHOLDS_H

@@ -239,6 +239,11 @@ class KELMIRA_API ZBWHistogramVector : public ZVectorTemplate<unsigned int>, pub
   ~ZBWHistogramVector() override;
   // Sets the bins up to the count to 0; count and capacity stay.
   void Clear();
+  // Shannon entropy in bits of the bins first..last (inclusive; last 0xFFFFFFFF means the last
+  // bin), normalised over that range; 0.0 for an empty range or first above last. Errors: 1011
+  // first at or past the count, 1012 last at or past it; both return 0.0 and trace
+  // "ZBWHistogramVector::Entropy".
+  float Entropy(unsigned int first = 0, unsigned int last = 0xFFFFFFFFu);
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -271,5 +276,8 @@ KELMIRA_PLAIN_VECTOR(ZC24Vector, ZC24)
 KELMIRA_PLAIN_VECTOR(ZINT32Vector, ZINT32)
 KELMIRA_PLAIN_VECTOR(ZColorVector, ZColor)
 #undef KELMIRA_PLAIN_VECTOR
+
+// Families of operators that fill these vectors.
+#include "kelmira/vectors/contour.h"
 
 #endif  // KELMIRA_VECTORS_H

@@ -72,6 +72,23 @@ TEST(ImageFiles, PlainForms16BitSamplesAndSmallMaximaAreScaledTo8Bits) {
   EXPECT_EQ(ktool::ReadImage((dir / "named.png").string()).width(), 4);
 }
 
+// PBM: 1 is black; plain rasters need no blanks between their digits; rows of the raw form are
+// padded to a byte. Written bitmaps put pixels below 128 in black.
+TEST(ImageFiles, BitmapsReadAsBlackAndWhiteGray) {
+  const auto dir = ttest::Scratch();
+  ttest::WriteBytes(dir / "a.pbm", "P1\n# plain\n3 2\n101\n0 1 0\n");
+  const Picture a = ktool::ReadImage((dir / "a.pbm").string());
+  ASSERT_FALSE(a.colour());
+  const int want[2][3] = {{0, 255, 0}, {255, 0, 255}};
+  for (int y = 0; y < 2; ++y)
+    for (int x = 0; x < 3; ++x) EXPECT_EQ(a.row(y)[x], want[y][x]);
+  Picture p = ttest::Random(false, 11, 3, 4);
+  ktool::WriteImage(p, (dir / "p.pbm").string());
+  const Picture back = ktool::ReadImage((dir / "p.pbm").string());
+  for (int y = 0; y < 3; ++y)
+    for (int x = 0; x < 11; ++x) EXPECT_EQ(back.row(y)[x], p.row(y)[x] < 128 ? 0 : 255);
+}
+
 TEST(ImageFiles, MalformedFilesNameTheirProblem) {
   const auto dir = ttest::Scratch();
   const auto read = [&](const std::string& name, const std::string& bytes) {
@@ -80,8 +97,10 @@ TEST(ImageFiles, MalformedFilesNameTheirProblem) {
   };
   ExpectFileError([&] { ktool::ReadImage((dir / "absent.png").string()); }, "cannot open");
   ExpectFileError(read("empty.png", ""), "empty file");
-  ExpectFileError(read("text.png", "hello, world"), "not a PNG, PGM or PPM");
-  ExpectFileError(read("p4.pbm", "P4 1 1\n\x80"), "not a PNG, PGM or PPM");
+  ExpectFileError(read("text.png", "hello, world"), "not a PNG, PBM, PGM or PPM");
+  ExpectFileError(read("p7.pam", "P7 1 1\n\x80"), "not a PNG, PBM, PGM or PPM");
+  ExpectFileError(read("short.pbm", "P4 9 2\n\x80\x00\x01"), "truncated PBM");
+  ExpectFileError(read("plain.pbm", "P1 3 1 0 1"), "expected a 0 or 1");
   ExpectFileError(read("noheight.pgm", "P5 10"), "expected height");
   ExpectFileError(read("letters.pgm", "P5 ten 1 255\n"), "expected width");
   ExpectFileError(read("zero.pgm", "P5 0 4 255\n"), "no pixels");
@@ -107,6 +126,7 @@ TEST(ImageFiles, UnwritableTargetsAreFileErrors) {
   const auto dir = ttest::Scratch();
   const Picture colour = ttest::Random(true, 4, 4, 2), gray = ttest::Random(false, 4, 4, 2);
   ExpectFileError([&] { ktool::WriteImage(colour, (dir / "c.pgm").string()); }, "cannot be written as PGM");
+  ExpectFileError([&] { ktool::WriteImage(colour, (dir / "c.pbm").string()); }, "cannot be written as PBM");
   ExpectFileError([&] { ktool::WriteImage(gray, (dir / "g.bmp").string()); }, "unknown output format");
   ExpectFileError([&] { ktool::WriteImage(gray, (dir / "noext").string()); }, "unknown output format");
   ExpectFileError([&] { ktool::WriteImage(gray, (dir / "missing" / "g.pgm").string()); }, "cannot open for writing");

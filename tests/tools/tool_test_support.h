@@ -10,14 +10,18 @@
 #include <random>
 #include <string>
 
+#include <unistd.h>
+
 #include "picture.h"
 
 namespace ttest {
 
-// A fresh directory under the test temp dir, named after the running test.
+// A fresh directory under the test temp dir, named after the running test and private to this
+// process, so that test runs of several build trees at once do not share files.
 inline std::filesystem::path Scratch() {
   const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  std::filesystem::path dir = std::filesystem::path(::testing::TempDir()) / "kelmira_tool_tests" /
+  std::filesystem::path dir = std::filesystem::path(::testing::TempDir()) /
+                              ("kelmira_tool_tests_" + std::to_string(::getpid())) /
                               (std::string(info->test_suite_name()) + "." + info->name());
   std::filesystem::remove_all(dir);
   std::filesystem::create_directories(dir);

@@ -1,0 +1,406 @@
+// LumContour against a direct model of the walker: worked examples, hand-made shapes and random
+// blobs in every mode, connexity and form on guarded views, the bound of the walk, bad input.
+#include <string>
+#include <vector>
+
+#include "support/kelmira_test.h"
+#include "vectors/contour_walk.h"
+
+namespace {
+
+const int kDx[8] = {1, 1, 0, -1, -1, -1, 0, 1}, kDy[8] = {0, -1, -1, -1, 0, 1, 1, 1};
+
+struct Picture {
+  int w, h;
+  std::vector<uint32_t> px;
+  uint32_t at(int x, int y) const { return px[static_cast<size_t>(y) * w + x]; }
+};
+
+// '#' is 200, '.' is 10.
+Picture FromRows(const std::vector<std::string>& rows) {
+  Picture p{static_cast<int>(rows[0].size()), static_cast<int>(rows.size()), {}};
+  for (const auto& r : rows)
+    for (char c : r) p.px.push_back(c == '#' ? 200 : 10);
+  return p;
+}
+
+struct Pt {
+  int x, y, d;
+  uint32_t v;
+  bool operator==(const Pt& o) const { return x == o.x && y == o.y && d == o.d && v == o.v; }
+};
+struct Result {
+  int error = 0, closed = -1;
+  std::vector<Pt> pts;
+};
+
+// The operator as described, state by state.
+Result Model(const Picture& pic, int mode, int sx, int sy, unsigned thr, int below, int conn, bool vectorForm) {
+  static const int tables[4][2][8] = {{{7, 0, 1, 2, 3, 4, 5, 6}, {1, 3, 3, 5, 5, 7, 7, 1}},
+                                      {{1, 2, 3, 4, 5, 6, 7, 0}, {7, 7, 1, 1, 3, 3, 5, 5}},
+                                      {{6, -1, 0, -1, 2, -1, 4, -1}, {2, -1, 4, -1, 6, -1, 0, -1}},
+                                      {{2, -1, 4, -1, 6, -1, 0, -1}, {6, -1, 0, -1, 2, -1, 4, -1}}};
+  const int outside = mode == 1 || mode == 5 ? 0 : 2;
+  const int limit = static_cast<int>(static_cast<uint32_t>(pic.w) * static_cast<uint32_t>(pic.h)) >> 3;
+  auto object = [&](int x, int y) { return int(below ? pic.at(x, y) <= thr : pic.at(x, y) >= thr); };
+  auto test = [&](int x, int y, int d) {
+    const int nx = x + kDx[d], ny = y + kDy[d];
+    return nx < 0 || ny < 0 || nx >= pic.w || ny >= pic.h ? outside : object(nx, ny);
+  };
+  auto walk = [&](int* px, int* py, bool clockwise, std::vector<Pt>* out) {
+    const int* next = tables[(conn == 1 ? 0 : 2) + !clockwise][0];
+    const int* rest = tables[(conn == 1 ? 0 : 2) + !clockwise][1];
+    out->clear();
+    int x = *px, y = *py;
+    if (x < 0 || x >= pic.w) return 1013;
+    if (y < 0 || y >= pic.h) return 1014;
+    if (!object(x, y)) return 1500;
+    int p2 = test(x, y, 2), d = next[2], p1 = test(x, y, d), c = 0;
+    for (int tries = 0;; p2 = p1, p1 = c) {
+      d = next[d];
+      c = test(x, y, d);
+      if (p1 == 0 && c == 1 && (conn == 0 || d % 2 || p2 == 0)) break;
+      if (++tries == 8) return c ? 1501 : 1502;
+    }
+    for (const int d0 = d;;) {
+      if (vectorForm && static_cast<int>(out->size()) >= limit) return 1504;
+      if (!out->empty() && x == *px && y == *py && d == d0) return 0;
+      out->push_back({x, y, d, pic.at(x, y)});
+      x += kDx[d], y += kDy[d], d = rest[d];
+      int r;
+      while ((r = test(x, y, d)) == 0) d = next[d];
+      if (r == 2) return *px = x, *py = y, 106;
+    }
+  };
+  Result o;
+  o.error = walk(&sx, &sy, mode <= 2, &o.pts);
+  o.closed = o.error != 106;
+  if (o.error == 106 && (mode == 2 || mode == 4)) o.error = walk(&sx, &sy, mode > 2, &o.pts);
+  return o;
+}
+
+// The forms: paths of ZBW8 and ZBW16 (plain, with values, with chain codes) and the ZVector.
+enum Form { kPath8, kValues8, kChain8, kVector8, kPath16, kValues16, kChain16 };
+const char* const kWords[] = {"LumContour ( ZPathVector)",       "LumContour ( ZBW8PathVector)",
+                              "LumContour ( ZBW8PathVector)",    "LumContour ( ZVector)",
+                              "LumContour ( ZPathVector)(BW16)", "LumContour ( ZBW16PathVector)(BW16)",
+                              "LumContour ( ZBW16PathVector)(BW16)"};
+
+template <class V, class F>
+Result ReadPath(V& path, F run, int kind) {  // kind 0 plain, 1 values, 2 chain
+  path.SetClosed(-1);
+  run(&path);
+  Result o{ZGetError(), path.GetClosed(), {}};
+  for (unsigned i = 0; i < path.GetNumElements(); ++i) {
+    uint32_t extra = 0;
+    if constexpr (std::is_same_v<V, ZBW8PathVector>) extra = path[i].m_bw8Pixel.value;
+    if constexpr (std::is_same_v<V, ZBW16PathVector>) extra = path[i].m_bw16Pixel.value;
+    o.pts.push_back({path[i].m_n16X, path[i].m_n16Y, kind == 2 ? int(extra) : -1, kind == 1 ? extra : 0});
+  }
+  return o;
+}
+
+Result Run(Form f, ZGenericROI* view, int mode, int x, int y, unsigned thr, int below, int conn) {
+  const auto m = static_cast<CONTOUR_MODE>(mode);
+  const auto s = static_cast<CONTOUR_THRESHOLD>(below);
+  const auto c = static_cast<CONNEXITY>(conn);
+  // Cast only on the form's own pixel type: the other downcast is not allowed.
+  auto* v8 = f < kPath16 ? static_cast<ZROI<ZBW8>*>(view) : nullptr;
+  auto* v16 = f >= kPath16 ? static_cast<ZROI<ZBW16>*>(view) : nullptr;
+  ZPathVector p;
+  ZBW8PathVector p8;
+  ZBW16PathVector p16;
+  switch (f) {
+    case kPath8: return ReadPath(p, [&](ZPathVector* r) { LumContour(v8, m, x, y, s, thr, c, r); }, 0);
+    case kPath16: return ReadPath(p, [&](ZPathVector* r) { LumContour(v16, m, x, y, s, thr, c, r); }, 0);
+    case kValues8: case kChain8:
+      return ReadPath(p8, [&](ZBW8PathVector* r) { LumContour(v8, m, x, y, s, thr, c, r, f == kChain8); }, f - kPath8);
+    case kValues16: case kChain16:
+      return ReadPath(p16, [&](ZBW16PathVector* r) { LumContour(v16, m, x, y, s, thr, c, r, f == kChain16); },
+                      f - kPath16);
+    case kVector8: break;
+  }
+  ZVector vec;
+  const short r = LumContour(v8, m, x, y, s, thr, c, &vec);
+  Result o{ZGetError(), -1, {}};
+  EXPECT_EQ(r, o.error);
+  for (int i = 0; i < vec.GetNbGroup(); ++i) {
+    const int32_t* d = static_cast<const int32_t*>(vec.GetDataPtr()) + 3 * i;
+    o.pts.push_back({d[0], d[1], d[2], 0});
+  }
+  return o;
+}
+
+// What a form shows of the model's result.
+Result Seen(Form f, Result o, uint32_t valueMask) {
+  if (f == kVector8) o.closed = -1;
+  for (auto& p : o.pts) {
+    if (f != kChain8 && f != kChain16 && f != kVector8) p.d = -1;
+    p.v = f == kValues8 || f == kValues16 ? p.v & valueMask : 0;
+  }
+  return o;
+}
+
+// Every form, mode and connexity (2 being neither) from one start, on views at two offsets; the
+// 16-bit forms see values and threshold times 257. Chain codes must rebuild the path.
+void CheckAll(const Picture& pic, int x, int y, unsigned thr, int below) {
+  Picture scaled = pic;
+  for (auto& v : scaled.px) v *= 257;
+  for (int offset : {0, 3}) {
+    kt::Framed<ZBW8> f8(pic.w, pic.h, offset);
+    kt::Framed<ZBW16> f16(pic.w, pic.h, 2 * offset);
+    for (int i = 0; i < pic.w * pic.h; ++i) {
+      f8->SetPixel(ZBW8(static_cast<uint8_t>(pic.px[i])), i % pic.w, i / pic.w);
+      f16->SetPixel(ZBW16(static_cast<uint16_t>(scaled.px[i])), i % pic.w, i / pic.w);
+    }
+    for (Form f : {kPath8, kValues8, kChain8, kVector8, kPath16, kValues16, kChain16})
+      for (int mode = 0; mode < 6; ++mode)
+        for (int conn : {0, 1, 2}) {
+          SCOPED_TRACE(::testing::Message() << "form " << f << " offset " << offset << " mode " << mode << " conn "
+                                            << conn << " start " << x << "," << y);
+          const bool wide = f >= kPath16;
+          const unsigned t = wide ? thr * 257 : thr;
+          const Result want =
+              Seen(f, Model(wide ? scaled : pic, mode, x, y, t, below, conn, f == kVector8), wide ? 0xFFFF : 0xFF);
+          const Result got = Run(f, wide ? static_cast<ZGenericROI*>(f16.get()) : f8.get(), mode, x, y, t, below, conn);
+          ASSERT_EQ(got.error, want.error);
+          EXPECT_EQ(got.closed, want.closed);
+          ASSERT_TRUE(got.pts == want.pts) << got.pts.size() << " points, want " << want.pts.size();
+          EXPECT_EQ(kt::Trace(), want.error ? std::vector<std::string>{kWords[f]} : std::vector<std::string>{});
+          for (size_t i = 0; f == kChain16 && i < got.pts.size(); ++i) {
+            const Pt& a = got.pts[i];
+            const Pt& b = got.pts[(i + 1) % got.pts.size()];
+            const bool linked = a.x + kDx[a.d] == b.x && a.y + kDy[a.d] == b.y;
+            ASSERT_TRUE(linked || (i + 1 == got.pts.size() && got.error != 0)) << i;
+          }
+        }
+    EXPECT_TRUE(f8.GuardsIntact() && f16.GuardsIntact());
+  }
+}
+
+// The worked examples, with chain codes, mode 0 unless given.
+struct Example {
+  const char* name;
+  std::vector<std::string> rows;
+  int x, y, mode, conn, error, closed;
+  std::vector<std::vector<int>> pts;  // x, y, direction
+};
+const std::vector<std::string> kSquare = {".....", ".###.", ".###.", ".###.", "....."};
+const std::vector<std::vector<int>> kSquareCw = {{1, 1, 0}, {2, 1, 0}, {3, 1, 6}, {3, 2, 6},
+                                                 {3, 3, 4}, {2, 3, 4}, {1, 3, 2}, {1, 2, 2}};
+const Example kExamples[] = {
+    {"square, 8", kSquare, 1, 1, 0, 1, 0, 1, kSquareCw},
+    {"square, 4", kSquare, 1, 1, 0, 0, 0, 1, kSquareCw},
+    {"square anticlockwise", kSquare, 1, 1, 3, 1, 0, 1,
+     {{1, 1, 6}, {1, 2, 6}, {1, 3, 0}, {2, 3, 0}, {3, 3, 2}, {3, 2, 2}, {3, 1, 4}, {2, 1, 4}}},
+    {"one pixel", {"...", ".#.", "..."}, 1, 1, 0, 1, 1502, 1, {}},
+    {"interior", {"###", "###", "###"}, 1, 1, 3, 1, 1501, 1, {}},
+    {"pair", {"....", ".##.", "...."}, 1, 1, 0, 1, 0, 1, {{1, 1, 0}, {2, 1, 4}}},
+    {"corner pair, 8", {"....", ".#..", "..#.", "...."}, 1, 1, 0, 1, 0, 1, {{1, 1, 7}, {2, 2, 3}}},
+    {"corner pair, 4", {"....", ".#..", "..#.", "...."}, 1, 1, 0, 0, 1502, 1, {}},
+    {"plus centre, 8", {".....", "..#..", ".###.", "..#..", "....."}, 2, 2, 0, 1, 1502, 1, {}},
+    {"full view, stop", {"###", "###"}, 0, 0, 0, 1, 1501, 1, {}},
+    {"full view along the edge", {"###", "###", "###"}, 0, 0, 1, 0, 0, 1, kSquareCw},
+    {"line across", {"...", "###", "..."}, 1, 1, 0, 1, 106, 0, {{1, 1, 0}}},
+    {"spike, 4", {".....", ".#...", ".###.", "....."}, 3, 2, 0, 0, 0, 1,
+     {{3, 2, 4}, {2, 2, 4}, {1, 2, 2}, {1, 1, 6}, {1, 2, 0}, {2, 2, 0}}},
+    {"both ends", {"....", "####", "...."}, 1, 1, 2, 1, 106, 0, {{3, 1, 4}, {2, 1, 4}, {1, 1, 4}}},
+};
+
+TEST(ContourExamples, PointsDirectionsAndFlag) {
+  for (const Example& e : kExamples) {
+    SCOPED_TRACE(e.name);
+    const Picture pic = FromRows(e.rows);
+    kt::Framed<ZBW8> v(pic.w, pic.h, 1);
+    for (int i = 0; i < pic.w * pic.h; ++i) v->SetPixel(ZBW8(static_cast<uint8_t>(pic.px[i])), i % pic.w, i / pic.w);
+    ZBW8PathVector chain;
+    LumContour(v.get(), static_cast<CONTOUR_MODE>(e.mode), e.x, e.y, CONTOUR_THRESHOLD_ABOVE, 200,
+               static_cast<CONNEXITY>(e.conn), &chain, 1);
+    EXPECT_EQ(ZGetError(), e.error);
+    EXPECT_EQ(chain.GetClosed(), e.closed);
+    std::vector<std::vector<int>> got;
+    for (unsigned i = 0; i < chain.GetNumElements(); ++i)  // mode 1 walks the view's own border: shift it
+      got.push_back({chain[i].m_n16X + (e.mode == 1), chain[i].m_n16Y + (e.mode == 1), chain[i].m_bw8Pixel.value});
+    EXPECT_EQ(got, e.pts);
+  }
+}
+
+TEST(ContourModel, HandShapesFromEveryPixel) {
+  const std::vector<std::vector<std::string>> shapes = {
+      {"#"},
+      {"#....", "#....", "####."},                     // an L on the edge
+      {"......", ".####.", ".#..#.", ".####.", "......"},  // a ring
+      {"#...#", ".#.#.", "..#..", ".#.#."},            // diagonal links only
+      {"#####", "#...#", "#.#.#", "#####"},            // on every edge, with an island
+      {"..#..", "#####", "..#.."},                     // a cross through the edges
+  };
+  for (const auto& rows : shapes) {
+    const Picture pic = FromRows(rows);
+    for (int i = 0; i < pic.w * pic.h; ++i) CheckAll(pic, i % pic.w, i / pic.w, 200, 0);
+  }
+}
+
+// Gray blobs across the threshold, both senses, the threshold value itself on both sides.
+TEST(ContourModel, RandomBlobs) {
+  std::mt19937 rng(1234);
+  for (int trial = 0; trial < 10; ++trial) {
+    Picture pic{3 + static_cast<int>(rng() % 14), 3 + static_cast<int>(rng() % 9), {}};
+    const int cx = static_cast<int>(rng() % pic.w), cy = static_cast<int>(rng() % pic.h), r2 = 2 + rng() % 30;
+    for (int i = 0; i < pic.w * pic.h; ++i) {
+      const int x = i % pic.w - cx, y = i / pic.w - cy;
+      pic.px.push_back(x * x + y * y <= r2 && rng() % 5 ? 100 + rng() % 156 : rng() % 101);
+    }
+    for (int k = 0; k < 4; ++k) CheckAll(pic, static_cast<int>(rng() % pic.w), static_cast<int>(rng() % pic.h), 100, k & 1);
+  }
+}
+
+// Counts the points of a walk.
+struct Counting {
+  static constexpr int kMaxCoordinate = 1 << 30;
+  int n = 0;
+  void Empty() { n = 0; }
+  static constexpr bool Full() { return false; }
+  bool Put(int, int, int, uint32_t) { return ++n, true; }
+};
+
+// Every walk from every pixel of dense random pictures ends; a path holds no pixel more than 4
+// times, so at most 4 points per border pixel (object pixel next to background or the outside).
+// The walker's own cap ends a walk with 1504 when its points reach it.
+TEST(ContourBound, PointsPerBorderPixelAndTheCap) {
+  std::mt19937 rng(5);
+  for (int trial = 0; trial < 40; ++trial) {
+    Picture pic{2 + static_cast<int>(rng() % 8), 2 + static_cast<int>(rng() % 8), {}};
+    const unsigned density = 1 + rng() % 4;
+    for (int i = 0; i < pic.w * pic.h; ++i) pic.px.push_back(rng() % 5 < density ? 200 : 0);
+    kt::Framed<ZBW8> v(pic.w, pic.h);
+    for (int i = 0; i < pic.w * pic.h; ++i) v->SetPixel(ZBW8(static_cast<uint8_t>(pic.px[i])), i % pic.w, i / pic.w);
+    for (int mode = 0; mode < 6; ++mode)
+      for (int i = 0; i < pic.w * pic.h * 3; ++i) {
+        ZPathVector path;
+        LumContour(v.get(), static_cast<CONTOUR_MODE>(mode), i % pic.w, i / pic.w % pic.h, CONTOUR_THRESHOLD_ABOVE,
+                   100, static_cast<CONNEXITY>(i / (pic.w * pic.h)), &path);
+        ASSERT_TRUE(ZGetError() == 0 || ZGetError() == 106 || (ZGetError() >= 1500 && ZGetError() <= 1502));
+        std::vector<int> seen(pic.px.size());
+        for (unsigned k = 0; k < path.GetNumElements(); ++k)
+          ASSERT_LE(++seen[static_cast<size_t>(path[k].m_n16Y) * pic.w + path[k].m_n16X], 4);
+      }
+  }
+  const Picture pic = FromRows({"......", ".####.", ".####.", "......"});  // 8 border pixels
+  kt::Framed<ZBW8> v(6, 4);
+  for (int i = 0; i < 24; ++i) v->SetPixel(ZBW8(static_cast<uint8_t>(pic.px[i])), i % 6, i / 6);
+  kelmira::contour::Context ctx;
+  ctx.threshold = 100;
+  ctx.connexity = 1;
+  for (int64_t cap : {int64_t{3}, int64_t{7}, kelmira::contour::StateCount(6, 4, 1)}) {
+    Counting sink;
+    int x = 1, y = 1;
+    ZOk();
+    kelmira::contour::Walk<ZBW8>(v.get(), &x, &y, -1, sink, ctx, cap);
+    EXPECT_EQ(ZGetError(), cap < 8 ? Z_ERROR_CONTOUR_TOO_LONG : Z_ERROR_NONE);
+    EXPECT_EQ(sink.n, cap < 8 ? cap : 8);
+  }
+}
+
+// The ZVector form: set-up of a vector of another kind, growth past its first block, the point
+// limit of (width * height) >> 3 with the points so far.
+TEST(ContourVector, SetUpGrowthAndLimit) {
+  for (int h : {10, 40}) {
+    kt::Framed<ZBW8> v(1002, h);
+    v.FillBytes(0);
+    for (int y = 1; y <= 8; ++y)
+      for (int x = 1; x <= 1000; ++x) v->SetPixel(ZBW8(9), x, y);
+    ZVector vec;
+    vec.SetType(4, 10, 1);
+    const short r = LumContour(v.get(), CONTOUR_ANTICLOCKWISE_STOP_AT_EDGE, 1, 1, CONTOUR_THRESHOLD_ABOVE, 9,
+                               CONNEXITY_8, &vec);
+    const int limit = 1002 * h / 8, want = std::min(limit, 2012);  // the bar's outline has 2012 points
+    EXPECT_EQ(vec.GetVectType(), 1);
+    EXPECT_EQ(r, want == limit ? 1504 : 0);
+    ASSERT_EQ(vec.GetNbGroup(), want);
+    // Anticlockwise: down, right, up, then left along the top.
+    EXPECT_EQ(static_cast<const int32_t*>(vec.GetDataPtr())[3 * (want - 1)], want == limit ? 762 : 2);
+  }
+}
+
+// Bad input, on every form: the number, the trace, what stands of the result.
+TEST(ContourBadInput, NumbersTracesAndResult) {
+  const Picture pic = FromRows({"....", ".##.", "...."});
+  kt::Framed<ZBW8> v8(4, 3);
+  kt::Framed<ZBW16> v16(4, 3);
+  for (int i = 0; i < 12; ++i) {
+    v8->SetPixel(ZBW8(static_cast<uint8_t>(pic.px[i])), i % 4, i / 4);
+    v16->SetPixel(ZBW16(static_cast<uint16_t>(pic.px[i])), i % 4, i / 4);
+  }
+  ZImage<ZBW8> void8;
+  ZImage<ZBW16> void16;
+  struct Case {
+    const char* name;
+    int source;  // 0 the view, 1 null, 2 void
+    int mode, x, y, conn;
+    bool nullResult;
+    int pathError, vectorError, closed, count;  // count: points left in a path that held one
+  };
+  const Case cases[] = {
+      {"mode 6", 0, 6, 1, 1, 1, false, 1009, 1009, -1, 1},
+      {"mode -1", 0, -1, 1, 1, 1, false, 1009, 1009, -1, 1},
+      {"null source", 1, 0, 1, 1, 1, false, 1400, 1400, 1, 1},
+      {"void source", 2, 0, 1, 1, 1, false, 1400, 1400, 1, 1},
+      {"null result", 0, 0, 1, 1, 1, true, 1400, 1601, -1, 1},
+      {"x outside", 0, 0, 4, 1, 1, false, 1013, 1013, 1, 0},
+      {"y outside", 0, 3, 1, -5, 1, false, 1014, 1014, 1, 0},
+      {"background start", 0, 0, 0, 0, 1, false, 1500, 1500, 1, 0},
+      {"connexity 7: 4 tables", 0, 0, 1, 1, 7, false, 0, 1504, 1, 2},  // 12 pixels: a limit of 1 point
+      {"tiny view limit", 0, 0, 1, 1, 1, false, 0, 1504, 1, 2},
+  };
+  for (const Case& c : cases)
+    for (Form f : {kPath8, kVector8, kPath16}) {
+      SCOPED_TRACE(std::string(c.name) + " form " + std::to_string(f));
+      ZGenericROI* views[3][2] = {{v8.get(), v16.get()}, {nullptr, nullptr}, {&void8, &void16}};
+      ZGenericROI* view = views[c.source][f == kPath16];
+      const auto m = static_cast<CONTOUR_MODE>(c.mode);
+      const auto cn = static_cast<CONNEXITY>(c.conn);
+      ZPathVector path;
+      path.AddElement({5, 5});
+      path.SetClosed(-1);
+      ZPathVector* out = c.nullResult ? nullptr : &path;
+      if (f == kVector8) {
+        ZVector vec;
+        LumContour(static_cast<ZROI<ZBW8>*>(view), m, c.x, c.y, CONTOUR_THRESHOLD_ABOVE, 100, cn, c.nullResult ? nullptr : &vec);
+      } else if (f == kPath8) {
+        LumContour(static_cast<ZROI<ZBW8>*>(view), m, c.x, c.y, CONTOUR_THRESHOLD_ABOVE, 100, cn, out);
+      } else {
+        LumContour(static_cast<ZROI<ZBW16>*>(view), m, c.x, c.y, CONTOUR_THRESHOLD_ABOVE, 100, cn, out);
+      }
+      const int error = f == kVector8 ? c.vectorError : c.pathError;
+      EXPECT_EQ(ZGetError(), error);
+      EXPECT_EQ(kt::Trace(), error ? std::vector<std::string>{kWords[f]} : std::vector<std::string>{});
+      if (f == kVector8) continue;
+      EXPECT_EQ(path.GetClosed(), c.closed);
+      EXPECT_EQ(path.GetNumElements(), static_cast<unsigned>(c.count));
+    }
+}
+
+// Coordinates that would not fit the 16-bit fields of a path are refused (1011, result untouched);
+// a view of exactly 32768 walks, and the ZVector form has 32-bit points.
+TEST(ContourBadInput, WideViews) {
+  ZImage<ZBW8> wide(32769, 2);
+  ZImage<ZBW16> tall(1, 32769);
+  for (int x = 0; x < 32769; ++x) wide.SetPixel(ZBW8(x >= 32760 ? 255 : 0), x, 0), wide.SetPixel(ZBW8(x >= 32760 ? 255 : 0), x, 1);
+  ZPathVector path;
+  path.AddElement({1, 1});
+  LumContour(&wide, CONTOUR_CLOCKWISE_STOP_AT_EDGE, 32768, 0, CONTOUR_THRESHOLD_ABOVE, 1, CONNEXITY_8, &path);
+  EXPECT_EQ(ZGetError(), 1011);
+  EXPECT_EQ(path.GetNumElements(), 1u);
+  LumContour(&tall, CONTOUR_CLOCKWISE_STOP_AT_EDGE, 0, 0, CONTOUR_THRESHOLD_ABOVE, 0, CONNEXITY_8, &path);
+  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"LumContour ( ZPathVector)(BW16)"});
+  ZROI<ZBW8> narrower(&wide, 1, 0, 32768, 2);
+  LumContour(&narrower, CONTOUR_CLOCKWISE_ALONG_EDGE, 32767, 0, CONTOUR_THRESHOLD_ABOVE, 1, CONNEXITY_8, &path);
+  EXPECT_EQ(ZGetError(), 0);
+  EXPECT_EQ(path.GetNumElements(), 18u);
+  ZVector vec;
+  EXPECT_EQ(LumContour(&wide, CONTOUR_CLOCKWISE_ALONG_EDGE, 32768, 0, CONTOUR_THRESHOLD_ABOVE, 1, CONNEXITY_8, &vec), 0);
+  EXPECT_EQ(vec.GetNbGroup(), 18);
+  EXPECT_EQ(static_cast<const int32_t*>(vec.GetDataPtr())[0], 32768);
+}
+
+}  // namespace
