@@ -260,16 +260,6 @@ TEST(Thin, CountingOfTheLoop) {
   EXPECT_EQ(MinOf(Get(&out)), 9);
 }
 
-// The model's ring, written out: the library's turns are checked through the model in the cases.
-TEST(Thin, TheModelTurnsTheGridAroundTheCentre) {
-  Grid g = kCorner;
-  const Grid cw = Turn(g, true), acw = Turn(g, false);
-  EXPECT_EQ(cw, (Grid{-1, 1, -1, -1, 0, -1, -1, -1, -1}));
-  EXPECT_EQ(acw, (Grid{-1, -1, -1, 1, 0, -1, -1, -1, -1}));
-  for (int i = 0; i < 8; ++i) g = Turn(g, true);
-  EXPECT_EQ(g, kCorner);
-}
-
 // The count of plane 0 is the limit of plane 1, and that of plane 1 the limit of plane 2.
 TEST(Thin, ColourCarriesTheLimitFromPlaneToPlane) {
   for (int inPlace = 0; inPlace < 2; ++inPlace) {

@@ -199,8 +199,7 @@ TEST(BW1Outer, BadInputIsReportedNeverThrownAndLeavesTheDestination) {
   };
   for (const Case& c : cases) {
     c.call();
-    EXPECT_EQ(ZGetError(), c.error) << c.trace;
-    EXPECT_EQ(kt::Trace(), std::vector<std::string>{c.trace});
+    EXPECT_TRUE(kt::Failed(c.error, {c.trace})) << c.trace;
     EXPECT_TRUE(d.OutsideIntact());
     for (int x = 0; x < 10; ++x) EXPECT_EQ(d.At(x, 1), d.Old(x, 1));
   }

@@ -1,5 +1,7 @@
 #include "support/kelmira_test.h"
 
+#include "hwy/targets.h"
+
 namespace kt {
 
 std::vector<std::string> Trace() {
@@ -20,6 +22,43 @@ bool SameBytes(const ZGenericROI* a, const ZGenericROI* b) {
     if (std::memcmp(a->GetGenericImagePtr(0, y), b->GetGenericImagePtr(0, y), static_cast<size_t>(bytes)) != 0)
       return false;
   return true;
+}
+
+void ForEveryTarget(const std::function<void()>& body) {
+  WideSetting on(1);
+  for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    hwy::SetSupportedTargetsForTest(target);
+    SCOPED_TRACE(hwy::TargetName(target));
+    body();
+  }
+  hwy::SetSupportedTargetsForTest(0);
+}
+
+std::vector<int> Upto(int last, int first) {
+  std::vector<int> v;
+  for (int i = first; i <= last; ++i) v.push_back(i);
+  return v;
+}
+
+::testing::AssertionResult Failed(int error, const std::vector<std::string>& trace) {
+  const std::vector<std::string> got = Trace();
+  if (ZGetError() == error && got == trace) return ::testing::AssertionSuccess();
+  ::testing::AssertionResult r = ::testing::AssertionFailure();
+  r << "error " << ZGetError() << " (want " << error << "), trace";
+  for (const std::string& s : got) r << " \"" << s << "\"";
+  r << " (want";
+  for (const std::string& s : trace) r << " \"" << s << "\"";
+  return r << ")";
+}
+
+std::vector<uint8_t> Bytes(const ZGenericROI* view) {
+  std::vector<uint8_t> out;
+  const int bytes = view->GetImageType() == Z_IMAGE_BW1 ? (view->GetWidth() + 7) / 8 : view->GetWidth() * view->GetPixelSize();
+  for (int y = 0; y < view->GetHeight(); ++y) {
+    const uint8_t* row = static_cast<const uint8_t*>(view->GetGenericImagePtr(0, y));
+    out.insert(out.end(), row, row + bytes);
+  }
+  return out;
 }
 
 }  // namespace kt

@@ -4,10 +4,12 @@
 #define KELMIRA_TESTS_SUPPORT_H
 
 #include <gtest/gtest.h>
+#include <hwy/targets.h>
 #include <kelmira/kelmira.h>
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <random>
 #include <string>
 #include <type_traits>
@@ -90,6 +92,178 @@ class Framed {
 // True when the two views hold the same bytes in their rows (whole bytes; for ZBW1 only views of
 // the same bit offset compare meaningfully).
 bool SameBytes(const ZGenericROI* a, const ZGenericROI* b);
+
+// ----- the loops every family repeats -----
+
+// Runs body(wide) with the scalar twins (ZSetMMX(0)) and then with the wide paths (ZSetMMX(1)).
+template <class F>
+void ForScalarAndWide(F&& body) {
+  for (int wide : {0, 1}) {
+    WideSetting setting(wide);
+    SCOPED_TRACE(wide ? "wide paths" : "scalar twins");
+    body(wide);
+  }
+}
+
+// Runs body() with the wide paths on, once for every Highway target this processor has, so that
+// a fault in one target's kernel cannot hide behind the best target.
+void ForEveryTarget(const std::function<void()>& body);
+
+// Runs body(width, offset) for every width and byte offset given.
+template <class F>
+void ForShapes(const std::vector<int>& widths, const std::vector<int>& offsets, F&& body) {
+  for (int width : widths)
+    for (int offset : offsets) {
+      SCOPED_TRACE(::testing::Message() << "width " << width << " offset " << offset);
+      body(width, offset);
+    }
+}
+std::vector<int> Upto(int last, int first = 1);  // first..last
+
+// ----- failures -----
+
+// The error number and the trace (innermost first) that the last call left.
+::testing::AssertionResult Failed(int error, const std::vector<std::string>& trace);
+
+// The bytes of a view's rows, to tell later whether a failed call wrote anything.
+std::vector<uint8_t> Bytes(const ZGenericROI* view);
+
+// ----- pixel-wise operators against a per-pixel reference -----
+
+
+// A guarded view whose pixels all sit at addresses aligned for their type (the offset is rounded
+// down to it, and the row pitch keeps it), so that typed access to 16, 32 and 64-bit pixels is
+// well defined. Byte pixels keep every offset and an odd pitch.
+template <class T>
+class Aligned : public Framed<T> {
+ public:
+  Aligned(int width, int height, int offset = 0)
+      : Framed<T>(width, height, offset / static_cast<int>(alignof(T)) * static_cast<int>(alignof(T)),
+                      alignof(T) == 1 ? 19 : 24) {}
+};
+
+struct Geometry {
+  int width, height, sourceOffset, destinationOffset;
+};
+
+// Widths around every multiple of 8 up to 40, around the vector widths 32 and 64, and a long row;
+// heights 1 and 3; every destination offset 0..7 (so the row rule splits each row differently)
+// with a source offset that moves independently.
+inline std::vector<Geometry> Geometries() {
+  std::vector<Geometry> out;
+  std::vector<int> widths;
+  for (int w = 1; w <= 26; ++w) widths.push_back(w);
+  for (int w : {31, 32, 33, 40, 63, 64, 65, 72, 129, 200}) widths.push_back(w);
+  for (int w : widths)
+    for (int h : {1, 3})
+      for (int d = 0; d < 8; ++d) out.push_back({w, h, (d * 5 + w) % 16, d});
+  return out;
+}
+
+// The Highway targets that this processor runs and the library builds, widest first.
+inline std::vector<int64_t> Targets() {
+  std::vector<int64_t> out;
+  for (int64_t t : {int64_t{HWY_AVX3_DL}, int64_t{HWY_AVX3}, int64_t{HWY_AVX2}, int64_t{HWY_SSE4}, int64_t{HWY_SCALAR}})
+    if (hwy::SupportedTargets() & t) out.push_back(t);
+  return out;
+}
+
+// Runs the wide paths on one Highway target for a scope (0: every target the processor has).
+class TargetSetting {
+ public:
+  explicit TargetSetting(int64_t target) { hwy::SetSupportedTargetsForTest(target); }
+  ~TargetSetting() { hwy::SetSupportedTargetsForTest(0); }
+};
+
+template <class T>
+std::vector<T> Pixels(ZROI<T>* view) {
+  std::vector<T> out;
+  for (int y = 0; y < view->GetHeight(); ++y)
+    for (int x = 0; x < view->GetWidth(); ++x) out.push_back(view->GetImagePtr(x, y)[0]);
+  return out;
+}
+
+template <class T>
+bool Same(const T& a, const T& b) {
+  return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+
+// Runs `call(source, destination)` on every geometry with the wide paths off and on (each
+// geometry on the next Highway target in turn), and
+// compares each destination pixel with ref(sourcePixel, oldDestinationPixel). `fill` gives the
+// source its content; the destination starts random so that kept bits show.
+template <class S, class D>
+void CheckAgainst(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::function<D(S, D)>& ref,
+                  const std::function<void(Framed<S>&)>& fill = nullptr) {
+  const std::vector<int64_t> targets = Targets();
+  size_t round = 0;
+  for (const Geometry& g : Geometries()) {
+    const TargetSetting target(targets[round++ % targets.size()]);
+    for (int wide : {0, 1}) {
+      Aligned<S> source(g.width, g.height, g.sourceOffset);
+      Aligned<D> destination(g.width, g.height, g.destinationOffset);
+      if (fill)
+        fill(source);
+      else
+        source.FillRandom(Rng());
+      destination.FillRandom(Rng());
+      const std::vector<S> in = Pixels(source.get());
+      const std::vector<D> old = Pixels(destination.get());
+      {
+        WideSetting setting(wide);
+        call(source.get(), destination.get());
+      }
+      SCOPED_TRACE(testing::Message() << "width " << g.width << " height " << g.height << " offsets "
+                                      << g.sourceOffset << "/" << g.destinationOffset << " wide " << wide);
+      ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+      ASSERT_TRUE(destination.GuardsIntact());
+      const std::vector<D> out = Pixels(destination.get());
+      for (size_t i = 0; i < out.size(); ++i)
+        ASSERT_TRUE(Same(out[i], ref(in[i], old[i]))) << "pixel " << i;
+    }
+  }
+}
+
+// The frame of a source-to-destination operator: a null source, a void one, a void destination
+// (`voidDestination`: 1402 where only the sizes are checked), a destination of another size and
+// the licence gate each give their number and exactly `trace` (none when empty), write nothing
+// and keep the guards; the same call then succeeds. A null destination fails too unless it
+// means in place.
+template <class S, class D>
+void CheckFrame(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::string& trace,
+                bool nullDestinationInPlace = true, int voidDestination = Z_ERROR_NULL_IMAGE, int width = 8,
+                int height = 3) {
+  SCOPED_TRACE(trace);
+  const std::vector<std::string> want = trace.empty() ? std::vector<std::string>{} : std::vector<std::string>{trace};
+  Aligned<S> s(width, height, 1);
+  Aligned<D> d(width, height, 2), other(width + 1, height, 3);
+  ZROI<S> voidSource;
+  ZROI<D> voidView;
+  s.FillRandom(Rng());
+  d.FillRandom(Rng());
+  other.FillRandom(Rng());
+  const std::vector<uint8_t> before = Bytes(d.get()), otherBefore = Bytes(other.get());
+  struct Case { ZROI<S>* s; ZROI<D>* d; int error; };
+  std::vector<Case> cases = {{nullptr, d.get(), Z_ERROR_NULL_IMAGE},
+                             {&voidSource, d.get(), Z_ERROR_NULL_IMAGE},
+                             {s.get(), &voidView, voidDestination}};
+  if (!nullDestinationInPlace) cases.push_back({s.get(), nullptr, Z_ERROR_NULL_IMAGE});
+  for (const Case& c : cases) {
+    call(c.s, c.d);
+    EXPECT_TRUE(Failed(c.error, want));
+  }
+  call(s.get(), other.get());
+  EXPECT_TRUE(Failed(Z_ERROR_DIFFERENT_SIZES, want));
+  EXPECT_EQ(Bytes(other.get()), otherBefore);
+  ZSetGateError(Z_ERROR_INTERNAL);
+  call(s.get(), d.get());
+  ZSetGateError(Z_ERROR_NONE);
+  EXPECT_TRUE(Failed(Z_ERROR_INTERNAL, want));
+  EXPECT_EQ(Bytes(d.get()), before);
+  EXPECT_TRUE(d.GuardsIntact() && other.GuardsIntact());
+  call(s.get(), d.get());
+  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+}
 
 }  // namespace kt
 

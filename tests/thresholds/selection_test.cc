@@ -163,8 +163,7 @@ TEST(HistogramThreshold, BW16FormIsTheSameOnSixtyFiveThousandBins) {
   unsigned t = 70000;
   float below = 1, above = 2;
   LumHistogramThresholdBW16(&h, t, below, above, 0.0f, 0, 65535);
-  EXPECT_EQ(ZGetError(), Z_ERROR_ARGUMENT_2);
-  EXPECT_EQ(kt::Trace(), Strings{"LumHistogramThreshold (BW16)"});
+  EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_2, {"LumHistogramThreshold (BW16)"}));
 }
 
 TEST(HistogramThreshold, WorkedExamples) {
@@ -243,8 +242,7 @@ TEST(IsodataThreshold, IterationFormsAndErrors) {
       {256, 300, Z_ERROR_ARGUMENT_2}, {0, 256, Z_ERROR_ARGUMENT_3}, {9, 9, Z_ERROR_BAD_ARGUMENTS}};
   for (const auto& e : errors) {
     EXPECT_EQ(LumIsodataThreshold(&h, e.low, e.high).value, 0);
-    EXPECT_EQ(ZGetError(), e.error);
-    EXPECT_EQ(kt::Trace(), Strings{"LumIsodataThreshold ( ZBWHistogramVector)"});
+    EXPECT_TRUE(kt::Failed(e.error, {"LumIsodataThreshold ( ZBWHistogramVector)"}));
   }
   EXPECT_EQ(LumIsodataThresholdBW16(&h, 0, 5).value, 0);
   EXPECT_EQ(ZGetError(), Z_ERROR_TABLE_SIZE);
@@ -335,8 +333,7 @@ TEST(NamedSelectors, TwoAndThreeClassesAgainstBruteForce) {
       {[&] { return LumMaxEntropyThreshold(&wrong, below, above).value - 1.0f; }, "LumMaxEntropyThreshold"}};
   for (const auto& [call, word] : failing) {
     EXPECT_EQ(call(), -1.0f) << word;
-    EXPECT_EQ(ZGetError(), Z_ERROR_TABLE_SIZE);
-    EXPECT_EQ(kt::Trace(), Strings{word});
+    EXPECT_TRUE(kt::Failed(Z_ERROR_TABLE_SIZE, {word}));
   }
 }
 
@@ -461,8 +458,7 @@ TEST(MultiLevels, EdgesAndErrors) {
       {&wrong, 2, Z_ERROR_TABLE_SIZE}, {&two, 1, Z_ERROR_ARGUMENT_2}, {nullptr, 2, Z_ERROR_NULL_IMAGE}};
   for (const auto& c : cases) {
     EXPECT_EQ(LumMultiLevelsMinResidueThreshold(c.h, c.count, regions), -1.0f);
-    EXPECT_EQ(ZGetError(), c.error);
-    EXPECT_EQ(kt::Trace(), Strings{"LumMultiLevelsMinResidueThreshold"});
+    EXPECT_TRUE(kt::Failed(c.error, {"LumMultiLevelsMinResidueThreshold"}));
     EXPECT_EQ(regions.GetSize(), 2);
   }
   Marvane::Ovidra::Utils::Vector<ZBW8> levels;
@@ -476,8 +472,7 @@ TEST(MultiLevels, EdgesAndErrors) {
   EXPECT_GT(LumAllMultiLevelsMinResidueThreshold(&low, 2, all), 0.0f);
   EXPECT_EQ(all.GetSize(), 1);
   EXPECT_EQ(LumAllMultiLevelsMinResidueThreshold(&low, 3, all), -1.0f);
-  EXPECT_EQ(ZGetError(), Z_ERROR_INTERNAL);
-  EXPECT_EQ(kt::Trace(), Strings{"LumAllMultiLevelsMinResidueThreshold"});
+  EXPECT_TRUE(kt::Failed(Z_ERROR_INTERNAL, {"LumAllMultiLevelsMinResidueThreshold"}));
   EXPECT_EQ(all.GetSize(), 1);
   EXPECT_THROW(all[1], Marvane::Ovidra::Exception);
 }

@@ -85,37 +85,6 @@ TEST(Demo, CaptionCommandsRemakeTheirPictures) {
   EXPECT_GE(checked, 6);
 }
 
-TEST(Demo, ScalarRunGivesTheSamePicturesAndRestoresTheSwitch) {
-  // Every operator of the chain promises the same pixels on its scalar and wide paths.
-  const auto dir = ttest::Scratch();
-  const int wide = ZGetMMX();
-  ASSERT_EQ(Kelmira({"demo", "--out", (dir / "wide").string()}).code, 0);
-  const Outcome scalar = Kelmira({"demo", "--scalar", "--out", (dir / "scalar").string()});
-  ASSERT_EQ(scalar.code, 0) << scalar.err;
-  EXPECT_NE(scalar.out.find("wide paths off"), std::string::npos);
-  EXPECT_EQ(ZGetMMX(), wide);
-  for (const auto& entry : std::filesystem::directory_iterator(dir / "wide")) {
-    if (entry.path().extension() != ".png") continue;
-    EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage(entry.path().string()),
-                                  ktool::ReadImage((dir / "scalar" / entry.path().filename()).string())))
-        << entry.path().filename();
-  }
-}
-
-TEST(Demo, SceneHasItsPartsHolesAndNoise) {
-  const Picture colour = ktool::MakeColourScene();
-  const Picture gray = ktool::MakeGrayScene(colour);
-  // The bracket is bright, its bored hole shows the darker belt, the washer is copper (red > blue).
-  EXPECT_GT(gray.row(130)[60], gray.row(100)[80] + 60);
-  EXPECT_GT(colour.row(120)[3 * 480], colour.row(120)[3 * 480 + 2] + 60);
-  // Noise: a flat patch of belt is not constant, and the same seed gives the same pixels.
-  int distinct = 0;
-  for (int x = 1; x < 40; ++x) distinct += gray.row(250)[x] != gray.row(250)[x - 1];
-  EXPECT_GT(distinct, 10);
-  EXPECT_TRUE(ttest::SamePixels(colour, ktool::MakeColourScene()));
-  EXPECT_FALSE(ttest::SamePixels(colour, ktool::MakeColourScene(8)));
-}
-
 TEST(Apply, RoundTripsAndRunsOperatorsOnFiles) {
   const auto dir = ttest::Scratch();
   const Picture colour = ttest::Random(true, 37, 11, 4);
