@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "support/kelmira_test.h"
-#include "support/point_ref.h"
+#include "support/kelmira_test.h"
 
 namespace mr {
 
@@ -70,8 +70,8 @@ void Fill(kt::Framed<T>& view, int spread = 0) {
 
 // Calls run(wide) once with the wide paths off and once on, each shape on the next Highway target.
 inline void BothPaths(size_t round, const std::function<void(int)>& run) {
-  static const std::vector<int64_t> targets = pr::Targets();
-  const pr::TargetSetting target(targets[round % targets.size()]);
+  static const std::vector<int64_t> targets = kt::Targets();
+  const kt::TargetSetting target(targets[round % targets.size()]);
   for (int wide : {0, 1}) {
     SCOPED_TRACE(testing::Message() << "wide " << wide);
     kt::WideSetting setting(wide);

@@ -116,7 +116,7 @@ void CheckMoments() {
   size_t round = 0;
   for (const mr::Shape& s : mr::Shapes()) {
     SCOPED_TRACE(testing::Message() << s.width << "x" << s.height << " at offset " << s.offset);
-    pr::Frame<T> a(s.width, s.height, s.offset);
+    kt::Aligned<T> a(s.width, s.height, s.offset);
     mr::Fill(a);
     const Grid g = mr::Read(a.get());
     const unsigned threshold = S(~S{0}) / 2;
@@ -219,7 +219,7 @@ TEST(Moments, TheFrameKeepsAnEarlierErrorAndTracesEveryExit) {
 TEST(Centres, CentroidAndWeightedInertiaWithAndWithoutATable) {
   size_t round = 0;
   for (const mr::Shape& s : mr::Shapes()) {
-    pr::Frame<ZBW8> a(s.width, s.height, s.offset);
+    kt::Aligned<ZBW8> a(s.width, s.height, s.offset);
     mr::Fill(a);
     const Grid g = mr::Read(a.get());
     ZBW8Vector table(256);
@@ -276,8 +276,8 @@ TEST(Centres, ATableShorterThan256IsRefused) {
 
 TEST(Centres, RunListsGiveTheirPixelsTheRunsPosition) {
   // Runs over a 30 x 5 view: the pixels count at the position words of their runs.
-  pr::Frame<ZBW8> a(30, 5, 7);
-  pr::Frame<ZBW16> b(30, 5, 4);
+  kt::Aligned<ZBW8> a(30, 5, 7);
+  kt::Aligned<ZBW16> b(30, 5, 4);
   mr::Fill(a);
   mr::Fill(b);
   ZVectorTemplate<ZRun> runs8, runs16;

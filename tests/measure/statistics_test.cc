@@ -115,7 +115,7 @@ void CheckEveryShape() {
   size_t round = 0;
   for (const mr::Shape& s : mr::Shapes()) {
     SCOPED_TRACE(testing::Message() << s.width << "x" << s.height << " at offset " << s.offset);
-    pr::Frame<T> a(s.width, s.height, s.offset), b(s.width, s.height, (s.offset * 3 + 1) % 16);
+    kt::Aligned<T> a(s.width, s.height, s.offset), b(s.width, s.height, (s.offset * 3 + 1) % 16);
     mr::Fill(a);
     mr::Fill(b);
     const Grid ga = mr::Read(a.get()), gb = mr::Read(b.get());
@@ -232,7 +232,7 @@ TEST(PixelStatistics, TheTwoAreaFormsDifferAtTheThreshold) {
 }
 
 TEST(PixelStatistics, EqualImagesGiveNoNoiseAndAPerfectFit) {
-  pr::Frame<ZBW8> a(37, 5, 3), b(37, 5, 6);
+  kt::Aligned<ZBW8> a(37, 5, 3), b(37, 5, 6);
   mr::Fill(a);
   for (int y = 0; y < 5; ++y) std::memcpy(b->GetGenericImagePtr(0, y), a->GetGenericImagePtr(0, y), 37);
   for (int wide : {0, 1}) {
@@ -281,7 +281,7 @@ TEST(LinearRegression, AgreesWithTheModelWithAndWithoutClippedPixels) {
   size_t round = 0;
   for (const mr::Shape& s : mr::Shapes()) {
     if (s.width * s.height < 4) continue;
-    pr::Frame<ZBW8> a(s.width, s.height, s.offset), b(s.width, s.height, 15 - s.offset);
+    kt::Aligned<ZBW8> a(s.width, s.height, s.offset), b(s.width, s.height, 15 - s.offset);
     mr::Fill(a);
     mr::Fill(b);
     const Grid ga = mr::Read(a.get()), gb = mr::Read(b.get());
@@ -347,7 +347,7 @@ TEST(Correlogram, CountsPairsAndSaturatesAtTheCellWidth) {
 
 // A view with runs over part of its rows; the reference values are those of the run pixels.
 struct RunView {
-  pr::Frame<ZBW8> frame{40, 6, 5};
+  kt::Aligned<ZBW8> frame{40, 6, 5};
   ZVectorTemplate<ZRun> runs;
   std::vector<uint64_t> values;
   RunView() {
@@ -434,7 +434,7 @@ int Bright16(ZBW16& p) { return p.value > 40000; }
 int Reddish(ZC24& p) { return p.c0 > p.c2; }
 
 TEST(Count, CallsTheHostForEachPixelInRowOrder) {
-  pr::Frame<ZBW8> a(13, 3, 5);
+  kt::Aligned<ZBW8> a(13, 3, 5);
   mr::Fill(a);
   const Grid g = mr::Read(a.get());
   g_seen.clear();
@@ -442,12 +442,12 @@ TEST(Count, CallsTheHostForEachPixelInRowOrder) {
   for (uint64_t v : g.v) odd += v & 1;
   EXPECT_EQ(LumCount(a.get(), Odd8), odd);
   EXPECT_EQ(g_seen, std::vector<int>(g.v.begin(), g.v.end()));
-  pr::Frame<ZBW16> b(9, 2, 2);
+  kt::Aligned<ZBW16> b(9, 2, 2);
   mr::Fill(b);
   unsigned bright = 0;
   for (uint64_t v : mr::Read(b.get()).v) bright += v > 40000;
   EXPECT_EQ(LumCount(b.get(), Bright16), bright);
-  pr::Frame<ZC24> c(9, 2, 1);
+  kt::Aligned<ZC24> c(9, 2, 1);
   mr::Fill(c);
   const Grid gc = mr::Read(c.get());
   unsigned reddish = 0;
@@ -461,7 +461,7 @@ TEST(Count, CallsTheHostForEachPixelInRowOrder) {
 // ----- normalisation -----
 
 TEST(Normalize, MapsThroughTheTableOfTheSourceStatistics) {
-  pr::Frame<ZBW8> a(50, 4, 3), out(50, 4, 9);
+  kt::Aligned<ZBW8> a(50, 4, 3), out(50, 4, 9);
   mr::Fill(a);
   float d = 0, m = 0;
   ASSERT_EQ(LumPixelStdDev(a.get(), d, m), 0);
@@ -477,7 +477,7 @@ TEST(Normalize, MapsThroughTheTableOfTheSourceStatistics) {
       }
   }
   // In place, with a null destination.
-  pr::Frame<ZBW8> same(50, 4, 3);
+  kt::Aligned<ZBW8> same(50, 4, 3);
   for (int y = 0; y < 4; ++y) std::memcpy(same->GetGenericImagePtr(0, y), a->GetGenericImagePtr(0, y), 50);
   ASSERT_EQ(LumNormalize(same.get(), nullptr, 100.0f, 30.0f), 0);
   EXPECT_TRUE(kt::SameBytes(same.get(), out.get()));
@@ -485,7 +485,7 @@ TEST(Normalize, MapsThroughTheTableOfTheSourceStatistics) {
 }
 
 TEST(Normalize, Bw16TruncatesThenClips) {
-  pr::Frame<ZBW16> a(33, 3, 2), out(33, 3, 6);
+  kt::Aligned<ZBW16> a(33, 3, 2), out(33, 3, 6);
   mr::Fill(a);
   float d = 0, m = 0;
   ASSERT_EQ(LumPixelStdDev(a.get(), d, m), 0);
