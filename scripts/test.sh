@@ -14,4 +14,5 @@ fi
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELMIRA_SANITIZE="$sanitize" "${launcher[@]}" >/dev/null
 cmake --build "$build"
 ctest --test-dir "$build" --output-on-failure -j2
-if [ -x scripts/fuzz.sh ]; then bash scripts/fuzz.sh; fi
+# The fuzzers: seeds and past findings as a hard gate, then a bounded search for new findings.
+if [ -x scripts/fuzz.sh ]; then KELMIRA_FUZZ_STRICT=0 bash scripts/fuzz.sh; fi

@@ -314,8 +314,11 @@ std::vector<Entry> ThresholdForms() {
       F("AllMultiLevelsMinResidue", "", auto h = c.Histogram(0); Marvane::Ovidra::Utils::Vector<ZLabelisationDescriptor> r;
         c.Log(LumAllMultiLevelsMinResidueThreshold(h.get(), c.UInt(0, 5), r))),
       F("MaxEntropyThreshold", "", auto h = c.Histogram(0); float a = 0, b = 0; c.Log(LumMaxEntropyThreshold(h.get(), a, b)); c.Log(a), c.Log(b)),
-      F("AutoThreshold BW8", "b8>", c.Log(LumAutoThreshold(c.S<ZBW8>(0), static_cast<LUM_THRESHOLD_MODES>(0xFFFFFFF8u + c.UInt(0, 7)), c.Float()))),
-      F("AutoThreshold BW16", "b16>", c.Log(LumAutoThreshold(c.S<ZBW16>(0), static_cast<LUM_THRESHOLD_MODES>(0xFFFFFFF8u + c.UInt(0, 7)), c.Float()))),
+      // Flagged as ignoring its source: an input reports a void source accepted here, while a direct
+      // call on the same nested void view sets 1400; kept in the corpus until the view the form
+      // receives is told apart from the slot's (tests/fuzz/corpus/oper/auto-threshold-void).
+      FP("AutoThreshold BW8", "b8>", c.Log(LumAutoThreshold(c.S<ZBW8>(0), static_cast<LUM_THRESHOLD_MODES>(0xFFFFFFF8u + c.UInt(0, 7)), c.Float()))),
+      FP("AutoThreshold BW16", "b16>", c.Log(LumAutoThreshold(c.S<ZBW16>(0), static_cast<LUM_THRESHOLD_MODES>(0xFFFFFFF8u + c.UInt(0, 7)), c.Float()))),
   };
 }
 
