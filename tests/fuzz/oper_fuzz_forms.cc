@@ -292,7 +292,7 @@ std::vector<Entry> ThresholdForms() {
       F("AnalyseHistogram", "", auto h = c.Histogram(0);
         c.Log(LumAnalyseHistogram(h.get(), static_cast<LUM_HISTOGRAM_FEATURE>(c.Int(0, 9)), c.Int(-1, 256), c.Int(-1, 256)))),
       F("AnalyseHistogramBW16", "", auto h = c.Histogram(0);
-        c.Log(LumAnalyseHistogramBW16(h.get(), static_cast<LUM_HISTOGRAM_FEATURE>(c.Int(0, 9)), c.Int(-1, 255), c.Int(-1, 255) * 257))),
+        c.Log(LumAnalyseHistogramBW16(h.get(), static_cast<LUM_HISTOGRAM_FEATURE>(c.Int(0, 9)), c.Int(-1, 255), static_cast<int>(static_cast<unsigned>(c.Int(-1, 255)) * 257u)))),
       F("SetupEqualize", "", auto h = c.Histogram(0); ZBW8Vector t(Count(c, 300)); LumSetupEqualize(h.get(), &t); c.LogVector(t)),
       F("Equalize BW8", "b8>b8", LumEqualize(c.S<ZBW8>(0), c.D<ZBW8>(0))),
       F("Equalize BW16", "b16>b16", LumEqualize(c.S<ZBW16>(0), c.D<ZBW16>(0))),
