@@ -53,7 +53,7 @@ Z_ERRORS ResolveLevel(ZROI<ZBW16>* source, unsigned& level, float relative, unsi
   return Z_ERROR_NONE;
 }
 
-// BW8: one table of 256 results. The table of the description is the mask (0 or 255), applied as
+// BW8: one table of 256 results. The described table is the mask (0 or 255), applied as
 // is when below is 0 and above 255, else as (mask & (below ^ above)) ^ below; both give exactly
 // the entry built here, so one look-up serves both ways.
 void ApplyLevel(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, unsigned level, uint8_t below, uint8_t above) {

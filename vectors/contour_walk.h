@@ -141,7 +141,7 @@ void Walk(const ZROI<P>* view, int* px, int* py, int sense, Sink& sink, const Co
     return;
   }
 
-  // Follow. Each record is bracketed by ZOk in the description; the state can only be non-zero
+  // Follow. Each record is bracketed by ZOk; the state can only be non-zero
   // before the first record (106 of a first walk), so one ZOk here leaves the same state.
   ZOk();
   const int sx = x, sy = y, d0 = d;

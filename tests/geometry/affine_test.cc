@@ -43,7 +43,7 @@ Fixed Inverse(float a, float b, float c, float d, float e, float f) {
   return m;
 }
 
-// v p0 + t (p1 - p0) the way the description computes it: one selection per bit of t from the
+// v p0 + t (p1 - p0) the way the walker computes it: one selection per bit of t from the
 // top, doubling the sum; the last bit adds p0 + p1 or 2 p0.
 uint32_t Select(uint32_t p0, uint32_t p1, uint32_t t, int bits) {
   uint32_t s = 0;
