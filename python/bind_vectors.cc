@@ -8,12 +8,12 @@ py::dtype PathDtype(int recordBytes, const char* pixelFormat) {
   names.append("x"), formats.append("<i2"), offsets.append(0);
   names.append("y"), formats.append("<i2"), offsets.append(2);
   if (pixelFormat) names.append("pixel"), formats.append(pixelFormat), offsets.append(4);
-  py::dict spec;
-  spec["names"] = names;
-  spec["formats"] = formats;
-  spec["offsets"] = offsets;
-  spec["itemsize"] = recordBytes;
-  return py::dtype::from_args(spec);
+  py::dict layout;
+  layout["names"] = names;
+  layout["formats"] = formats;
+  layout["offsets"] = offsets;
+  layout["itemsize"] = recordBytes;
+  return py::dtype::from_args(layout);
 }
 
 void BindVectors(py::module_& m) {

@@ -10,18 +10,7 @@
 namespace ktool {
 namespace {
 
-const std::vector<std::pair<std::string, int>>& Modes() {
-  static const std::vector<std::pair<std::string, int>> modes = {
-      {"min-residue", static_cast<int>(LUM_THRESHOLD_MODE_MIN_RESIDUE)},
-      {"max-entropy", static_cast<int>(LUM_THRESHOLD_MODE_MAX_ENTROPY)},
-      {"isodata", static_cast<int>(LUM_THRESHOLD_MODE_ISODATA)},
-      {"min-distance", static_cast<int>(LUM_THRESHOLD_MODE_MIN_DISTANCE)},
-      {"min-squared-distance", static_cast<int>(LUM_THRESHOLD_MODE_MIN_SQUARED_DISTANCE)},
-      {"relative", static_cast<int>(LUM_THRESHOLD_MODE_RELATIVE)}};
-  return modes;
-}
-
-// The marker colour of each mode, in the order of Modes().
+// The marker colour of each mode, in the order of ThresholdModes().
 const ZC24 kModeColours[] = {ZC24(220, 30, 30), ZC24(30, 160, 30),  ZC24(40, 80, 230),
                              ZC24(240, 140, 0), ZC24(190, 0, 190), ZC24(0, 180, 200)};
 
@@ -80,8 +69,8 @@ void HistogramPlot(Call& c) {
   ZBWHistogramVector h;
   c.Library("LumHistogram", [&] { LumHistogram(gray, &h); });
   unsigned levels[6];
-  for (size_t m = 0; m < Modes().size(); ++m) {
-    levels[m] = static_cast<unsigned>(Modes()[m].second);
+  for (size_t m = 0; m < ThresholdModes().size(); ++m) {
+    levels[m] = static_cast<unsigned>(ThresholdModes()[m].second);
     float below = 0, above = 0;
     c.Library("LumHistogramThreshold", [&] { LumHistogramThreshold(&h, levels[m], below, above, relative, 0, 255); });
   }
@@ -138,7 +127,7 @@ void Equalize(Call& c) {
 
 // White where the pixel is at or above the level of the mode (or of a fixed LEVEL), black below.
 void AutoThreshold(Call& c) {
-  std::vector<std::pair<std::string, int>> choices = Modes();
+  std::vector<std::pair<std::string, int>> choices = ThresholdModes();
   const std::string& word = c.Word(0, "MODE");
   const bool fixed = !word.empty() && std::isdigit(static_cast<unsigned char>(word[0]));
   const unsigned mode = fixed ? static_cast<unsigned>(c.Int(0, "MODE", 0, 255)) : static_cast<unsigned>(c.Choice(0, "MODE", choices));

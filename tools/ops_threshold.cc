@@ -8,17 +8,6 @@
 namespace ktool {
 namespace {
 
-const std::vector<std::pair<std::string, int>>& Modes() {
-  static const std::vector<std::pair<std::string, int>> modes = {
-      {"min-residue", static_cast<int>(LUM_THRESHOLD_MODE_MIN_RESIDUE)},
-      {"max-entropy", static_cast<int>(LUM_THRESHOLD_MODE_MAX_ENTROPY)},
-      {"isodata", static_cast<int>(LUM_THRESHOLD_MODE_ISODATA)},
-      {"min-distance", static_cast<int>(LUM_THRESHOLD_MODE_MIN_DISTANCE)},
-      {"min-squared-distance", static_cast<int>(LUM_THRESHOLD_MODE_MIN_SQUARED_DISTANCE)},
-      {"relative", static_cast<int>(LUM_THRESHOLD_MODE_RELATIVE)}};
-  return modes;
-}
-
 bool IsNumber(const std::string& word) {
   if (word.empty()) return false;
   for (char ch : word)
@@ -29,7 +18,7 @@ bool IsNumber(const std::string& word) {
 // LEVEL is 0..255 or a mode name.
 unsigned LevelOrMode(Call& c, size_t i) {
   if (IsNumber(c.Word(i, "LEVEL"))) return static_cast<unsigned>(c.Int(i, "LEVEL", 0, 255));
-  return static_cast<unsigned>(c.Choice(i, "LEVEL", Modes()));
+  return static_cast<unsigned>(c.Choice(i, "LEVEL", ThresholdModes()));
 }
 
 void Threshold(Call& c) {
@@ -64,7 +53,7 @@ void LocalMean(Call& c) {
 }
 
 void AdaptiveMap(Call& c) {
-  const auto mode = static_cast<LUM_THRESHOLD_MODES>(c.Choice(0, "MODE", Modes()));
+  const auto mode = static_cast<LUM_THRESHOLD_MODES>(c.Choice(0, "MODE", ThresholdModes()));
   const int width = static_cast<int>(c.Int(1, "WIDTH", 1, 100000));
   const int height = static_cast<int>(c.Has(2) ? c.Int(2, "HEIGHT", 1, 100000) : width);
   Picture& out = c.NewGray();

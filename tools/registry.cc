@@ -132,6 +132,17 @@ void Crop(Call& c) {
 
 }  // namespace
 
+const std::vector<std::pair<std::string, int>>& ThresholdModes() {
+  static const std::vector<std::pair<std::string, int>> modes = {
+      {"min-residue", static_cast<int>(LUM_THRESHOLD_MODE_MIN_RESIDUE)},
+      {"max-entropy", static_cast<int>(LUM_THRESHOLD_MODE_MAX_ENTROPY)},
+      {"isodata", static_cast<int>(LUM_THRESHOLD_MODE_ISODATA)},
+      {"min-distance", static_cast<int>(LUM_THRESHOLD_MODE_MIN_DISTANCE)},
+      {"min-squared-distance", static_cast<int>(LUM_THRESHOLD_MODE_MIN_SQUARED_DISTANCE)},
+      {"relative", static_cast<int>(LUM_THRESHOLD_MODE_RELATIVE)}};
+  return modes;
+}
+
 const std::vector<std::pair<std::string, int>>& OperCodes() {
   static const std::vector<std::pair<std::string, int>> codes = {
       {"copy", 0}, {"invert", 1}, {"add", 2}, {"subtract", 3}, {"multiply", 4}, {"divide", 5}, {"modulo", 6},

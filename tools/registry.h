@@ -98,6 +98,8 @@ const std::vector<DemoStep>& FamilyDemoSteps();
 const std::vector<DemoStep>& DemoSteps();
 // The operation codes of LumOper by name (the `oper` operator takes a name or the number).
 const std::vector<std::pair<std::string, int>>& OperCodes();
+// The automatic modes of LUM_THRESHOLD_MODES by name, as the histogram and threshold operators take them.
+const std::vector<std::pair<std::string, int>>& ThresholdModes();
 // Null when there is no operator of that name.
 const Operator* FindOperator(const std::string& name);
 // Checks the argument count, runs the operator and returns its result; the operator's table of

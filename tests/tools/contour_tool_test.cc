@@ -7,17 +7,6 @@
 
 namespace {
 
-struct Outcome {
-  int code;
-  std::string out, err;
-};
-
-Outcome Kelmira(const ktool::Words& words) {
-  std::ostringstream out, err;
-  const int code = ktool::Main(words, out, err);
-  return {code, out.str(), err.str()};
-}
-
 // A 12x9 gray picture with a bright 4x3 block at (3, 2) and a bright column on the right edge.
 ktool::Picture Blocks() {
   ktool::Picture p = ktool::Picture::Gray(12, 9);
@@ -30,7 +19,7 @@ TEST(ContourTool, DrawsThePathAndWritesItsPoints) {
   const auto dir = ttest::Scratch();
   const std::string in = (dir / "in.png").string(), out = (dir / "out.png").string(), csv = (dir / "p.csv").string();
   ktool::WriteImage(Blocks(), in);
-  const Outcome r = Kelmira({"apply", in, out, "contour", "3", "2", "clockwise", "100", "8", "11", "4",
+  const ttest::Outcome r = ttest::Kelmira({"apply", in, out, "contour", "3", "2", "clockwise", "100", "8", "11", "4",
                              "anticlockwise", "100", "4", "--points", csv});
   ASSERT_EQ(r.code, 0) << r.err;
   // The block closes with its 10 border pixels; the column is walked down to the image edge, where
@@ -72,12 +61,12 @@ TEST(ContourTool, Refusals) {
   for (const Case& c : cases) {
     ktool::Words words = {"apply", in, out};
     words.insert(words.end(), c.words.begin(), c.words.end());
-    const Outcome r = Kelmira(words);
+    const ttest::Outcome r = ttest::Kelmira(words);
     EXPECT_EQ(r.code, c.code) << c.message;
     EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
   }
   // At most N: the dark background from the corner, along the image edge, closes.
-  ASSERT_EQ(Kelmira({"apply", in, out, "contour", "0", "0", "clockwise-along-edge", "100-", "8", "--points", csv}).code, 0);
+  ASSERT_EQ(ttest::Kelmira({"apply", in, out, "contour", "0", "0", "clockwise-along-edge", "100-", "8", "--points", csv}).code, 0);
   EXPECT_NE(ttest::ReadBytes(csv).find("0,0,0,0,"), std::string::npos);
 }
 

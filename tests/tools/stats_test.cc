@@ -8,17 +8,6 @@
 
 namespace {
 
-struct Outcome {
-  int code;
-  std::string out, err;
-};
-
-Outcome Kelmira(const ktool::Words& words) {
-  std::ostringstream out, err;
-  const int code = ktool::Main(words, out, err);
-  return {code, out.str(), err.str()};
-}
-
 // A 20 x 10 gray image of 10 with a bright 4 x 2 block of 200 at (12, 6).
 std::string BlockImage() {
   ktool::Picture p = ktool::Picture::Gray(20, 10);
@@ -30,7 +19,7 @@ std::string BlockImage() {
 }
 
 TEST(Stats, TableOfAGrayImage) {
-  const Outcome r = Kelmira({"stats", BlockImage()});
+  const ttest::Outcome r = ttest::Kelmira({"stats", BlockImage()});
   ASSERT_EQ(r.code, 0) << r.err;
   const auto line = [](const std::string& name, const std::string& value) {
     return "  " + name + std::string(28 - name.size(), ' ') + std::string(16 - value.size(), ' ') + value + "\n";
@@ -42,7 +31,7 @@ TEST(Stats, TableOfAGrayImage) {
 
 TEST(Stats, JsonOfARectangleAndOfAColourImage) {
   const std::string path = BlockImage();
-  const Outcome r = Kelmira({"stats", path, "10,5,6,4", "--json", "--threshold", "100"});
+  const ttest::Outcome r = ttest::Kelmira({"stats", path, "10,5,6,4", "--json", "--threshold", "100"});
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_EQ(r.out.rfind("{\"image\": ", 0), 0u);
   EXPECT_NE(r.out.find("\"roi\": [10, 5, 6, 4], \"threshold\": 100"), std::string::npos) << r.out;
@@ -50,7 +39,7 @@ TEST(Stats, JsonOfARectangleAndOfAColourImage) {
   EXPECT_EQ(r.out.substr(r.out.size() - 3), "}}\n");
   const std::string colour = (ttest::Scratch() / "c.ppm").string();
   ktool::WriteImage(ttest::Random(true, 9, 7, 3), colour);
-  const Outcome c = Kelmira({"stats", colour, "--json"});
+  const ttest::Outcome c = ttest::Kelmira({"stats", colour, "--json"});
   ASSERT_EQ(c.code, 0) << c.err;
   EXPECT_NE(c.out.find("\"red\": {\"mean\": "), std::string::npos);
   EXPECT_NE(c.out.find("\"all components\": {\"variance\": "), std::string::npos);
@@ -58,15 +47,15 @@ TEST(Stats, JsonOfARectangleAndOfAColourImage) {
 
 TEST(Stats, RefusalsAndHelp) {
   const std::string path = BlockImage();
-  EXPECT_EQ(Kelmira({"stats"}).code, 2);
-  EXPECT_EQ(Kelmira({"stats", path, "15,5,6,4"}).code, 2);  // past the right edge
-  EXPECT_EQ(Kelmira({"stats", path, "1,2,3"}).code, 2);
-  EXPECT_EQ(Kelmira({"stats", path, "--threshold", "256"}).code, 2);
-  EXPECT_EQ(Kelmira({"stats", path, "--frobnicate"}).code, 2);
-  EXPECT_EQ(Kelmira({"stats", (ttest::Scratch() / "missing.png").string()}).code, 3);
+  EXPECT_EQ(ttest::Kelmira({"stats"}).code, 2);
+  EXPECT_EQ(ttest::Kelmira({"stats", path, "15,5,6,4"}).code, 2);  // past the right edge
+  EXPECT_EQ(ttest::Kelmira({"stats", path, "1,2,3"}).code, 2);
+  EXPECT_EQ(ttest::Kelmira({"stats", path, "--threshold", "256"}).code, 2);
+  EXPECT_EQ(ttest::Kelmira({"stats", path, "--frobnicate"}).code, 2);
+  EXPECT_EQ(ttest::Kelmira({"stats", (ttest::Scratch() / "missing.png").string()}).code, 3);
   for (const ktool::Words& w : std::vector<ktool::Words>{{"stats", "--help"}, {"help", "stats"}})
-    EXPECT_EQ(Kelmira(w).out.rfind("usage: kelmira stats", 0), 0u);
-  EXPECT_NE(Kelmira({"--help"}).out.find("  stats IMAGE"), std::string::npos);
+    EXPECT_EQ(ttest::Kelmira(w).out.rfind("usage: kelmira stats", 0), 0u);
+  EXPECT_NE(ttest::Kelmira({"--help"}).out.find("  stats IMAGE"), std::string::npos);
 }
 
 }  // namespace

@@ -8,13 +8,27 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <sstream>
 #include <string>
 
 #include <unistd.h>
 
 #include "picture.h"
+#include "verbs.h"
 
 namespace ttest {
+
+// What `kelmira WORDS...` gives, run in-process: the exit code and the two streams.
+struct Outcome {
+  int code;
+  std::string out, err;
+};
+
+inline Outcome Kelmira(const ktool::Words& words) {
+  std::ostringstream out, err;
+  const int code = ktool::Main(words, out, err);
+  return {code, out.str(), err.str()};
+}
 
 // A fresh directory under the test temp dir, named after the running test and private to this
 // process, so that test runs of several build trees at once do not share files.

@@ -16,20 +16,9 @@ namespace {
 
 using ktool::Picture;
 
-struct Outcome {
-  int code;
-  std::string out, err;
-};
-
-Outcome Kelmira(const ktool::Words& words) {
-  std::ostringstream out, err;
-  const int code = ktool::Main(words, out, err);
-  return {code, out.str(), err.str()};
-}
-
 TEST(Demo, WritesEveryPictureAndAContactSheetThatShowsThem) {
   const auto dir = ttest::Scratch() / "nested" / "demo";
-  const Outcome r = Kelmira({"demo", "--out", dir.string()});
+  const ttest::Outcome r = ttest::Kelmira({"demo", "--out", dir.string()});
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_EQ(r.err, "");
   const std::string html = ttest::ReadBytes(dir / "index.html");
@@ -62,7 +51,7 @@ TEST(Demo, WritesEveryPictureAndAContactSheetThatShowsThem) {
 TEST(Demo, CaptionCommandsRemakeTheirPictures) {
   // The command under each picture, run in the demo directory, gives the same pixels.
   const auto dir = ttest::Scratch();
-  ASSERT_EQ(Kelmira({"demo", "--out", dir.string()}).code, 0);
+  ASSERT_EQ(ttest::Kelmira({"demo", "--out", dir.string()}).code, 0);
   const std::string html = ttest::ReadBytes(dir / "index.html");
   const std::string open = "<code>kelmira ", close = "</code>";
   int checked = 0;
@@ -77,7 +66,7 @@ TEST(Demo, CaptionCommandsRemakeTheirPictures) {
     args[2] = (dir / ("again-" + expected)).string();
     for (size_t i = 4; i < args.size(); ++i)
       if (args[i].size() > 4 && args[i].substr(args[i].size() - 4) == ".png") args[i] = (dir / args[i]).string();
-    const Outcome r = Kelmira(args);
+    const ttest::Outcome r = ttest::Kelmira(args);
     ASSERT_EQ(r.code, 0) << line << ": " << r.err;
     EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage(args[2]), ktool::ReadImage((dir / expected).string()))) << line;
     ++checked;
@@ -91,23 +80,23 @@ TEST(Apply, RoundTripsAndRunsOperatorsOnFiles) {
   const std::string in = (dir / "in.png").string();
   ktool::WriteImage(colour, in);
   // Swapping two components twice gives the image back, through PNG and PPM.
-  ASSERT_EQ(Kelmira({"apply", in, (dir / "s.ppm").string(), "swap", "0", "2"}).code, 0);
-  const Outcome r = Kelmira({"apply", (dir / "s.ppm").string(), (dir / "back.png").string(), "swap", "2", "0"});
+  ASSERT_EQ(ttest::Kelmira({"apply", in, (dir / "s.ppm").string(), "swap", "0", "2"}).code, 0);
+  const ttest::Outcome r = ttest::Kelmira({"apply", (dir / "s.ppm").string(), (dir / "back.png").string(), "swap", "2", "0"});
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_NE(r.out.find("37x11 colour"), std::string::npos) << r.out;
   EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage((dir / "back.png").string()), colour));
   // A plane taken out and put back into a cleared image.
-  ASSERT_EQ(Kelmira({"apply", in, (dir / "g.pgm").string(), "get-component", "1"}).code, 0);
+  ASSERT_EQ(ttest::Kelmira({"apply", in, (dir / "g.pgm").string(), "get-component", "1"}).code, 0);
   const Picture plane = ktool::ReadImage((dir / "g.pgm").string());
   for (int x = 0; x < 37; ++x) EXPECT_EQ(plane.row(5)[x], colour.row(5)[3 * x + 1]);
-  ASSERT_EQ(Kelmira({"apply", in, (dir / "set.png").string(), "set-component", "0", (dir / "g.pgm").string()}).code, 0);
+  ASSERT_EQ(ttest::Kelmira({"apply", in, (dir / "set.png").string(), "set-component", "0", (dir / "g.pgm").string()}).code, 0);
   const Picture set = ktool::ReadImage((dir / "set.png").string());
   for (int x = 0; x < 37; ++x) {
     EXPECT_EQ(set.row(7)[3 * x], colour.row(7)[3 * x + 1]);
     EXPECT_EQ(set.row(7)[3 * x + 2], colour.row(7)[3 * x + 2]);
   }
   // Crop at the far corner keeps the pixels of the view; numbers may be hexadecimal.
-  ASSERT_EQ(Kelmira({"apply", in, (dir / "c.png").string(), "crop", "0x22", "9", "3", "2"}).code, 0);
+  ASSERT_EQ(ttest::Kelmira({"apply", in, (dir / "c.png").string(), "crop", "0x22", "9", "3", "2"}).code, 0);
   const Picture crop = ktool::ReadImage((dir / "c.png").string());
   ASSERT_EQ(crop.width(), 3);
   ASSERT_EQ(crop.height(), 2);
@@ -126,7 +115,7 @@ TEST(Apply, EveryOperatorRunsItsExampleOnTheKindsItTakesAndRefusesTheOthers) {
       ktool::Words words = {"apply", in, (dir / (std::string(op.name) + "-" + kind + ".png")).string(), op.name};
       std::istringstream example(op.example);
       for (std::string w; example >> w;) words.push_back(w.find(".png") != std::string::npos ? (dir / w).string() : w);
-      const Outcome r = Kelmira(words);
+      const ttest::Outcome r = ttest::Kelmira(words);
       if (takes.find(kind) != std::string::npos) {
         EXPECT_EQ(r.code, 0) << op.name << " on " << kind << ": " << r.err;
         EXPECT_GT(ktool::ReadImage(words[2]).width(), 0) << op.name;
@@ -140,18 +129,18 @@ TEST(Apply, EveryOperatorRunsItsExampleOnTheKindsItTakesAndRefusesTheOthers) {
 
 TEST(Help, EveryVerbHasHelpAndListNamesEveryOperator) {
   for (const ktool::Words& words : std::vector<ktool::Words>{{"--help"}, {"help"}, {"-h"}}) {
-    const Outcome r = Kelmira(words);
+    const ttest::Outcome r = ttest::Kelmira(words);
     EXPECT_EQ(r.code, 0);
     EXPECT_NE(r.out.find("usage: kelmira VERB"), std::string::npos);
   }
   for (const char* verb : {"demo", "apply", "list"}) {
     for (const ktool::Words& words : std::vector<ktool::Words>{{verb, "--help"}, {"help", verb}, {verb, "x", "-h"}}) {
-      const Outcome r = Kelmira(words);
+      const ttest::Outcome r = ttest::Kelmira(words);
       EXPECT_EQ(r.code, 0) << verb << r.err;
       EXPECT_EQ(r.out.rfind(std::string("usage: kelmira ") + verb, 0), 0u) << r.out;
     }
   }
-  const Outcome list = Kelmira({"list"});
+  const ttest::Outcome list = ttest::Kelmira({"list"});
   ASSERT_EQ(list.code, 0);
   for (const ktool::Operator& op : ktool::Operators())
     EXPECT_NE(list.out.find(std::string("  ") + op.name + " " + op.arguments), std::string::npos) << op.name;
@@ -215,7 +204,7 @@ TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
   for (const Case& c : cases) {
     std::string joined;
     for (const std::string& w : c.words) joined += " " + w;
-    const Outcome r = Kelmira(c.words);
+    const ttest::Outcome r = ttest::Kelmira(c.words);
     EXPECT_EQ(r.code, c.code) << joined << "\n" << r.err;
     EXPECT_EQ(r.err.rfind("kelmira: ", 0), 0u) << joined << "\n" << r.err;
     EXPECT_NE(r.err.find(c.message), std::string::npos) << joined << "\n" << r.err;
@@ -223,7 +212,7 @@ TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
   }
   EXPECT_FALSE(std::filesystem::exists(out)) << "a failed apply wrote its output";
   // No arguments: the usage text and the usage code.
-  const Outcome none = Kelmira({});
+  const ttest::Outcome none = ttest::Kelmira({});
   EXPECT_EQ(none.code, 2);
   EXPECT_NE(none.err.find("usage: kelmira"), std::string::npos);
 }
