@@ -39,32 +39,31 @@ void ThresholdRow16(const uint16_t* s, uint16_t* d, int n, unsigned level, uint1
   ThresholdRowT<uint16_t>(s, d, n, static_cast<uint16_t>(level), below, above);
 }
 
-// Reverses the bits of each byte: the mask bits come lowest lane first, the packed row wants the
-// first pixel in the high bit.
-HWY_INLINE uint64_t ReverseBytesBits(uint64_t x) {
-  x = ((x >> 1) & 0x5555555555555555ull) | ((x & 0x5555555555555555ull) << 1);
-  x = ((x >> 2) & 0x3333333333333333ull) | ((x & 0x3333333333333333ull) << 2);
-  return ((x >> 4) & 0x0F0F0F0F0F0F0F0Full) | ((x & 0x0F0F0F0F0F0F0F0Full) << 4);
-}
-
-// 64 pixels a step into 8 bytes; the rest through the scalar rule.
+// Whole vectors of pixels a step, each group of eight lanes reversed first (one byte shuffle per
+// 128-bit block), so that the mask bits come out of StoreMaskBits first pixel in the high bit and
+// go straight into the packed row; the rest through the scalar rule.
 template <class T>
 HWY_INLINE void PackRowT(const T* source, uint8_t* destination, int n, T level) {
   int x = 0;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<T> d;
+  const hn::Repartition<uint8_t, decltype(d)> d8;
   const int lanes = static_cast<int>(hn::Lanes(d));
-  if (lanes >= 8 && lanes <= 64) {
+  if (lanes % 8 == 0 && (lanes * sizeof(T)) % 16 == 0) {
+    // Byte indices that reverse each group of eight lanes within a block.
+    alignas(16) static constexpr uint8_t kReverse8[16] = {7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8};
+    alignas(16) static constexpr uint8_t kReverse16[16] = {14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1};
+    const auto order = hn::LoadDup128(d8, sizeof(T) == 1 ? kReverse8 : kReverse16);
     const auto lv = hn::Set(d, level);
-    for (; x + 64 <= n; x += 64) {
-      uint8_t bits[8];
-      for (int k = 0; k < 64; k += lanes)
-        hn::StoreMaskBits(d, AtLeast(d, hn::LoadU(d, source + x + k), lv), bits + k / 8);
-      uint64_t word;
-      std::memcpy(&word, bits, 8);
-      word = ReverseBytesBits(word);
-      std::memcpy(destination + x / 8, &word, 8);
+    auto pack = [&](int at) {
+      const auto v = hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, hn::LoadU(d, source + at)), order));
+      hn::StoreMaskBits(d, AtLeast(d, v, lv), destination + at / 8);
+    };
+    for (; x + 2 * lanes <= n; x += 2 * lanes) {
+      pack(x);
+      pack(x + lanes);
     }
+    for (; x + lanes <= n; x += lanes) pack(x);
   }
 #endif
   threshold::PackRow(source + x, destination + x / 8, n - x, level);
