@@ -57,19 +57,14 @@ void LocalMean(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, in
     }
     const uint8_t* s = in[y];
     uint8_t* d = out[y];
-    uint64_t sum = 0;
-    for (int x = 0; x <= 2 * r; ++x) sum += columns[x];
     if (wide) {
-      // Window sums of the row first (the serial part), then the test on whole vectors.
-      const uint32_t first = static_cast<uint32_t>(sum);
-      uint32_t run = first;
-      int x = 0;
-      for (; x <= r; ++x) window[x] = first;
-      for (; x <= w - r - 1; ++x) window[x] = run += columns[x + r] - columns[x - r - 1];
-      for (; x < w; ++x) window[x] = run;
+      // Window sums of the row first, then the test on whole vectors.
+      WideWindowRow(columns, window, w, r);
       WideLocalMeanRow(s, window, d, w, static_cast<int32_t>(area), bias32);
       continue;
     }
+    uint64_t sum = 0;
+    for (int x = 0; x <= 2 * r; ++x) sum += columns[x];
     // Pixel x uses the window centred on x clamped to r .. w - r - 1.
     auto put = [&](int x) {
       d[x] = static_cast<int64_t>(s[x]) * area - static_cast<int64_t>(sum) < bias ? 0 : 255;

@@ -59,6 +59,7 @@ void WideRangeRow(const uint8_t* source, uint8_t* destination, int n, const uint
                   uint8_t outside, uint8_t inside);
 
 void WideColumnsRow(uint32_t* columns, const uint8_t* add, const uint8_t* sub, int n);
+void WideWindowRow(const uint32_t* columns, uint32_t* window, int w, int r);
 void WideLocalMeanRow(const uint8_t* source, const uint32_t* window, uint8_t* destination, int n, int32_t area,
                       int32_t bias);
 

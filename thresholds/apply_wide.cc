@@ -135,6 +135,34 @@ void ColumnsRow(uint32_t* columns, const uint8_t* add, const uint8_t* sub, int n
   for (; x < n; ++x) columns[x] += static_cast<uint32_t>(add[x]) - sub[x];
 }
 
+// Window sums of one row of the local mean: window[x] is the sum of columns[x - r .. x + r], the
+// window clamped to r .. w - r - 1. Across the middle each sum is the last one plus
+// columns[x + r] - columns[x - r - 1]: those differences are taken four at a time and turned into
+// running sums inside a 128-bit vector (two shifted adds), so that the only serial step is one add
+// per four pixels. The caller guarantees that every sum fits below 2^31, so the wrapping 32-bit
+// arithmetic gives the exact sums.
+void WindowRow(const uint32_t* columns, uint32_t* window, int w, int r) {
+  uint32_t first = 0;
+  for (int x = 0; x <= 2 * r; ++x) first += columns[x];
+  int x = 0;
+  for (; x <= r; ++x) window[x] = first;
+  const int end = w - r;  // one past the last centred window
+#if HWY_TARGET != HWY_SCALAR
+  const hn::FixedTag<uint32_t, 4> d;
+  auto carry = hn::Set(d, first);
+  for (; x + 4 <= end; x += 4) {
+    auto v = hn::Sub(hn::LoadU(d, columns + x + r), hn::LoadU(d, columns + x - r - 1));
+    v = hn::Add(v, hn::ShiftLeftLanes<1>(d, v));
+    v = hn::Add(v, hn::ShiftLeftLanes<2>(d, v));
+    hn::StoreU(hn::Add(v, carry), d, window + x);
+    carry = hn::Add(carry, hn::Broadcast<3>(v));
+  }
+#endif
+  uint32_t run = window[x - 1];
+  for (; x < end; ++x) window[x] = run += columns[x + r] - columns[x - r - 1];
+  for (; x < w; ++x) window[x] = run;
+}
+
 // The local mean's test in 32-bit lanes: 0 where v * area - window < bias, else 255. The caller
 // guarantees that 255 * area and every window sum stay below 2^31 and clamps bias to the range of
 // v * area - window plus one on either side, so the test equals the 64-bit one.
@@ -167,6 +195,7 @@ HWY_EXPORT(DoubleRow8);
 HWY_EXPORT(DoubleRow16);
 HWY_EXPORT(RangeRow);
 HWY_EXPORT(ColumnsRow);
+HWY_EXPORT(WindowRow);
 HWY_EXPORT(LocalMeanRow);
 
 namespace threshold {
@@ -216,6 +245,9 @@ void WideRangeRow(const uint8_t* s, uint8_t* d, int n, const uint8_t* lo, const 
 
 void WideColumnsRow(uint32_t* columns, const uint8_t* add, const uint8_t* sub, int n) {
   HWY_DYNAMIC_DISPATCH(ColumnsRow)(columns, add, sub, n);
+}
+void WideWindowRow(const uint32_t* columns, uint32_t* window, int w, int r) {
+  HWY_DYNAMIC_DISPATCH(WindowRow)(columns, window, w, r);
 }
 void WideLocalMeanRow(const uint8_t* source, const uint32_t* window, uint8_t* destination, int n, int32_t area,
                       int32_t bias) {
