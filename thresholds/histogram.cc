@@ -25,12 +25,16 @@ bool CountBW8(const ZROI<ZBW8>* view, uint32_t* bins) {
   const int width = view->GetWidth(), height = view->GetHeight(), pitch = view->GetRowPitch();
   const ZVectorTemplate<ZRun>* runs = view->GetRunList();
   const bool walkRuns = runs != nullptr && runs->GetNumElements() > 0 && runs->GetDataPtr() != nullptr;
+  size_t total = static_cast<size_t>(width) * static_cast<size_t>(height);
   if (walkRuns) {
     const ZRun* run = runs->GetDataPtr();
-    for (unsigned i = 0; i < runs->GetNumElements(); ++i)
+    total = 0;
+    for (unsigned i = 0; i < runs->GetNumElements(); ++i) {
       if (!RunInside(run[i], width, height, pitch)) return frame::Fail(Z_ERROR_OUTSIDE_ROI);
+      total += run[i].m_un32End - run[i].m_un32Start;
+    }
   }
-  ByteCounter counter(ZGetMMX() != 0);
+  ByteCounter counter(ZGetMMX() != 0, total);
   if (walkRuns) {
     const ZRun* run = runs->GetDataPtr();
     for (unsigned i = 0; i < runs->GetNumElements(); ++i)
@@ -131,7 +135,7 @@ void LegacyHistogram(ZROI<ZBW8>* source, ZVector* vector) {
   }
   uint32_t bins[256] = {};
   const ZROI<ZBW8>* view = source;  // the rectangle only: a run list does not count here
-  ByteCounter counter(ZGetMMX() != 0);
+  ByteCounter counter(ZGetMMX() != 0, static_cast<size_t>(view->GetWidth()) * static_cast<size_t>(view->GetHeight()));
   const rows::Rows<const uint8_t> in(view);
   for (int y = 0; y < view->GetHeight(); ++y) counter.Add(in[y], static_cast<size_t>(view->GetWidth()));
   counter.Finish(bins);

@@ -39,7 +39,7 @@ std::vector<uint32_t> DirectCount(ZROI<T>* view, unsigned msb = 8 * sizeof(T) - 
 TEST(HistogramBW8, DirectCountAtEveryOffsetWideAndScalar) {
   for (int wide : {0, 1}) {
     const kt::WideSetting setting(wide);
-    for (int width : {1, 5, 15, 16, 17, 33, 64, 71, 300})
+    for (int width : {1, 5, 15, 16, 17, 33, 64, 71, 300, 87383})
       for (int offset = 0; offset < 16; offset += 3)
         for (int height : {1, 3}) {
           SCOPED_TRACE(testing::Message() << "wide " << wide << " width " << width << " offset " << offset);
