@@ -35,6 +35,7 @@ struct Split {
 struct Sums {
   uint32_t nb = 0, sb = 0, na = 0, sa = 0;
 };
+
 Sums Classes(const Bins& h, unsigned low, unsigned high, unsigned t) {
   Sums s;
   for (unsigned i = low; i <= high; ++i) (i < t ? s.nb : s.na) += h[i], (i < t ? s.sb : s.sa) += h[i] * i;
@@ -103,13 +104,14 @@ const unsigned kModes[] = {LUM_THRESHOLD_MODE_MIN_SQUARED_DISTANCE, LUM_THRESHOL
                            LUM_THRESHOLD_MODE_ISODATA,              LUM_THRESHOLD_MODE_MAX_ENTROPY,
                            LUM_THRESHOLD_MODE_MIN_RESIDUE,          LUM_THRESHOLD_MODE_RELATIVE};
 
-std::vector<Bins> Crafted(size_t size = 256) {
-  std::vector<Bins> all = {Levels({{10, 30}, {200, 50}}, size), Levels({{77, 9}}, size), Bins(size, 0),
-                           Levels({{40, 5}, {120, 5}, {200, 5}}, size), Levels({{0, 3}, {255, 3}}, size),
-                           Levels({{3, 4000000}, {250, 3000000}, {128, 1}}, size)};
+// Two levels, one, none, three equal ones, the two ends, huge counts; then random ones.
+std::vector<Bins> Crafted() {
+  std::vector<Bins> all = {Levels({{10, 30}, {200, 50}}), Levels({{77, 9}}), Bins(256, 0),
+                           Levels({{40, 5}, {120, 5}, {200, 5}}), Levels({{0, 3}, {255, 3}}),
+                           Levels({{3, 4000000}, {250, 3000000}, {128, 1}})};
   std::mt19937 rng(7);
   for (int k = 0; k < 4; ++k) {
-    Bins b(size, 0);
+    Bins b(256, 0);
     for (int i = 0; i < (k < 2 ? 12 : 256); ++i) b[rng() % 256] += rng() % (k == 3 ? 100000 : 20);
     all.push_back(b);
   }
@@ -158,26 +160,18 @@ TEST(HistogramThreshold, ErrorsInCheckOrder) {
   ZBWHistogramVector h = Histogram(Bins(256, 1)), wrong = Histogram(Bins(65536, 1)), bw16 = wrong;
   const float nan = std::nanf("");
   const struct { ZBWHistogramVector* h; unsigned t, low, high; float relative; Z_ERRORS error; } cases[] = {
-      {nullptr, 5, 300, 300, 0, Z_ERROR_NULL_IMAGE},
-      {&wrong, 5, 300, 300, 0, Z_ERROR_TABLE_SIZE},
-      {&h, 5, 256, 300, 0, Z_ERROR_ARGUMENT_5},
-      {&h, 5, 0, 256, 0, Z_ERROR_ARGUMENT_6},
-      {&h, 5, 9, 9, 0, Z_ERROR_BAD_ARGUMENTS},
-      {&h, 5, 9, 8, 0, Z_ERROR_BAD_ARGUMENTS},
-      {&h, 5, 9, 20, 0, Z_ERROR_ARGUMENT_2},
-      {&h, 21, 9, 20, 0, Z_ERROR_ARGUMENT_2},
-      {&h, 0xFFFFFFFEu, 0, 255, 0, Z_ERROR_ARGUMENT_2},
-      {&h, 0xFFFFFFFFu, 0, 255, 0, Z_ERROR_ARGUMENT_2},
-      {&h, 0xFFFFFFF7u, 0, 255, 0, Z_ERROR_ARGUMENT_2},
+      {nullptr, 5, 300, 300, 0, Z_ERROR_NULL_IMAGE},   {&wrong, 5, 300, 300, 0, Z_ERROR_TABLE_SIZE},
+      {&h, 5, 256, 300, 0, Z_ERROR_ARGUMENT_5},        {&h, 5, 0, 256, 0, Z_ERROR_ARGUMENT_6},
+      {&h, 5, 9, 9, 0, Z_ERROR_BAD_ARGUMENTS},         {&h, 5, 9, 8, 0, Z_ERROR_BAD_ARGUMENTS},
+      {&h, 5, 9, 20, 0, Z_ERROR_ARGUMENT_2},           {&h, 21, 9, 20, 0, Z_ERROR_ARGUMENT_2},
+      {&h, 0xFFFFFFFEu, 0, 255, 0, Z_ERROR_ARGUMENT_2}, {&h, 0xFFFFFFF7u, 0, 255, 0, Z_ERROR_ARGUMENT_2},
       {&h, LUM_THRESHOLD_MODE_RELATIVE, 0, 255, -0.01f, Z_ERROR_ARGUMENT_5},
       {&h, LUM_THRESHOLD_MODE_RELATIVE, 0, 255, 1.01f, Z_ERROR_ARGUMENT_5},
       {&h, LUM_THRESHOLD_MODE_RELATIVE, 0, 255, nan, Z_ERROR_ARGUMENT_5},
-      {&h, LUM_THRESHOLD_MODE_ISODATA, 0, 255, nan, Z_ERROR_NONE},
-      {&bw16, 70000, 0, 65535, 0, Z_ERROR_ARGUMENT_2}};
+      {&h, LUM_THRESHOLD_MODE_ISODATA, 0, 255, nan, Z_ERROR_NONE}, {&bw16, 70000, 0, 65535, 0, Z_ERROR_ARGUMENT_2}};
   for (const auto& c : cases) {
     unsigned t = c.t;
     float below = 3, above = 4;
-    SCOPED_TRACE(testing::Message() << c.t << " " << c.low << " " << c.high);
     const bool wide = c.h == &bw16;
     if (wide) LumHistogramThresholdBW16(c.h, t, below, above, c.relative, c.low, c.high);
     else LumHistogramThreshold(c.h, t, below, above, c.relative, c.low, c.high);
@@ -400,31 +394,28 @@ TEST(MultiLevels, EdgesAndErrors) {
   EXPECT_THROW(all[1], Marvane::Ovidra::Exception);
 }
 
-// The view forms: a fixed value returns at once, a mode goes through the histogram; failures keep
-// the words of the inner operators only.
+// The view forms: a fixed value returns at once, a mode goes through the histogram of the whole
+// value range; failures keep the words of the inner operators only.
 TEST(AutoThreshold, FixedValuesAndModes) {
   EXPECT_EQ(LumAutoThreshold(static_cast<ZROI<ZBW8>*>(nullptr), static_cast<LUM_THRESHOLD_MODES>(0), 0.5f).value, 0);
-  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
   EXPECT_EQ(LumAutoThreshold(static_cast<ZROI<ZBW16>*>(nullptr), static_cast<LUM_THRESHOLD_MODES>(40000), 0).value, 40000);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
   kt::Framed<ZBW8> view(33, 9, 5);
   kt::Framed<ZBW16> wide(17, 4, 2, 20);
-  view.FillRandom(kt::Rng());
-  wide.FillRandom(kt::Rng());
+  view.FillRandom(kt::Rng()), wide.FillRandom(kt::Rng());
   ZBWHistogramVector h, h16;
-  LumHistogram(view.get(), &h);
-  LumHistogram(wide.get(), &h16, 15, 16, 0);
+  LumHistogram(view.get(), &h), LumHistogram(wide.get(), &h16, 15, 16, 0);
   for (unsigned mode : kModes) {
     unsigned t = mode, t16 = mode;
     float below, above;
-    LumHistogramThreshold(&h, t, below, above, 0.4f, 0, 255);
-    LumHistogramThresholdBW16(&h16, t16, below, above, 0.4f, 0, 65535);
+    LumHistogramThreshold(&h, t, below, above, 0.4f, 0, 255), LumHistogramThresholdBW16(&h16, t16, below, above, 0.4f, 0, 65535);
     EXPECT_EQ(LumAutoThreshold(view.get(), static_cast<LUM_THRESHOLD_MODES>(mode), 0.4f).value, uint8_t(t)) << int(mode);
     EXPECT_EQ(LumAutoThreshold(wide.get(), static_cast<LUM_THRESHOLD_MODES>(mode), 0.4f).value, uint16_t(t16));
   }
   EXPECT_EQ(LumAutoThreshold(view.get(), static_cast<LUM_THRESHOLD_MODES>(300), 0).value, 0);
-  EXPECT_EQ(kt::Trace(), Strings{"LumHistogramThreshold"});
+  EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_2, {"LumHistogramThreshold"}));
   EXPECT_EQ(LumAutoThreshold(static_cast<ZROI<ZBW8>*>(nullptr), LUM_THRESHOLD_MODE_ISODATA, 0).value, 0);
-  EXPECT_EQ(kt::Trace(), Strings{"LumHistogram"});
+  EXPECT_TRUE(kt::Failed(Z_ERROR_NULL_IMAGE, {"LumHistogram"}));
 }
 
 }  // namespace

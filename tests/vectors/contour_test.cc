@@ -104,7 +104,8 @@ Result Run(Form f, ZGenericROI* view, int mode, int x, int y, unsigned thr, int 
     o = {ZGetError(), path.GetClosed(), {}};
     for (unsigned i = 0; i < path.GetNumElements(); ++i) {
       uint32_t extra = 0;
-      if constexpr (!std::is_same_v<std::decay_t<decltype(path)>, ZPathVector>) extra = path[i].m_bw8Pixel.value;
+      if constexpr (std::is_same_v<std::decay_t<decltype(path)>, ZBW8PathVector>) extra = path[i].m_bw8Pixel.value;
+      if constexpr (std::is_same_v<std::decay_t<decltype(path)>, ZBW16PathVector>) extra = path[i].m_bw16Pixel.value;
       o.pts.push_back({path[i].m_n16X, path[i].m_n16Y, kind == 2 ? int(extra) : -1, kind == 1 ? extra : 0});
     }
   };
@@ -115,13 +116,7 @@ Result Run(Form f, ZGenericROI* view, int mode, int x, int y, unsigned thr, int 
   if (f == kPath8) LumContour(v8, m, x, y, s, thr, c, &p), read(p, 0);
   if (f == kPath16) LumContour(v16, m, x, y, s, thr, c, &p), read(p, 0);
   if (f == kValues8 || f == kChain8) LumContour(v8, m, x, y, s, thr, c, &p8, f == kChain8), read(p8, f - kPath8);
-  if (f == kValues16 || f == kChain16) {
-    LumContour(v16, m, x, y, s, thr, c, &p16, f == kChain16);
-    o = {ZGetError(), p16.GetClosed(), {}};
-    for (unsigned i = 0; i < p16.GetNumElements(); ++i)
-      o.pts.push_back({p16[i].m_n16X, p16[i].m_n16Y, f == kChain16 ? int(p16[i].m_bw16Pixel.value) : -1,
-                       f == kValues16 ? uint32_t(p16[i].m_bw16Pixel.value) : 0});
-  }
+  if (f == kValues16 || f == kChain16) LumContour(v16, m, x, y, s, thr, c, &p16, f == kChain16), read(p16, f - kPath16);
   if (f == kVector8) {
     ZVector vec;
     const short r = LumContour(v8, m, x, y, s, thr, c, &vec);
