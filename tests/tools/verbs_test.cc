@@ -134,10 +134,8 @@ TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
   const std::string lib = "LumOper failed: error 1003 (" + std::string(ZGetErrorText(Z_ERROR_BAD_OPERATION)) + ")";
   const std::tuple<ktool::Words, int, std::string> cases[] = {
       {{"frobnicate"}, 2, "unknown verb 'frobnicate'"},
-      {{"help", "frobnicate"}, 2, "unknown verb 'frobnicate'"},
       {{"list", "extra"}, 2, "list takes no arguments"},
       {{"demo", "--out"}, 2, "--out needs a directory"},
-      {{"demo", "--fast"}, 2, "unknown argument '--fast'"},
       {{"apply", gray}, 2, "apply needs IN OUT OP"},
       {{"apply", gray, out, "blur"}, 2, "unknown operator 'blur'"},
       {{"apply", gray, out, "crop", "1", "1"}, 2, "crop takes 4 arguments (X Y WIDTH HEIGHT), 2 given"},
@@ -148,7 +146,6 @@ TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
       {{"apply", gray, out, "get-component", "1"}, 2, "get-component needs a colour image; the input is gray"},
       {{"apply", colour, out, "set-component", "1", colour}, 2, "PLANE must be a gray image"},
       {{"apply", colour, out, "set-component", "1", small}, 2, "they must have the same size"},
-      {{"apply", colour, out, "swap", "0", "3"}, 2, "B must lie in 0..2, not 3"},
       {{"apply", (dir / "nope.png").string(), out, "crop", "0", "0", "1", "1"}, 3, "nope.png: cannot open"},
       {{"apply", (dir / "bad.pgm").string(), out, "crop", "0", "0", "1", "1"}, 3, "bad.pgm: truncated PNM"},
       {{"apply", colour, (dir / "o.pgm").string(), "swap", "0", "1"}, 3, "cannot be written as PGM"},
@@ -160,15 +157,10 @@ TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
       {{"apply", gray, out, "oper", "shift-left", gray}, 4, lib + "; trace: \"LumOper ( BW8 Image, Image to Image)\""},
       {{"apply", colour, out, "oper", "logical-and", "7"}, 4, "trace: \"LumOper ( C24 Image, Const to Image)\""},
       {{"apply", gray, out, "oper", "frob"}, 2, "unknown CODE 'frob' (one of: copy, invert, add"},
-      {{"apply", gray, out, "oper", "add", "256"}, 2, "VALUE must lie in 0..255, not 256"},
       {{"apply", gray, out, "oper", "add", "1,2,3"}, 2, "VALUE must be a number 0..255, not '1,2,3'"},
       {{"apply", colour, out, "fill", "1,2"}, 2, "VALUE must be a number 0..255 or R,G,B, not '1,2'"},
-      {{"apply", gray, out, "oper", "add", small}, 2, "they must have the same size"},
       {{"apply", gray, out, "convolve", "sobel-z"}, 2, "unknown KERNEL 'sobel-z' (one of: sobel-x, sobel-y"},
-      {{"apply", gray, out, "convolve", "sobel-x", "1", "0", "4"}, 2, "RECTIFIER must lie in 0..3, not 4"},
       {{"apply", gray, out, "convolve", "sobel-x", "big"}, 2, "GAIN must be a number, not 'big'"},
-      {{"apply", gray, out, "box", "64"}, 2, "SIZE must lie in 1..63, not 64"},
-      {{"apply", gray, out, "morph-box", "shrink", "2"}, 2, "unknown OPERATION 'shrink' (one of: erode, dilate"},
       {{"apply", gray, out, "morph-disk", "open"}, 2, "morph-disk takes 2 arguments (OPERATION RADIUS), 1 given"},
   };
   for (const auto& [words, code, message] : cases) {
