@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "support/kelmira_test.h"
-#include "support/kelmira_test.h"
 
 namespace mr {
 
@@ -27,11 +26,8 @@ Grid Read(ZROI<T>* view) {
   for (int y = 0; y < g.h; ++y)
     for (int x = 0; x < g.w; ++x) {
       const T p = view->GetImagePtr(x, y)[0];
-      if constexpr (std::is_same_v<T, ZC24>) {
-        g.v.push_back(p.c0), g.v.push_back(p.c1), g.v.push_back(p.c2);
-      } else {
-        g.v.push_back(p.value);
-      }
+      if constexpr (std::is_same_v<T, ZC24>) g.v.insert(g.v.end(), {p.c0, p.c1, p.c2});
+      else g.v.push_back(p.value);
     }
   return g;
 }
@@ -53,30 +49,23 @@ inline std::vector<Shape> Shapes() {
 
 // Random values, with 0 and the largest value often enough to matter.
 template <class T>
-void Fill(kt::Framed<T>& view, int spread = 0) {
+void Fill(kt::Framed<T>& view) {
   view.FillRandom(kt::Rng());
   if constexpr (!std::is_same_v<T, ZC24>) {
     using S = decltype(T::value);
     for (int y = 0; y < view->GetHeight(); ++y)
       for (int x = 0; x < view->GetWidth(); ++x) {
-        const uint32_t r = kt::Rng()();
-        S& p = view->GetImagePtr(x, y)->value;
-        if (r % 9 == 0) p = 0;
-        else if (r % 9 == 1) p = S(~S{0});
-        else if (spread != 0) p = S(r % spread);
+        const uint32_t r = kt::Rng()() % 9;
+        if (r < 2) view->GetImagePtr(x, y)->value = r == 0 ? S(0) : S(~S{0});
       }
   }
 }
 
-// Calls run(wide) once with the wide paths off and once on, each shape on the next Highway target.
-inline void BothPaths(size_t round, const std::function<void(int)>& run) {
+// Calls run() once with the wide paths off and once on, each shape on the next Highway target.
+inline void BothPaths(size_t round, const std::function<void()>& run) {
   static const std::vector<int64_t> targets = kt::Targets();
   const kt::TargetSetting target(targets[round % targets.size()]);
-  for (int wide : {0, 1}) {
-    SCOPED_TRACE(testing::Message() << "wide " << wide);
-    kt::WideSetting setting(wide);
-    run(wide);
-  }
+  kt::ForScalarAndWide([&](int) { run(); });
 }
 
 template <class T>

@@ -1,8 +1,9 @@
-// Helpers of the tool tests: scratch files and pictures with known pixels.
+// Helpers of the tool tests: the tool run in-process, scratch files and pictures with known pixels.
 #ifndef KELMIRA_TESTS_TOOLS_SUPPORT_H
 #define KELMIRA_TESTS_TOOLS_SUPPORT_H
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
@@ -10,8 +11,6 @@
 #include <random>
 #include <sstream>
 #include <string>
-
-#include <unistd.h>
 
 #include "picture.h"
 #include "verbs.h"
@@ -30,13 +29,13 @@ inline Outcome Kelmira(const ktool::Words& words) {
   return {code, out.str(), err.str()};
 }
 
-// A fresh directory under the test temp dir, named after the running test and private to this
-// process, so that test runs of several build trees at once do not share files.
+// A fresh directory named after the running test and private to this process, so that test runs
+// of several build trees at once do not share files.
 inline std::filesystem::path Scratch() {
   const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  std::filesystem::path dir = std::filesystem::path(::testing::TempDir()) /
-                              ("kelmira_tool_tests_" + std::to_string(::getpid())) /
-                              (std::string(info->test_suite_name()) + "." + info->name());
+  const std::filesystem::path dir = std::filesystem::path(::testing::TempDir()) /
+                                    ("kelmira_tool_tests_" + std::to_string(::getpid())) /
+                                    (std::string(info->test_suite_name()) + "." + info->name());
   std::filesystem::remove_all(dir);
   std::filesystem::create_directories(dir);
   return dir;

@@ -16,90 +16,73 @@ namespace {
 
 using ktool::Picture;
 
-TEST(Demo, WritesEveryPictureAndAContactSheetThatShowsThem) {
+ktool::Words Split(const std::string& line) {
+  std::istringstream words(line);
+  ktool::Words out;
+  for (std::string w; words >> w;) out.push_back(w);
+  return out;
+}
+
+// Every PNG of the demo is on the sheet with a caption and a step in the timing table; the command
+// under each picture, run in the demo directory, gives the same pixels.
+TEST(Demo, WritesEveryPictureAndCaptionsThatRemakeThem) {
   const auto dir = ttest::Scratch() / "nested" / "demo";
   const ttest::Outcome r = ttest::Kelmira({"demo", "--out", dir.string()});
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_EQ(r.err, "");
   const std::string html = ttest::ReadBytes(dir / "index.html");
-  // Every PNG in the directory is shown on the sheet, with a caption, and reads back.
-  int pictures = 0;
+  int pictures = 0, captions = 0, remade = 0;
   for (const auto& entry : std::filesystem::directory_iterator(dir)) {
     if (entry.path().extension() != ".png") continue;
     ++pictures;
-    const std::string name = entry.path().filename().string();
+    const std::string name = entry.path().filename().string(), step = name.substr(3, name.size() - 7);
     EXPECT_NE(html.find("<img src=\"" + name + "\""), std::string::npos) << name;
-    const Picture p = ktool::ReadImage(entry.path().string());
-    EXPECT_GT(p.width(), 0);
-    // Each step is listed in the timing table by its name.
-    const std::string step = name.substr(3, name.size() - 7);
-    if (step != "colour" && step != "gray") {
-      EXPECT_NE(r.out.find(" " + step + " "), std::string::npos) << step;
-    }
+    EXPECT_GT(ktool::ReadImage(entry.path().string()).width(), 0);
+    EXPECT_TRUE(step == "colour" || step == "gray" || r.out.find(" " + step + " ") != std::string::npos) << step;
   }
-  EXPECT_GE(pictures, 8);
-  int captions = 0;
   for (size_t at = html.find("<figcaption>"); at != std::string::npos; at = html.find("<figcaption>", at + 1)) ++captions;
-  EXPECT_EQ(captions, pictures);
+  EXPECT_TRUE(pictures >= 8 && captions == pictures) << pictures << " " << captions;
   const Picture colour = ktool::ReadImage((dir / "00-colour.png").string());
-  EXPECT_TRUE(colour.colour());
-  EXPECT_EQ(colour.width(), ktool::kSceneWidth);
-  EXPECT_EQ(colour.height(), ktool::kSceneHeight);
+  EXPECT_TRUE(colour.colour() && colour.width() == ktool::kSceneWidth && colour.height() == ktool::kSceneHeight);
   EXPECT_FALSE(ktool::ReadImage((dir / "01-gray.png").string()).colour());
-}
-
-TEST(Demo, CaptionCommandsRemakeTheirPictures) {
-  // The command under each picture, run in the demo directory, gives the same pixels.
-  const auto dir = ttest::Scratch();
-  ASSERT_EQ(ttest::Kelmira({"demo", "--out", dir.string()}).code, 0);
-  const std::string html = ttest::ReadBytes(dir / "index.html");
   const std::string open = "<code>kelmira ", close = "</code>";
-  int checked = 0;
-  for (size_t at = html.find(open); at != std::string::npos; at = html.find(open, at + 1)) {
+  for (size_t at = html.find(open); at != std::string::npos; at = html.find(open, at + 1), ++remade) {
     const size_t from = at + open.size();
-    const std::string line = html.substr(from, html.find(close, from) - from);
-    std::istringstream words(line);
-    ktool::Words args;
-    for (std::string w; words >> w;) args.push_back(w);
+    ktool::Words args = Split(html.substr(from, html.find(close, from) - from));
     const std::string expected = args[2];
     args[1] = (dir / args[1]).string();
     args[2] = (dir / ("again-" + expected)).string();
     for (size_t i = 4; i < args.size(); ++i)
       if (args[i].size() > 4 && args[i].substr(args[i].size() - 4) == ".png") args[i] = (dir / args[i]).string();
-    const ttest::Outcome r = ttest::Kelmira(args);
-    ASSERT_EQ(r.code, 0) << line << ": " << r.err;
-    EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage(args[2]), ktool::ReadImage((dir / expected).string()))) << line;
-    ++checked;
+    const ttest::Outcome again = ttest::Kelmira(args);
+    ASSERT_EQ(again.code, 0) << expected << ": " << again.err;
+    EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage(args[2]), ktool::ReadImage((dir / expected).string()))) << expected;
   }
-  EXPECT_GE(checked, 6);
+  EXPECT_GE(remade, 6);
 }
 
 TEST(Apply, RoundTripsAndRunsOperatorsOnFiles) {
   const auto dir = ttest::Scratch();
   const Picture colour = ttest::Random(true, 37, 11, 4);
   const std::string in = (dir / "in.png").string();
+  const auto path = [&](const char* name) { return (dir / name).string(); };
   ktool::WriteImage(colour, in);
   // Swapping two components twice gives the image back, through PNG and PPM.
-  ASSERT_EQ(ttest::Kelmira({"apply", in, (dir / "s.ppm").string(), "swap", "0", "2"}).code, 0);
-  const ttest::Outcome r = ttest::Kelmira({"apply", (dir / "s.ppm").string(), (dir / "back.png").string(), "swap", "2", "0"});
+  ASSERT_EQ(ttest::Kelmira({"apply", in, path("s.ppm"), "swap", "0", "2"}).code, 0);
+  const ttest::Outcome r = ttest::Kelmira({"apply", path("s.ppm"), path("back.png"), "swap", "2", "0"});
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_NE(r.out.find("37x11 colour"), std::string::npos) << r.out;
-  EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage((dir / "back.png").string()), colour));
-  // A plane taken out and put back into a cleared image.
-  ASSERT_EQ(ttest::Kelmira({"apply", in, (dir / "g.pgm").string(), "get-component", "1"}).code, 0);
-  const Picture plane = ktool::ReadImage((dir / "g.pgm").string());
-  for (int x = 0; x < 37; ++x) EXPECT_EQ(plane.row(5)[x], colour.row(5)[3 * x + 1]);
-  ASSERT_EQ(ttest::Kelmira({"apply", in, (dir / "set.png").string(), "set-component", "0", (dir / "g.pgm").string()}).code, 0);
-  const Picture set = ktool::ReadImage((dir / "set.png").string());
-  for (int x = 0; x < 37; ++x) {
-    EXPECT_EQ(set.row(7)[3 * x], colour.row(7)[3 * x + 1]);
-    EXPECT_EQ(set.row(7)[3 * x + 2], colour.row(7)[3 * x + 2]);
-  }
-  // Crop at the far corner keeps the pixels of the view; numbers may be hexadecimal.
-  ASSERT_EQ(ttest::Kelmira({"apply", in, (dir / "c.png").string(), "crop", "0x22", "9", "3", "2"}).code, 0);
-  const Picture crop = ktool::ReadImage((dir / "c.png").string());
-  ASSERT_EQ(crop.width(), 3);
-  ASSERT_EQ(crop.height(), 2);
+  EXPECT_TRUE(ttest::SamePixels(ktool::ReadImage(path("back.png")), colour));
+  // A plane taken out and put back; a crop at the far corner, with a hexadecimal number.
+  ASSERT_EQ(ttest::Kelmira({"apply", in, path("g.pgm"), "get-component", "1"}).code, 0);
+  ASSERT_EQ(ttest::Kelmira({"apply", in, path("set.png"), "set-component", "0", path("g.pgm")}).code, 0);
+  ASSERT_EQ(ttest::Kelmira({"apply", in, path("c.png"), "crop", "0x22", "9", "3", "2"}).code, 0);
+  const Picture plane = ktool::ReadImage(path("g.pgm")), set = ktool::ReadImage(path("set.png"));
+  for (int x = 0; x < 37; ++x)
+    EXPECT_TRUE(plane.row(5)[x] == colour.row(5)[3 * x + 1] && set.row(7)[3 * x] == colour.row(7)[3 * x + 1] &&
+                set.row(7)[3 * x + 2] == colour.row(7)[3 * x + 2]) << x;
+  const Picture crop = ktool::ReadImage(path("c.png"));
+  ASSERT_TRUE(crop.width() == 3 && crop.height() == 2);
   EXPECT_EQ(std::memcmp(crop.row(1), colour.row(10) + 3 * 34, 9), 0);
 }
 
@@ -109,14 +92,12 @@ TEST(Apply, EveryOperatorRunsItsExampleOnTheKindsItTakesAndRefusesTheOthers) {
   ktool::WriteImage(ttest::Random(false, 96, 72, 11), gray);
   ktool::WriteImage(ttest::Random(true, 96, 72, 12), colour);
   ktool::WriteImage(ttest::Random(false, 96, 72, 13), (dir / "plane.png").string());
-  for (const ktool::Operator& op : ktool::Operators()) {
-    const std::string takes = op.input;
+  for (const ktool::Operator& op : ktool::Operators())
     for (const auto& [kind, in] : {std::pair<std::string, std::string>{"gray", gray}, {"colour", colour}}) {
       ktool::Words words = {"apply", in, (dir / (std::string(op.name) + "-" + kind + ".png")).string(), op.name};
-      std::istringstream example(op.example);
-      for (std::string w; example >> w;) words.push_back(w.find(".png") != std::string::npos ? (dir / w).string() : w);
+      for (const std::string& w : Split(op.example)) words.push_back(w.find(".png") != std::string::npos ? (dir / w).string() : w);
       const ttest::Outcome r = ttest::Kelmira(words);
-      if (takes.find(kind) != std::string::npos) {
+      if (std::string(op.input).find(kind) != std::string::npos) {
         EXPECT_EQ(r.code, 0) << op.name << " on " << kind << ": " << r.err;
         EXPECT_GT(ktool::ReadImage(words[2]).width(), 0) << op.name;
       } else {
@@ -124,20 +105,16 @@ TEST(Apply, EveryOperatorRunsItsExampleOnTheKindsItTakesAndRefusesTheOthers) {
         EXPECT_NE(r.err.find("needs a"), std::string::npos) << r.err;
       }
     }
-  }
 }
 
 TEST(Help, EveryVerbHasHelpAndListNamesEveryOperator) {
-  for (const ktool::Words& words : std::vector<ktool::Words>{{"--help"}, {"help"}, {"-h"}}) {
-    const ttest::Outcome r = ttest::Kelmira(words);
-    EXPECT_EQ(r.code, 0);
-    EXPECT_NE(r.out.find("usage: kelmira VERB"), std::string::npos);
-  }
-  for (const char* verb : {"demo", "apply", "list"}) {
-    for (const ktool::Words& words : std::vector<ktool::Words>{{verb, "--help"}, {"help", verb}, {verb, "x", "-h"}}) {
+  for (const char* verb : {"", "demo", "apply", "list"}) {
+    const std::string v = verb;
+    for (const ktool::Words& words : v.empty() ? std::vector<ktool::Words>{{"--help"}, {"help"}, {"-h"}}
+                                               : std::vector<ktool::Words>{{v, "--help"}, {"help", v}, {v, "x", "-h"}}) {
       const ttest::Outcome r = ttest::Kelmira(words);
       EXPECT_EQ(r.code, 0) << verb << r.err;
-      EXPECT_EQ(r.out.rfind(std::string("usage: kelmira ") + verb, 0), 0u) << r.out;
+      EXPECT_EQ(r.out.rfind("usage: kelmira " + (v.empty() ? std::string("VERB") : v), 0), 0u) << r.out;
     }
   }
   const ttest::Outcome list = ttest::Kelmira({"list"});
@@ -149,72 +126,52 @@ TEST(Help, EveryVerbHasHelpAndListNamesEveryOperator) {
 TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
   const auto dir = ttest::Scratch();
   const std::string gray = (dir / "gray.pgm").string(), colour = (dir / "colour.ppm").string();
-  const std::string out = (dir / "out.png").string();
+  const std::string out = (dir / "out.png").string(), small = (dir / "small.pgm").string();
   ktool::WriteImage(ttest::Random(false, 8, 6, 1), gray);
   ktool::WriteImage(ttest::Random(true, 8, 6, 1), colour);
-  ktool::WriteImage(ttest::Random(false, 5, 5, 1), (dir / "small.pgm").string());
+  ktool::WriteImage(ttest::Random(false, 5, 5, 1), small);
   ttest::WriteBytes(dir / "bad.pgm", "P5 8 6 255\nshort");
-  struct Case {
-    ktool::Words words;
-    int code;
-    std::string message;
-  };
-  const std::vector<Case> cases = {
+  const std::string lib = "LumOper failed: error 1003 (" + std::string(ZGetErrorText(Z_ERROR_BAD_OPERATION)) + ")";
+  const std::tuple<ktool::Words, int, std::string> cases[] = {
       {{"frobnicate"}, 2, "unknown verb 'frobnicate'"},
-      {{"help", "frobnicate"}, 2, "unknown verb 'frobnicate'"},
       {{"list", "extra"}, 2, "list takes no arguments"},
       {{"demo", "--out"}, 2, "--out needs a directory"},
-      {{"demo", "--fast"}, 2, "unknown argument '--fast'"},
       {{"apply", gray}, 2, "apply needs IN OUT OP"},
       {{"apply", gray, out, "blur"}, 2, "unknown operator 'blur'"},
       {{"apply", gray, out, "crop", "1", "1"}, 2, "crop takes 4 arguments (X Y WIDTH HEIGHT), 2 given"},
-      {{"apply", gray, out, "crop", "1", "1", "2", "2", "2"}, 2, "5 given"},
       {{"apply", gray, out, "crop", "one", "1", "2", "2"}, 2, "X must be an integer, not 'one'"},
       {{"apply", gray, out, "crop", "1", "1", "0", "2"}, 2, "WIDTH must lie in 1..65535, not 0"},
       {{"apply", gray, out, "crop", "4", "1", "5", "2"}, 2, "does not lie inside the 8x6 gray image"},
       {{"apply", gray, out, "crop", "--x", "1", "5", "2"}, 2, "unknown option '--x'"},
       {{"apply", gray, out, "get-component", "1"}, 2, "get-component needs a colour image; the input is gray"},
       {{"apply", colour, out, "set-component", "1", colour}, 2, "PLANE must be a gray image"},
-      {{"apply", colour, out, "set-component", "1", (dir / "small.pgm").string()}, 2, "they must have the same size"},
-      {{"apply", colour, out, "swap", "0", "3"}, 2, "B must lie in 0..2, not 3"},
+      {{"apply", colour, out, "set-component", "1", small}, 2, "they must have the same size"},
       {{"apply", (dir / "nope.png").string(), out, "crop", "0", "0", "1", "1"}, 3, "nope.png: cannot open"},
       {{"apply", (dir / "bad.pgm").string(), out, "crop", "0", "0", "1", "1"}, 3, "bad.pgm: truncated PNM"},
       {{"apply", colour, (dir / "o.pgm").string(), "swap", "0", "1"}, 3, "cannot be written as PGM"},
       {{"apply", gray, (dir / "no" / "o.png").string(), "crop", "0", "0", "1", "1"}, 3, "cannot write PNG"},
       {{"demo", "--out", gray}, 3, "cannot create the directory"},
-      // The library's own refusal: number, text and the operator that failed.
+      // The library's own refusal: number, text and the operator that failed, with its trace.
       {{"apply", colour, out, "get-component", "3"}, 4,
-       std::string("HueGetComponent failed: error 1013 (") + ZGetErrorText(Z_ERROR_ARGUMENT_3) + ")"},
-      {{"apply", gray, out, "oper", "shift-left", gray}, 4,
-       std::string("LumOper failed: error 1003 (") + ZGetErrorText(Z_ERROR_BAD_OPERATION) +
-           "); trace: \"LumOper ( BW8 Image, Image to Image)\""},
+       "HueGetComponent failed: error 1013 (" + std::string(ZGetErrorText(Z_ERROR_ARGUMENT_3)) + ")"},
+      {{"apply", gray, out, "oper", "shift-left", gray}, 4, lib + "; trace: \"LumOper ( BW8 Image, Image to Image)\""},
       {{"apply", colour, out, "oper", "logical-and", "7"}, 4, "trace: \"LumOper ( C24 Image, Const to Image)\""},
       {{"apply", gray, out, "oper", "frob"}, 2, "unknown CODE 'frob' (one of: copy, invert, add"},
-      {{"apply", gray, out, "oper", "add", "256"}, 2, "VALUE must lie in 0..255, not 256"},
       {{"apply", gray, out, "oper", "add", "1,2,3"}, 2, "VALUE must be a number 0..255, not '1,2,3'"},
       {{"apply", colour, out, "fill", "1,2"}, 2, "VALUE must be a number 0..255 or R,G,B, not '1,2'"},
-      {{"apply", gray, out, "oper", "add", (dir / "small.pgm").string()}, 2, "they must have the same size"},
       {{"apply", gray, out, "convolve", "sobel-z"}, 2, "unknown KERNEL 'sobel-z' (one of: sobel-x, sobel-y"},
-      {{"apply", gray, out, "convolve", "sobel-x", "1", "0", "4"}, 2, "RECTIFIER must lie in 0..3, not 4"},
       {{"apply", gray, out, "convolve", "sobel-x", "big"}, 2, "GAIN must be a number, not 'big'"},
-      {{"apply", gray, out, "box", "64"}, 2, "SIZE must lie in 1..63, not 64"},
-      {{"apply", gray, out, "morph-box", "shrink", "2"}, 2, "unknown OPERATION 'shrink' (one of: erode, dilate"},
       {{"apply", gray, out, "morph-disk", "open"}, 2, "morph-disk takes 2 arguments (OPERATION RADIUS), 1 given"},
   };
-  for (const Case& c : cases) {
-    std::string joined;
-    for (const std::string& w : c.words) joined += " " + w;
-    const ttest::Outcome r = ttest::Kelmira(c.words);
-    EXPECT_EQ(r.code, c.code) << joined << "\n" << r.err;
-    EXPECT_EQ(r.err.rfind("kelmira: ", 0), 0u) << joined << "\n" << r.err;
-    EXPECT_NE(r.err.find(c.message), std::string::npos) << joined << "\n" << r.err;
-    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << joined << "\n" << r.err;
+  for (const auto& [words, code, message] : cases) {
+    const ttest::Outcome r = ttest::Kelmira(words);
+    const std::string said = words[0] + (words.size() > 3 ? " " + words[3] : "") + ": " + r.err;
+    EXPECT_TRUE(r.code == code && r.err.rfind("kelmira: ", 0) == 0 && r.err.find(message) != std::string::npos) << said;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << said;
   }
   EXPECT_FALSE(std::filesystem::exists(out)) << "a failed apply wrote its output";
-  // No arguments: the usage text and the usage code.
-  const ttest::Outcome none = ttest::Kelmira({});
-  EXPECT_EQ(none.code, 2);
-  EXPECT_NE(none.err.find("usage: kelmira"), std::string::npos);
+  const ttest::Outcome none = ttest::Kelmira({});  // the usage text and the usage code
+  EXPECT_TRUE(none.code == 2 && none.err.find("usage: kelmira") != std::string::npos);
 }
 
 TEST(BadInput, LibraryErrorsShowTheirTraceInnermostFirstAndAreCleared) {
@@ -237,17 +194,16 @@ TEST(BadInput, LibraryErrorsShowTheirTraceInnermostFirstAndAreCleared) {
 // The program itself: main() passes the words and returns the exit code.
 TEST(Program, ExitCodesReachTheShell) {
   const auto dir = ttest::Scratch();
-  const std::string program = KELMIRA_TOOL_PROGRAM;
   const auto status = [&](const std::string& args) {
-    const int s = std::system((program + " " + args + " >" + (dir / "out.txt").string() + " 2>&1").c_str());
+    const int s = std::system((std::string(KELMIRA_TOOL_PROGRAM) + " " + args + " >" + (dir / "out.txt").string() + " 2>&1").c_str());
     return WIFEXITED(s) ? WEXITSTATUS(s) : -1;
   };
   EXPECT_EQ(status("--help"), 0);
   EXPECT_NE(ttest::ReadBytes(dir / "out.txt").find("usage: kelmira"), std::string::npos);
   EXPECT_EQ(status("list"), 0);
   EXPECT_EQ(status("apply " + (dir / "none.png").string() + " x.png crop 0 0 1 1"), 3);
-  EXPECT_EQ(ttest::ReadBytes(dir / "out.txt"), "kelmira: " + (dir / "none.png").string() +
-                                                   ": cannot open for reading: No such file or directory\n");
+  EXPECT_EQ(ttest::ReadBytes(dir / "out.txt"),
+            "kelmira: " + (dir / "none.png").string() + ": cannot open for reading: No such file or directory\n");
   EXPECT_EQ(status("nonsense"), 2);
 }
 

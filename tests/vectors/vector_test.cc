@@ -9,10 +9,13 @@
 
 namespace {
 
-using Strings = std::vector<std::string>;
+using Ints = std::vector<int>;
 
-std::vector<int> Contents(const ZVectorTemplate<int>& v) {
-  return std::vector<int>(v.GetDataPtr(), v.GetDataPtr() + v.GetNumElements());
+Ints Contents(const ZVectorTemplate<int>& v) { return Ints(v.GetDataPtr(), v.GetDataPtr() + v.GetNumElements()); }
+
+// Count, capacity and elements at once.
+std::tuple<unsigned, unsigned, Ints> State(const ZVectorTemplate<int>& v) {
+  return {v.GetNumElements(), v.GetMaxElements(), Contents(v)};
 }
 
 ZVectorTemplate<int> Filled(std::initializer_list<int> values) {
@@ -23,209 +26,132 @@ ZVectorTemplate<int> Filled(std::initializer_list<int> values) {
 
 TEST(VectorGrowth, AppendingDoublesTheCapacity) {
   ZVectorTemplate<int> v;
-  EXPECT_EQ(v.GetNumElements(), 0u);
-  EXPECT_EQ(v.GetMaxElements(), 0u);
+  EXPECT_EQ(State(v), std::make_tuple(0u, 0u, Ints{}));
   EXPECT_EQ(v.GetDataPtr(), nullptr);
   std::vector<unsigned> caps;
-  for (int i = 0; i < 9; ++i) {
-    v.AddElement(i * 10);
-    caps.push_back(v.GetMaxElements());
-  }
+  for (int i = 0; i < 9; ++i) v.AddElement(i * 10), caps.push_back(v.GetMaxElements());
   EXPECT_EQ(caps, (std::vector<unsigned>{1, 2, 4, 4, 8, 8, 8, 8, 16}));
-  EXPECT_EQ(Contents(v), (std::vector<int>{0, 10, 20, 30, 40, 50, 60, 70, 80}));
-
+  EXPECT_EQ(Contents(v), (Ints{0, 10, 20, 30, 40, 50, 60, 70, 80}));
   ZVectorTemplate<ZPath> three;
   ZPath p{1, 2};
-  three.AddElementByRef(p);
-  three.AddElementByRef(p);
-  three.AddElement(ZPath{3, 4});
-  EXPECT_EQ(three.GetNumElements(), 3u);
-  EXPECT_EQ(three.GetMaxElements(), 4u);
-  EXPECT_EQ(three[2].m_n16X, 3);
-}
-
-TEST(VectorGrowth, OnlyAGrowingAppendClearsAPendingError) {
-  ZVectorTemplate<int> v;
-  v.SetMaxElements(2, 1);
+  three.AddElementByRef(p), three.AddElementByRef(p), three.AddElement(ZPath{3, 4});
+  EXPECT_TRUE(three.GetNumElements() == 3u && three.GetMaxElements() == 4u && three[2].m_n16X == 3);
+  // Only an append that grows clears a pending error.
+  ZVectorTemplate<int> w;
+  w.SetMaxElements(2, 1);
   ZSetError(Z_ERROR_INTERNAL);
-  v.AddElement(1);  // fits: the error stands
+  w.AddElement(1), w.AddElement(2);
   EXPECT_EQ(ZGetError(), Z_ERROR_INTERNAL);
-  v.AddElement(2);
-  EXPECT_EQ(ZGetError(), Z_ERROR_INTERNAL);
-  v.AddElement(3);  // grows
-  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
-  EXPECT_EQ(v.GetMaxElements(), 4u);
+  w.AddElement(3);
+  EXPECT_TRUE(ZGetError() == Z_ERROR_NONE && w.GetMaxElements() == 4u);
 }
 
-TEST(VectorCapacity, SetMaxElements) {
-  // The present capacity does nothing, whatever keep says.
+TEST(VectorCapacity, SetMaxAndSetNumElements) {
+  // The present capacity does nothing, whatever keep says; shrinking with keep cuts the count,
+  // growing with keep keeps the elements; without keep the count goes to 0; 0 releases the store.
   ZVectorTemplate<int> v = Filled({5, 6, 7});
   int* store = v.GetDataPtr();
   v.SetMaxElements(4, 0);
-  EXPECT_EQ(v.GetDataPtr(), store);
-  EXPECT_EQ(Contents(v), (std::vector<int>{5, 6, 7}));
-
-  // Shrinking with keep cuts the count; growing with keep keeps the elements.
+  EXPECT_TRUE(v.GetDataPtr() == store && Contents(v) == Ints({5, 6, 7}));
   v.SetMaxElements(2, 1);
-  EXPECT_EQ(v.GetMaxElements(), 2u);
-  EXPECT_EQ(Contents(v), (std::vector<int>{5, 6}));
+  EXPECT_EQ(State(v), std::make_tuple(2u, 2u, Ints{5, 6}));
   v.SetMaxElements(10, 1);
-  EXPECT_EQ(v.GetMaxElements(), 10u);
-  EXPECT_EQ(Contents(v), (std::vector<int>{5, 6}));
-
-  // Without keep the count goes to 0.
+  EXPECT_EQ(State(v), std::make_tuple(2u, 10u, Ints{5, 6}));
   v.SetMaxElements(3, 0);
-  EXPECT_EQ(v.GetNumElements(), 0u);
-  EXPECT_EQ(v.GetMaxElements(), 3u);
-  EXPECT_NE(v.GetDataPtr(), nullptr);
-
-  // 0 releases the store.
-  ZVectorTemplate<int> w = Filled({1, 2});
-  w.SetMaxElements(0, 1);
-  EXPECT_EQ(w.GetNumElements(), 0u);
-  EXPECT_EQ(w.GetMaxElements(), 0u);
-  EXPECT_EQ(w.GetDataPtr(), nullptr);
+  EXPECT_TRUE(State(v) == std::make_tuple(0u, 3u, Ints{}) && v.GetDataPtr() != nullptr);
+  v.SetMaxElements(0, 1);
+  EXPECT_TRUE(State(v) == std::make_tuple(0u, 0u, Ints{}) && v.GetDataPtr() == nullptr);
   EXPECT_EQ(ZGetTraceCount(), 0);
+  // SetNumElements grows exactly and never shrinks; the old values come back.
+  ZVectorTemplate<int> w = Filled({1, 2, 3, 4, 5});
+  w.SetNumElements(2);
+  EXPECT_EQ(State(w), std::make_tuple(2u, 8u, Ints{1, 2}));
+  w.SetNumElements(5);
+  EXPECT_EQ(Contents(w), (Ints{1, 2, 3, 4, 5}));
+  w.SetNumElements(13);
+  EXPECT_TRUE(w.GetMaxElements() == 13u && w.GetNumElements() == 13u && w[4] == 5);
+  w.Empty();
+  EXPECT_TRUE(w.GetNumElements() == 0u && w.GetMaxElements() == 13u);
 }
 
-TEST(VectorCapacity, SetNumElementsGrowsExactlyAndNeverShrinks) {
-  ZVectorTemplate<int> v = Filled({1, 2, 3, 4, 5});
-  EXPECT_EQ(v.GetMaxElements(), 8u);
-  v.SetNumElements(2);
-  EXPECT_EQ(v.GetMaxElements(), 8u);
-  EXPECT_EQ(Contents(v), (std::vector<int>{1, 2}));
-  v.SetNumElements(5);  // the old values come back
-  EXPECT_EQ(Contents(v), (std::vector<int>{1, 2, 3, 4, 5}));
-  v.SetNumElements(13);  // exactly, not doubled
-  EXPECT_EQ(v.GetMaxElements(), 13u);
-  EXPECT_EQ(v.GetNumElements(), 13u);
-  EXPECT_EQ(v[4], 5);
-  v.Empty();
-  EXPECT_EQ(v.GetNumElements(), 0u);
-  EXPECT_EQ(v.GetMaxElements(), 13u);
-}
-
-TEST(VectorCopy, CopyToSizesTheDestinationToTheSourceCount) {
-  ZVectorTemplate<int> src = Filled({1, 2, 3});  // capacity 4
+TEST(VectorCopy, CopyToConstructorAndAssignment) {
+  ZVectorTemplate<int> src = Filled({1, 2, 3}), big(10), same, empty;  // src: capacity 4
   EXPECT_EQ(src.CopyTo(&src), &src);
-  EXPECT_EQ(Contents(src), (std::vector<int>{1, 2, 3}));
-  EXPECT_EQ(src.GetMaxElements(), 4u);
-
-  ZVectorTemplate<int> big(10);
-  EXPECT_EQ(src.CopyTo(&big), &big);
-  EXPECT_EQ(big.GetMaxElements(), 3u);
-  EXPECT_EQ(Contents(big), (std::vector<int>{1, 2, 3}));
-
-  ZVectorTemplate<int> same;
+  EXPECT_EQ(State(src), std::make_tuple(3u, 4u, Ints{1, 2, 3}));
+  EXPECT_EQ(src.CopyTo(&big), &big);  // sized to the source count
+  EXPECT_EQ(State(big), std::make_tuple(3u, 3u, Ints{1, 2, 3}));
   same.SetMaxElements(3, 1);
   int* store = same.GetDataPtr();
-  src.CopyTo(&same);
-  EXPECT_EQ(same.GetDataPtr(), store);  // capacity equal to the count: the store is reused
-  EXPECT_EQ(Contents(same), (std::vector<int>{1, 2, 3}));
-
+  src.CopyTo(&same);  // capacity equal to the count: the store is reused
+  EXPECT_TRUE(same.GetDataPtr() == store && Contents(same) == Ints({1, 2, 3}));
   ZVectorTemplate<int>* fresh = src.CopyTo(nullptr);
   ASSERT_NE(fresh, nullptr);
-  EXPECT_EQ(fresh->GetMaxElements(), 3u);
-  EXPECT_EQ(Contents(*fresh), (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(State(*fresh), std::make_tuple(3u, 3u, Ints{1, 2, 3}));
   delete fresh;
-
-  ZVectorTemplate<int> empty;
   empty.SetMaxElements(6, 1);
   empty.CopyTo(&big);
-  EXPECT_EQ(big.GetNumElements(), 0u);
-  EXPECT_EQ(big.GetMaxElements(), 0u);
-  EXPECT_EQ(big.GetDataPtr(), nullptr);
-}
-
-TEST(VectorCopy, ConstructorAndAssignment) {
-  const ZVectorTemplate<int> src = Filled({4, 5, 6, 7, 8});
-  ZVectorTemplate<int> copy(src);
-  EXPECT_EQ(copy.GetMaxElements(), 5u);
-  EXPECT_EQ(Contents(copy), (std::vector<int>{4, 5, 6, 7, 8}));
-  EXPECT_NE(copy.GetDataPtr(), src.GetDataPtr());
-
-  ZVectorTemplate<int> assigned = Filled({1});
-  assigned = src;
-  EXPECT_EQ(assigned.GetMaxElements(), 5u);
-  EXPECT_EQ(Contents(assigned), (std::vector<int>{4, 5, 6, 7, 8}));
-
-  ZPathVector closed;
+  EXPECT_TRUE(State(big) == std::make_tuple(0u, 0u, Ints{}) && big.GetDataPtr() == nullptr);
+  const ZVectorTemplate<int> five = Filled({4, 5, 6, 7, 8});
+  ZVectorTemplate<int> copy(five), assigned = Filled({1});
+  assigned = five;
+  EXPECT_TRUE(State(copy) == std::make_tuple(5u, 5u, Ints{4, 5, 6, 7, 8}) && copy.GetDataPtr() != five.GetDataPtr());
+  EXPECT_EQ(State(assigned), std::make_tuple(5u, 5u, Ints{4, 5, 6, 7, 8}));
+  ZPathVector closed, open;
   closed.SetClosed(1);
   closed.AddElement(ZPath{1, 1});
-  ZPathVector open;
   closed.CopyTo(&open);
-  EXPECT_EQ(open.GetNumElements(), 1u);
-  EXPECT_EQ(open.GetClosed(), 0);
+  EXPECT_TRUE(open.GetNumElements() == 1u && open.GetClosed() == 0);
 }
 
-TEST(VectorBounds, OperatorBracketGivesTheStaticElement) {
-  ZVectorTemplate<int> v = Filled({1, 2});
-  ZOk();
-  int& bad = v[2];
-  EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_1, {"ZVector::operator[]"}));
-  bad = 77;  // harmless to the vector
-  EXPECT_EQ(Contents(v), (std::vector<int>{1, 2}));
-  ZOk();
-  EXPECT_EQ(&v[0xFFFFFFFFu], &bad);  // one static per type
-  ZVectorTemplate<int> other;
-  EXPECT_EQ(&other[0], &bad);
-  ZOk();
-  EXPECT_EQ(v[1], 2);
-  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
-  ZVectorTemplate<ZPeak> peaks;
-  peaks[3].m_n32Area = 9;  // another type has its own
-  EXPECT_EQ(ZGetError(), Z_ERROR_ARGUMENT_1);
-}
-
-TEST(VectorBounds, GetSetAndRemove) {
+// operator[] out of range gives one static element per type; GetElement and RemoveElement
+// refuse; SetElement past the count but inside the store reports and stores anyway.
+TEST(VectorBounds, IndexGetSetAndRemove) {
   ZVectorTemplate<int> v = Filled({1, 2, 3});  // capacity 4
+  ZOk();
+  int& bad = v[3];
+  EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_1, {"ZVector::operator[]"}));
+  bad = 77;
+  ZVectorTemplate<int> other;
+  EXPECT_TRUE(&v[0xFFFFFFFFu] == &bad && &other[0] == &bad && Contents(v) == Ints({1, 2, 3}));
+  ZVectorTemplate<ZPeak> peaks;
+  ZOk();
+  peaks[3].m_n32Area = 9;
+  EXPECT_EQ(ZGetError(), Z_ERROR_ARGUMENT_1);
   for (int i : {-1, 3, 100}) {
     ZOk();
     v.GetElement(i);
     EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_1, {"ZVector::operator[]"})) << i;
   }
   ZOk();
-  EXPECT_EQ(v.GetElement(2), 3);
+  EXPECT_TRUE(v.GetElement(2) == 3 && v[1] == 2);
   v.SetElement(1, 20);
   EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
-
-  // Past the count but inside the store: reported, and stored anyway.
   v.SetElement(3, 40);
   EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_1, {"ZVector::operator[]"}));
-  EXPECT_EQ(v.GetNumElements(), 3u);
   v.SetNumElements(4);
-  EXPECT_EQ(Contents(v), (std::vector<int>{1, 20, 3, 40}));
-  // Beyond the store: reported, nothing written (the sanitizers watch).
+  EXPECT_EQ(Contents(v), (Ints{1, 20, 3, 40}));
   ZOk();
-  v.SetElement(4, 50);
-  v.SetElement(-1, 50);
-  EXPECT_EQ(ZGetError(), Z_ERROR_ARGUMENT_1);
-  EXPECT_EQ(Contents(v), (std::vector<int>{1, 20, 3, 40}));
-
+  v.SetElement(4, 50), v.SetElement(-1, 50);  // beyond the store: nothing written
+  EXPECT_TRUE(ZGetError() == Z_ERROR_ARGUMENT_1 && Contents(v) == Ints({1, 20, 3, 40}));
   ZOk();
   v.RemoveElement(4);
   EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_1, {"ZVector::RemoveElement"}));
-  EXPECT_EQ(Contents(v), (std::vector<int>{1, 20, 3, 40}));
   ZOk();
   v.RemoveElement(1);
-  EXPECT_EQ(Contents(v), (std::vector<int>{1, 3, 40}));
+  EXPECT_EQ(Contents(v), (Ints{1, 3, 40}));
   v.RemoveElement(2);
-  EXPECT_EQ(Contents(v), (std::vector<int>{1, 3}));
-  v.RemoveElement(0);
-  v.RemoveElement(0);
-  EXPECT_EQ(v.GetNumElements(), 0u);
-  EXPECT_EQ(v.GetMaxElements(), 4u);
-  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+  EXPECT_EQ(Contents(v), (Ints{1, 3}));
+  v.RemoveElement(0), v.RemoveElement(0);
+  EXPECT_TRUE(State(v) == std::make_tuple(0u, 4u, Ints{}) && ZGetError() == Z_ERROR_NONE);
 }
 
 int Greater(const int& a, const int& b) { return a > b; }
 
 // The caller's heap sort: Sift does the down step both for building and for taking the root.
 TEST(VectorSift, HeapSortBuiltOnSift) {
-  std::mt19937& rng = kt::Rng();
   for (int n : {1, 2, 3, 7, 8, 33}) {
-    std::vector<int> values(n);
-    for (int& x : values) x = static_cast<int>(rng() % 50);
+    Ints values(n);
+    for (int& x : values) x = static_cast<int>(kt::Rng()() % 50);
     ZVectorTemplate<int> heap;
     for (int x : values) {  // insert: sift up by hand
       heap.AddElement(x);
@@ -233,122 +159,81 @@ TEST(VectorSift, HeapSortBuiltOnSift) {
       for (unsigned i = heap.GetNumElements() - 1; i > 0 && d[(i - 1) / 2] < d[i]; i = (i - 1) / 2)
         std::swap(d[i], d[(i - 1) / 2]);
     }
-    std::vector<int> sorted;
+    Ints sorted;
     while (heap.GetNumElements() > 0) {
       sorted.push_back(heap[0]);
       const int last = heap[heap.GetNumElements() - 1];
       heap.SetNumElements(heap.GetNumElements() - 1);
       if (heap.GetNumElements() > 0) heap.Sift(last, Greater);
     }
-    std::vector<int> expected = values;
-    std::sort(expected.begin(), expected.end(), std::greater<int>());
-    EXPECT_EQ(sorted, expected) << n;
+    std::sort(values.begin(), values.end(), std::greater<int>());
+    EXPECT_EQ(sorted, values) << n;
   }
-}
-
-TEST(VectorSift, StopsWhereTheElementStandsAbove) {
-  ZVectorTemplate<int> v = Filled({0, 9, 8, 3, 4, 7, 1});
+  ZVectorTemplate<int> v = Filled({0, 9, 8, 3, 4, 7, 1}), empty;
   v.Sift(5, Greater);  // 9 rises to the root, 5 stops above 3 and 4
-  EXPECT_EQ(Contents(v), (std::vector<int>{9, 5, 8, 3, 4, 7, 1}));
-  EXPECT_EQ(v.GetNumElements(), 7u);
-  ZVectorTemplate<int> empty;
+  EXPECT_EQ(State(v), std::make_tuple(7u, 8u, Ints{9, 5, 8, 3, 4, 7, 1}));
   empty.Sift(1, Greater);  // no store: nothing happens
   empty.SetMaxElements(2, 1);
   empty.Sift(6, Greater);  // a store but no count: the element lands at the root
-  EXPECT_EQ(empty.GetDataPtr()[0], 6);
-  EXPECT_EQ(empty.GetNumElements(), 0u);
+  EXPECT_TRUE(empty.GetDataPtr()[0] == 6 && empty.GetNumElements() == 0u);
 }
 
 TEST(VectorConstructors, TemplateAndDerived) {
   ZVectorTemplate<ZBW16> cleared(5);
-  EXPECT_EQ(cleared.GetNumElements(), 5u);
-  EXPECT_EQ(cleared.GetMaxElements(), 5u);
-  for (unsigned i = 0; i < 5; ++i) EXPECT_EQ(cleared[i], 0);
-
+  EXPECT_TRUE(cleared.GetNumElements() == 5u && cleared.GetMaxElements() == 5u && cleared[4] == 0);
   ZBW8PathVector reserved(6);
-  EXPECT_EQ(reserved.GetNumElements(), 0u);
-  EXPECT_EQ(reserved.GetMaxElements(), 6u);
-  EXPECT_NE(reserved.GetDataPtr(), nullptr);
-  EXPECT_EQ(reserved.GetClosed(), 0);
+  EXPECT_TRUE(reserved.GetNumElements() == 0u && reserved.GetMaxElements() == 6u && reserved.GetDataPtr() != nullptr &&
+              reserved.GetClosed() == 0);
   ZBWHistogramVector hist(256);
-  EXPECT_EQ(hist.GetNumElements(), 0u);
-  EXPECT_EQ(hist.GetMaxElements(), 256u);
+  EXPECT_TRUE(hist.GetNumElements() == 0u && hist.GetMaxElements() == 256u);
   hist.SetNumElements(256);
   for (unsigned i = 0; i < 256; ++i) hist[i] = i + 1;
   hist.Clear();
-  for (unsigned i = 0; i < 256; ++i) ASSERT_EQ(hist[i], 0u);
+  EXPECT_TRUE(std::all_of(hist.GetDataPtr(), hist.GetDataPtr() + 256, [](uint32_t b) { return b == 0; }));
   EXPECT_EQ(hist.GetNumElements(), 256u);
   ZBWHistogramVector().Clear();
-
-  // A peaks vector records the capacity only.
+  // A peaks vector records the capacity only; a count without a store refuses every index; an
+  // append gives it a store.
   ZPeaksVector peaks(4);
-  EXPECT_EQ(peaks.GetMaxElements(), 4u);
-  EXPECT_EQ(peaks.GetNumElements(), 0u);
-  EXPECT_EQ(peaks.GetDataPtr(), nullptr);
+  EXPECT_TRUE(peaks.GetMaxElements() == 4u && peaks.GetNumElements() == 0u && peaks.GetDataPtr() == nullptr);
   peaks.SetMaxElements(4, 1);
   EXPECT_EQ(peaks.GetDataPtr(), nullptr);
-  peaks.SetNumElements(2);  // a count without a store: every index is refused
+  peaks.SetNumElements(2);
   ZOk();
   peaks[0];
   EXPECT_EQ(ZGetError(), Z_ERROR_ARGUMENT_1);
   peaks.Empty();
-  peaks.AddElement(ZPeak{1, 2, 3.0f, 4, 5});  // an append gives it a store
-  EXPECT_NE(peaks.GetDataPtr(), nullptr);
-  EXPECT_EQ(peaks.GetNumElements(), 1u);
-  EXPECT_EQ(peaks[0].m_n32Area, 5);
+  peaks.AddElement(ZPeak{1, 2, 3.0f, 4, 5});
+  EXPECT_TRUE(peaks.GetDataPtr() != nullptr && peaks.GetNumElements() == 1u && peaks[0].m_n32Area == 5);
   peaks.SetMaxElements(7, 1);
   EXPECT_EQ(peaks.GetMaxElements(), 7u);
-
   ZBW8Vector table(256);
-  EXPECT_EQ(table.GetNumElements(), 256u);
-  EXPECT_EQ(table.GetUnsigned(), 1);
+  EXPECT_TRUE(table.GetNumElements() == 256u && table.GetUnsigned() == 1);
   table.SetUnsigned(0);
-  EXPECT_EQ(table.GetUnsigned(), 0);
-  EXPECT_EQ(ZBW16Vector().GetUnsigned(), 1);
-  EXPECT_EQ(ZBW32Vector(3, 0).GetUnsigned(), 0);
-  EXPECT_EQ(ZBW32Vector(3, 0).GetNumElements(), 3u);
-  EXPECT_EQ(ZINT32Vector(2).GetNumElements(), 2u);
-  EXPECT_EQ(ZC24Vector().GetMaxElements(), 0u);
+  EXPECT_TRUE(table.GetUnsigned() == 0 && ZBW16Vector().GetUnsigned() == 1 && ZBW32Vector(3, 0).GetUnsigned() == 0);
+  EXPECT_TRUE(ZBW32Vector(3, 0).GetNumElements() == 3u && ZINT32Vector(2).GetNumElements() == 2u &&
+              ZC24Vector().GetMaxElements() == 0u);
   ZColorVector colours(2);
-  EXPECT_EQ(colours[1].c2, 0.0f);
   colours.AddElement(ZColor(1, 2, 3));
-  EXPECT_EQ(colours.GetMaxElements(), 4u);
-}
-
-TEST(VectorPlot, ExtentsMapToTheDrawing) {
-  ZBWHistogramVector hist;
+  EXPECT_TRUE(colours[1].c2 == 0.0f && colours.GetMaxElements() == 4u);
+  // The extents map to the drawing.
   hist.SetExtents(0, 255, 0, 100);
-  EXPECT_EQ(hist.GetXMax(), 255.0f);
-  EXPECT_EQ(hist.XView(0, 256), 0.0f);
-  EXPECT_EQ(hist.XView(255, 256), 255.0f);
-  EXPECT_EQ(hist.YView(100, 101), 0.0f);
-  EXPECT_EQ(hist.YView(0, 101), 100.0f);
-  ZPlot flat;
-  EXPECT_EQ(flat.XView(3, 10), 0.0f);
+  EXPECT_TRUE(hist.GetXMax() == 255.0f && hist.XView(0, 256) == 0.0f && hist.XView(255, 256) == 255.0f);
+  EXPECT_TRUE(hist.YView(100, 101) == 0.0f && hist.YView(0, 101) == 100.0f && ZPlot().XView(3, 10) == 0.0f);
 }
 
 TEST(VectorText, ElementForms) {
   std::ostringstream s;
-  s << ZPeak{1, 2, 2.5f, -3, 4};
-  EXPECT_EQ(s.str(),
-            "( ZPeak : m_un32Start = 1 m_un32Length = 2 m_f32Center = 2.5 m_n32Amplitude = -3 "
-            "m_n32Area = 4)");
-  s.str("");
-  s << ZPath{-1, 32767} << ZPath{0, -32768};
-  EXPECT_EQ(s.str(), "( ZPath : m_n16X = -1 m_n16Y = 32767)( ZPath : m_n16X = 0 m_n16Y = -32768)");
-  s.str("");
   ZBW8Path p{};
-  p.m_n16X = 7;
-  p.m_n16Y = 8;
-  p.m_bw8Pixel = 65;
-  std::ostream& back = s << p;
-  EXPECT_EQ(&back, &s);
-  EXPECT_EQ(s.str(), "( ZBW8Path : m_n16X = 7 m_n16Y = 8 m_bw8Pixel = A)");
-  s.str("");
-  s << ZPeak{4000000000u, 0, -0.125f, 0, -2147483647};
+  p.m_n16X = 7, p.m_n16Y = 8, p.m_bw8Pixel = 65;
+  EXPECT_EQ(&(s << p), &s);
+  s << ZPath{-1, 32767} << ZPath{0, -32768} << ZPeak{1, 2, 2.5f, -3, 4} << ZPeak{4000000000u, 0, -0.125f, 0, -2147483647};
   EXPECT_EQ(s.str(),
-            "( ZPeak : m_un32Start = 4000000000 m_un32Length = 0 m_f32Center = -0.125 "
-            "m_n32Amplitude = 0 m_n32Area = -2147483647)");
+            "( ZBW8Path : m_n16X = 7 m_n16Y = 8 m_bw8Pixel = A)"
+            "( ZPath : m_n16X = -1 m_n16Y = 32767)( ZPath : m_n16X = 0 m_n16Y = -32768)"
+            "( ZPeak : m_un32Start = 1 m_un32Length = 2 m_f32Center = 2.5 m_n32Amplitude = -3 m_n32Area = 4)"
+            "( ZPeak : m_un32Start = 4000000000 m_un32Length = 0 m_f32Center = -0.125 m_n32Amplitude = 0 "
+            "m_n32Area = -2147483647)");
 }
 
 }  // namespace
