@@ -215,6 +215,18 @@ TEST(PixelStatistics, TheBw8SumWrapsAt32Bits) {
     EXPECT_EQ(LumAverage(&image, &count), 255.0f);
     EXPECT_EQ(count, n);
   }
+  // One row longer than the wide squares gather in 32-bit lanes before they flush, on every target.
+  const int w = 600001;
+  ZImage<ZBW8> row(w, 1);
+  std::memset(row.GetGenericImagePtr(0, 0), 255, w);
+  row.SetPixel(ZBW8(0), 0, 0);
+  const double s = 255.0 * (w - 1), q = 65025.0 * (w - 1);
+  for (int64_t target : kt::Targets()) {
+    const kt::TargetSetting setting(target);
+    float variance = -1, mean = 0;
+    LumPixelVariance(&row, variance, mean);
+    EXPECT_EQ(variance, float((double(w) * q - s * s) / (double(w) * w))) << target;
+  }
 }
 
 TEST(PixelStatistics, TheTwoAreaFormsDifferAtTheThreshold) {
