@@ -64,13 +64,30 @@ HWY_INLINE uint64_t Total64(D d, hn::Vec<D> v) {
   return static_cast<uint64_t>(hn::GetLane(hn::SumOfLanes(d, v)));
 }
 
-// The total of signed 32-bit lanes, widened first so that it cannot overflow.
+// The totals of the 64-bit lanes of a and of b, added to ta and tb: one interleave and a halving
+// fold serve both.
 template <class D>
-HWY_INLINE int64_t Total32(D d, hn::Vec<D> v) {
+HWY_INLINE void Fold2(D d, hn::Vec<D> v, int64_t& ta, int64_t& tb) {
+  if constexpr (hn::MaxLanes(D()) > 2) {
+    const hn::Half<D> dh;
+    Fold2(dh, hn::Add(hn::LowerHalf(dh, v), hn::UpperHalf(dh, v)), ta, tb);
+  } else {
+    ta += hn::GetLane(v), tb += hn::ExtractLane(v, 1);
+    (void)d;
+  }
+}
+template <class D>
+HWY_INLINE void Totals2(D d, hn::Vec<D> a, hn::Vec<D> b, int64_t& ta, int64_t& tb) {
+  Fold2(d, hn::Add(hn::InterleaveLower(d, a, b), hn::InterleaveUpper(d, a, b)), ta, tb);
+}
+
+// Signed 32-bit lanes widened to 64, in pairs, so that their total cannot overflow.
+template <class D>
+HWY_INLINE hn::Vec<hn::Repartition<int64_t, D>> Widen32(D d, hn::Vec<D> v) {
   const hn::Half<D> dh;
   const hn::Repartition<int64_t, D> d64;
-  return hn::GetLane(hn::SumOfLanes(d64, hn::Add(hn::PromoteTo(d64, hn::LowerHalf(dh, v)),
-                                                 hn::PromoteTo(d64, hn::UpperHalf(dh, v)))));
+  (void)d;
+  return hn::Add(hn::PromoteTo(d64, hn::LowerHalf(dh, v)), hn::PromoteTo(d64, hn::UpperHalf(dh, v)));
 }
 
 // Iterations of a byte loop between two flushes of its 32-bit square sums: at most four pairs of
@@ -236,8 +253,9 @@ KELMIRA_DOT_ATTR SumSq SumSquares8(const uint8_t* p, int n) {
   const hn::Repartition<uint64_t, decltype(d8)> d64;
   const hn::Repartition<int32_t, decltype(d8)> d32;
   const int lanes = static_cast<int>(hn::Lanes(d8));
+  const hn::Repartition<int64_t, decltype(d8)> di64;
   auto s0 = hn::Zero(d64), s1 = s0;
-  int64_t squares = 0;
+  int64_t sum = 0, squares = 0;
   int x = 0;
   while (x + lanes <= n) {
     const int stop = n - x > kSquareRun * lanes ? x + kSquareRun * lanes : n;
@@ -258,12 +276,13 @@ KELMIRA_DOT_ATTR SumSq SumSquares8(const uint8_t* p, int n) {
       q0 = AddSquareBytes(d8, v, q0);
     }
     // The four together stay below 2^31 in magnitude: kSquareRun vectors in all.
-    squares += Total32(d32, hn::Add(hn::Add(q0, q1), hn::Add(q2, q3)));
+    const auto q = Widen32(d32, hn::Add(hn::Add(q0, q1), hn::Add(q2, q3)));
+    if (x + lanes <= n) squares += hn::GetLane(hn::SumOfLanes(di64, q));
+    else Totals2(di64, hn::BitCast(di64, hn::Add(s0, s1)), q, sum, squares);
   }
-  const uint64_t sum = Total64(d64, hn::Add(s0, s1));
   SumSq r = scalar::SumSquares(p + x, n - x);
-  r.sum += sum;
-  r.squares += static_cast<uint64_t>(squares + kSquareBias * static_cast<int64_t>(sum));
+  r.sum += static_cast<uint64_t>(sum);
+  r.squares += static_cast<uint64_t>(squares + kSquareBias * sum);
   return r;
 }
 
