@@ -30,7 +30,7 @@ float ToFloat(W sum) {
   return static_cast<float>(static_cast<int64_t>(sum));
 }
 
-// Row sums of w, w * x, w * x * x of one row: the wrapping 32-bit sums on BW8 (wide or scalar),
+// Row sums of w, w * x, w * x * x of one row, wide or scalar: the wrapping 32-bit sums on BW8,
 // the 64-bit sums on BW16.
 template <class P, bool kBinary>
 Spatial RowSpatial(bool wide, const Storage<P>* row, int width, uint32_t threshold) {
@@ -39,6 +39,7 @@ Spatial RowSpatial(bool wide, const Storage<P>* row, int width, uint32_t thresho
     const Spatial s = kBinary ? scalar::Binary(row, width, threshold) : scalar::Weighted(row, width);
     return Spatial{static_cast<uint32_t>(s.w), static_cast<uint32_t>(s.wx), static_cast<uint32_t>(s.wxx)};
   } else {
+    if (wide) return kBinary ? WideBinary(row, width, threshold) : WideWeighted(row, width);
     return kBinary ? scalar::Binary(row, width, threshold) : scalar::Weighted(row, width);
   }
 }

@@ -171,6 +171,9 @@ uint64_t WideFocus(const uint16_t* p, const uint16_t* below, int n);
 // BW8 moments: the sums modulo 2^32, the width of their accumulators, zero-extended.
 Spatial WideWeighted32(const uint8_t* p, int n);
 Spatial WideBinary32(const uint8_t* p, int n, uint32_t threshold);
+// BW16 moments: the sums modulo 2^64, as the scalar ones.
+Spatial WideWeighted(const uint16_t* p, int n);
+Spatial WideBinary(const uint16_t* p, int n, uint32_t threshold);
 Pairs WideRegression(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped);
 // C24 rows of n pixels; the results are added to out[0..2].
 void WideSumSquares3(const uint8_t* p, int n, SumSq* out);
