@@ -115,6 +115,19 @@ Spatial Binary(const S* p, int n, uint32_t threshold) {
   return r;
 }
 
+// Adds the weight of each pixel to its column entry (wrapping 32-bit) and returns the total
+// weight modulo 2^32: with `binary` 1 for a pixel at or above the threshold, else the value.
+template <class S>
+uint32_t Profile(const S* p, int n, uint32_t* columns, bool binary, uint32_t threshold) {
+  uint32_t sum = 0;
+  for (int x = 0; x < n; ++x) {
+    const uint32_t w = binary ? uint32_t{p[x] >= threshold} : uint32_t{p[x]};
+    columns[x] += w;
+    sum += w;
+  }
+  return sum;
+}
+
 // The same three for the bytes of C24 rows, one result per byte of the pixel.
 inline void SumSquares3(const uint8_t* p, int n, SumSq* out) {
   for (int x = 0; x < 3 * n; ++x) out[x % 3].sum += p[x], out[x % 3].squares += uint64_t{p[x]} * p[x];
@@ -171,9 +184,13 @@ uint64_t WideFocus(const uint16_t* p, const uint16_t* below, int n);
 // BW8 moments: the sums modulo 2^32, the width of their accumulators, zero-extended.
 Spatial WideWeighted32(const uint8_t* p, int n);
 Spatial WideBinary32(const uint8_t* p, int n, uint32_t threshold);
-// BW16 moments: the sums modulo 2^64, as the scalar ones.
+// The moment sums modulo 2^64, as the scalar ones.
+Spatial WideWeighted(const uint8_t* p, int n);
 Spatial WideWeighted(const uint16_t* p, int n);
+Spatial WideBinary(const uint8_t* p, int n, uint32_t threshold);
 Spatial WideBinary(const uint16_t* p, int n, uint32_t threshold);
+uint32_t WideProfile(const uint8_t* p, int n, uint32_t* columns, bool binary, uint32_t threshold);
+uint32_t WideProfile(const uint16_t* p, int n, uint32_t* columns, bool binary, uint32_t threshold);
 Pairs WideRegression(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped);
 // C24 rows of n pixels; the results are added to out[0..2].
 void WideSumSquares3(const uint8_t* p, int n, SumSq* out);

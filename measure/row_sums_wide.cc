@@ -42,8 +42,12 @@ uint64_t Focus8(const uint8_t* p, const uint8_t* q, int n) { return scalar::Focu
 uint64_t Focus16(const uint16_t* p, const uint16_t* q, int n) { return scalar::Focus(p, q, n); }
 Spatial Weighted8(const uint8_t* p, int n) { return scalar::Weighted(p, n); }
 Spatial Binary8(const uint8_t* p, int n, uint32_t t) { return scalar::Binary(p, n, t); }
+Spatial Weighted64x8(const uint8_t* p, int n) { return scalar::Weighted(p, n); }
+Spatial Binary64x8(const uint8_t* p, int n, uint32_t t) { return scalar::Binary(p, n, t); }
 Spatial Weighted16(const uint16_t* p, int n) { return scalar::Weighted(p, n); }
 Spatial Binary16(const uint16_t* p, int n, uint32_t t) { return scalar::Binary(p, n, t); }
+uint32_t Profile8(const uint8_t* p, int n, uint32_t* c, bool b, uint32_t t) { return scalar::Profile(p, n, c, b, t); }
+uint32_t Profile16(const uint16_t* p, int n, uint32_t* c, bool b, uint32_t t) { return scalar::Profile(p, n, c, b, t); }
 Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool c) { return scalar::Regression(a, b, n, c); }
 void SumSquaresC24(const uint8_t* p, int n, SumSq* out) { scalar::SumSquares3(p, n, out); }
 void SquareDiffC24(const uint8_t* a, const uint8_t* b, int n, SumSq* out) { scalar::SquareDiff3(a, b, n, out); }
@@ -488,19 +492,25 @@ Spatial Binary8(const uint8_t* p, int n, uint32_t threshold) {
   return Cut32(SumLanes(d32, w) + r.w, SumLanes(d32, wx) + r.wx, SumLanes(d32, wxx) + r.wxx);
 }
 
-// BW16 moments in 64-bit lanes, products and sums modulo 2^64 as the scalar ones are. The
-// pixels load a quarter vector at a time and widen in two steps.
-Spatial Weighted16(const uint16_t* p, int n) {
+// Exact moment sums in 64-bit lanes, products and sums modulo 2^64 as the scalar ones are: the
+// BW16 moments, and the stretches of the inertia. The pixels load a fraction of a vector at a time
+// and widen in two steps.
+template <class S, class D64>
+HWY_INLINE hn::Vec<D64> Load64(D64 d64, const S* p) {
+  const hn::Rebind<uint32_t, D64> d32;
+  return hn::PromoteTo(d64, hn::PromoteTo(d32, hn::LoadU(hn::Rebind<S, D64>(), p)));
+}
+
+template <class S>
+Spatial Weighted64(const S* p, int n) {
   const hn::ScalableTag<uint64_t> d64;
-  const hn::Rebind<uint32_t, decltype(d64)> d32;
-  const hn::Rebind<uint16_t, decltype(d64)> d16;
   const int lanes = static_cast<int>(hn::Lanes(d64));
   const auto step = hn::Set(d64, static_cast<uint64_t>(lanes));
   auto vx = hn::Iota(d64, 0);
   auto w = hn::Zero(d64), wx = w, wxx = w;
   int x = 0;
   for (; x + lanes <= n; x += lanes, vx = hn::Add(vx, step)) {
-    const auto g = hn::PromoteTo(d64, hn::PromoteTo(d32, hn::LoadU(d16, p + x)));
+    const auto g = Load64(d64, p + x);
     const auto gx = hn::Mul(g, vx);
     w = hn::Add(w, g);
     wx = hn::Add(wx, gx);
@@ -514,11 +524,10 @@ Spatial Weighted16(const uint16_t* p, int n) {
   return r;
 }
 
-Spatial Binary16(const uint16_t* p, int n, uint32_t threshold) {
-  if (threshold > 65535) return Spatial{};
+template <class S>
+Spatial Binary64(const S* p, int n, uint32_t threshold) {
+  if (threshold > static_cast<S>(~S{0})) return Spatial{};
   const hn::ScalableTag<uint64_t> d64;
-  const hn::Rebind<uint32_t, decltype(d64)> d32;
-  const hn::Rebind<uint16_t, decltype(d64)> d16;
   const int lanes = static_cast<int>(hn::Lanes(d64));
   const auto step = hn::Set(d64, static_cast<uint64_t>(lanes));
   const auto t = hn::Set(d64, threshold), one = hn::Set(d64, 1u);
@@ -526,8 +535,7 @@ Spatial Binary16(const uint16_t* p, int n, uint32_t threshold) {
   auto w = hn::Zero(d64), wx = w, wxx = w;
   int x = 0;
   for (; x + lanes <= n; x += lanes, vx = hn::Add(vx, step)) {
-    const auto v = hn::PromoteTo(d64, hn::PromoteTo(d32, hn::LoadU(d16, p + x)));
-    const auto on = hn::Lt(t, hn::Add(v, one));  // v >= t
+    const auto on = hn::Lt(t, hn::Add(Load64(d64, p + x), one));  // v >= t
     w = hn::Add(w, hn::IfThenElseZero(on, one));
     wx = hn::Add(wx, hn::IfThenElseZero(on, vx));
     wxx = hn::Add(wxx, hn::IfThenElseZero(on, hn::Mul(vx, vx)));
@@ -540,6 +548,33 @@ Spatial Binary16(const uint16_t* p, int n, uint32_t threshold) {
     }
   return r;
 }
+Spatial Weighted64x8(const uint8_t* p, int n) { return Weighted64(p, n); }
+Spatial Binary64x8(const uint8_t* p, int n, uint32_t t) { return Binary64(p, n, t); }
+Spatial Weighted16(const uint16_t* p, int n) { return Weighted64(p, n); }
+Spatial Binary16(const uint16_t* p, int n, uint32_t t) { return Binary64(p, n, t); }
+
+// Column profile of a stretch in 32-bit lanes that wrap as the scalar entries do; the stretch's
+// total weight is the sum of the lanes it added, modulo 2^32.
+template <class S>
+uint32_t ProfileT(const S* p, int n, uint32_t* columns, bool binary, uint32_t threshold) {
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Rebind<S, decltype(d32)> ds;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  const bool none = binary && threshold > static_cast<S>(~S{0});
+  const auto t = hn::Set(d32, none ? 0u : threshold), one = hn::Set(d32, 1u);
+  auto sum = hn::Zero(d32);
+  int x = 0;
+  for (; x + lanes <= n && !none; x += lanes) {
+    const auto v = hn::PromoteTo(d32, hn::LoadU(ds, p + x));
+    const auto w = binary ? hn::IfThenElseZero(hn::Lt(t, hn::Add(v, one)), one) : v;  // v >= t
+    hn::StoreU(hn::Add(hn::LoadU(d32, columns + x), w), d32, columns + x);
+    sum = hn::Add(sum, w);
+  }
+  if (none) x = n;  // nothing at or above the threshold: no entry changes
+  return static_cast<uint32_t>(SumLanes(d32, sum)) + scalar::Profile(p + x, n - x, columns + x, binary, threshold);
+}
+uint32_t Profile8(const uint8_t* p, int n, uint32_t* c, bool b, uint32_t t) { return ProfileT(p, n, c, b, t); }
+uint32_t Profile16(const uint16_t* p, int n, uint32_t* c, bool b, uint32_t t) { return ProfileT(p, n, c, b, t); }
 
 Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped) {
   const hn::ScalableTag<uint8_t> d8;
@@ -681,8 +716,12 @@ HWY_EXPORT(Focus8);
 HWY_EXPORT(Focus16);
 HWY_EXPORT(Weighted8);
 HWY_EXPORT(Binary8);
+HWY_EXPORT(Weighted64x8);
+HWY_EXPORT(Binary64x8);
 HWY_EXPORT(Weighted16);
 HWY_EXPORT(Binary16);
+HWY_EXPORT(Profile8);
+HWY_EXPORT(Profile16);
 HWY_EXPORT(Regression8);
 HWY_EXPORT(SumSquaresC24);
 HWY_EXPORT(SquareDiffC24);
@@ -717,6 +756,16 @@ uint64_t WideFocus(const uint8_t* p, const uint8_t* below, int n) { return HWY_D
 uint64_t WideFocus(const uint16_t* p, const uint16_t* below, int n) { return HWY_DYNAMIC_DISPATCH(Focus16)(p, below, n); }
 Spatial WideWeighted32(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Weighted8)(p, n); }
 Spatial WideBinary32(const uint8_t* p, int n, uint32_t threshold) { return HWY_DYNAMIC_DISPATCH(Binary8)(p, n, threshold); }
+Spatial WideWeighted(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Weighted64x8)(p, n); }
+Spatial WideBinary(const uint8_t* p, int n, uint32_t threshold) {
+  return HWY_DYNAMIC_DISPATCH(Binary64x8)(p, n, threshold);
+}
+uint32_t WideProfile(const uint8_t* p, int n, uint32_t* columns, bool binary, uint32_t threshold) {
+  return HWY_DYNAMIC_DISPATCH(Profile8)(p, n, columns, binary, threshold);
+}
+uint32_t WideProfile(const uint16_t* p, int n, uint32_t* columns, bool binary, uint32_t threshold) {
+  return HWY_DYNAMIC_DISPATCH(Profile16)(p, n, columns, binary, threshold);
+}
 Spatial WideWeighted(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Weighted16)(p, n); }
 Spatial WideBinary(const uint16_t* p, int n, uint32_t threshold) {
   return HWY_DYNAMIC_DISPATCH(Binary16)(p, n, threshold);
