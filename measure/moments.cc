@@ -194,7 +194,8 @@ void Gravity(ZROI<P>* view, uint32_t threshold, float& cx, float& cy) {
 // The sums of w, w * i and w * i * i over a stretch, i counted from its first pixel: wide
 // without a table.
 Spatial StretchSums(bool wide, const uint8_t* p, int len, const Weights& weight) {
-  if (wide && weight.table == nullptr) return weight.binary ? WideBinary(p, len, weight.threshold) : WideWeighted(p, len);
+  if (wide && weight.table == nullptr)
+    return weight.binary ? WideBinary(p, len, weight.threshold) : WideWeighted(p, len);
   Spatial r;
   for (int i = 0; i < len; ++i) {
     const uint64_t g = weight(p[i]), ui = static_cast<uint64_t>(i);

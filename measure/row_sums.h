@@ -132,6 +132,9 @@ uint32_t Profile(const S* p, int n, uint32_t* columns, bool binary, uint32_t thr
 inline void SumSquares3(const uint8_t* p, int n, SumSq* out) {
   for (int x = 0; x < 3 * n; ++x) out[x % 3].sum += p[x], out[x % 3].squares += uint64_t{p[x]} * p[x];
 }
+inline void Sum3(const uint8_t* p, int n, SumSq* out) {
+  for (int x = 0; x < 3 * n; ++x) out[x % 3].sum += p[x];
+}
 inline void SquareDiff3(const uint8_t* a, const uint8_t* b, int n, SumSq* out) {
   for (int x = 0; x < 3 * n; ++x) {
     const int64_t d = int64_t{a[x]} - b[x];
@@ -194,6 +197,7 @@ uint32_t WideProfile(const uint16_t* p, int n, uint32_t* columns, bool binary, u
 Pairs WideRegression(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped);
 // C24 rows of n pixels; the results are added to out[0..2].
 void WideSumSquares3(const uint8_t* p, int n, SumSq* out);
+void WideSum3(const uint8_t* p, int n, SumSq* out);
 void WideSquareDiff3(const uint8_t* a, const uint8_t* b, int n, SumSq* out);
 void WideFocus3(const uint8_t* p, const uint8_t* below, int n, uint64_t* out);
 uint64_t WideCountDiffer3(const uint8_t* a, const uint8_t* b, int n);

@@ -50,6 +50,7 @@ uint32_t Profile8(const uint8_t* p, int n, uint32_t* c, bool b, uint32_t t) { re
 uint32_t Profile16(const uint16_t* p, int n, uint32_t* c, bool b, uint32_t t) { return scalar::Profile(p, n, c, b, t); }
 Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool c) { return scalar::Regression(a, b, n, c); }
 void SumSquaresC24(const uint8_t* p, int n, SumSq* out) { scalar::SumSquares3(p, n, out); }
+void SumC24(const uint8_t* p, int n, SumSq* out) { scalar::Sum3(p, n, out); }
 void SquareDiffC24(const uint8_t* a, const uint8_t* b, int n, SumSq* out) { scalar::SquareDiff3(a, b, n, out); }
 void FocusC24(const uint8_t* p, const uint8_t* q, int n, uint64_t* out) { scalar::Focus3(p, q, n, out); }
 uint64_t CountDifferC24(const uint8_t* a, const uint8_t* b, int n) { return scalar::CountDiffer3(a, b, n); }
@@ -613,25 +614,41 @@ Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped
 }
 // ----- C24: the three bytes of each pixel split into planes as they load -----
 
-void SumSquaresC24(const uint8_t* p, int n, SumSq* out) {
+// Per component: the sums of the bytes, and with kSquares of their squares.
+template <bool kSquares>
+KELMIRA_DOT_ATTR void SumsC24(const uint8_t* p, int n, SumSq* out) {
   const hn::ScalableTag<uint8_t> d8;
   const hn::Repartition<uint64_t, decltype(d8)> d64;
   const hn::Repartition<int32_t, decltype(d8)> d32;
   const int lanes = static_cast<int>(hn::Lanes(d8));
+  const hn::Repartition<int64_t, decltype(d8)> di64;
   hn::Vec<decltype(d64)> sums[3] = {hn::Zero(d64), hn::Zero(d64), hn::Zero(d64)};
+  int64_t sum[3] = {}, squares[3] = {};
   int x = 0;
   while (x + lanes <= n) {
+    // A lane of each component grows by four squares a vector at most, as in the BW8 rows.
+    const int stop = n - x > kSquareRun * lanes ? x + kSquareRun * lanes : n;
     hn::Vec<decltype(d32)> q[3] = {hn::Zero(d32), hn::Zero(d32), hn::Zero(d32)};
-    for (int k = 0; k < kFlush8 && x + lanes <= n; ++k, x += lanes) {
+    for (; x + lanes <= stop; x += lanes) {
       hn::Vec<decltype(d8)> v[3];
       hn::LoadInterleaved3(d8, p + 3 * x, v[0], v[1], v[2]);
-      for (int c = 0; c < 3; ++c) sums[c] = hn::Add(sums[c], hn::SumsOf8(v[c])), q[c] = AddSquares8(d8, v[c], v[c], q[c]);
+      for (int c = 0; c < 3; ++c) {
+        sums[c] = hn::Add(sums[c], hn::SumsOf8(v[c]));
+        if (kSquares) q[c] = AddSquareBytes(d8, v[c], q[c]);
+      }
     }
-    for (int c = 0; c < 3; ++c) out[c].squares += SumLanes(d32, q[c]);
+    for (int c = 0; c < 3 && kSquares; ++c) squares[c] += hn::GetLane(hn::SumOfLanes(di64, Widen32(d32, q[c])));
   }
-  for (int c = 0; c < 3; ++c) out[c].sum += SumLanes(d64, sums[c]);
-  scalar::SumSquares3(p + 3 * x, n - x, out);
+  for (int c = 0; c < 3; ++c) {
+    sum[c] = static_cast<int64_t>(Total64(d64, sums[c]));
+    out[c].sum += static_cast<uint64_t>(sum[c]);
+    if (kSquares) out[c].squares += static_cast<uint64_t>(squares[c] + kSquareBias * sum[c]);
+  }
+  if (kSquares) scalar::SumSquares3(p + 3 * x, n - x, out);
+  else scalar::Sum3(p + 3 * x, n - x, out);
 }
+void SumSquaresC24(const uint8_t* p, int n, SumSq* out) { SumsC24<true>(p, n, out); }
+void SumC24(const uint8_t* p, int n, SumSq* out) { SumsC24<false>(p, n, out); }
 
 void SquareDiffC24(const uint8_t* a, const uint8_t* b, int n, SumSq* out) {
   const hn::ScalableTag<uint8_t> d8;
@@ -724,6 +741,7 @@ HWY_EXPORT(Profile8);
 HWY_EXPORT(Profile16);
 HWY_EXPORT(Regression8);
 HWY_EXPORT(SumSquaresC24);
+HWY_EXPORT(SumC24);
 HWY_EXPORT(SquareDiffC24);
 HWY_EXPORT(FocusC24);
 HWY_EXPORT(CountDifferC24);
@@ -774,6 +792,7 @@ Pairs WideRegression(const uint8_t* a, const uint8_t* b, int n, bool excludeClip
   return HWY_DYNAMIC_DISPATCH(Regression8)(a, b, n, excludeClipped);
 }
 void WideSumSquares3(const uint8_t* p, int n, SumSq* out) { HWY_DYNAMIC_DISPATCH(SumSquaresC24)(p, n, out); }
+void WideSum3(const uint8_t* p, int n, SumSq* out) { HWY_DYNAMIC_DISPATCH(SumC24)(p, n, out); }
 void WideSquareDiff3(const uint8_t* a, const uint8_t* b, int n, SumSq* out) {
   HWY_DYNAMIC_DISPATCH(SquareDiffC24)(a, b, n, out);
 }

@@ -43,8 +43,13 @@ void RowSums(bool wide, const Storage<P>* row, int width, SumSq* out, bool squar
     else out[0].sum = Sum(wide, row, width);
   } else {
     for (int k = 0; k < kChannels<P>; ++k) out[k] = SumSq{};
-    if (wide) WideSumSquares3(row, width, out);
-    else scalar::SumSquares3(row, width, out);
+    if (squares) {
+      if (wide) WideSumSquares3(row, width, out);
+      else scalar::SumSquares3(row, width, out);
+    } else {
+      if (wide) WideSum3(row, width, out);
+      else scalar::Sum3(row, width, out);
+    }
   }
 }
 
