@@ -6,6 +6,7 @@
 #ifndef KELMIRA_MEASURE_ROW_SUMS_H
 #define KELMIRA_MEASURE_ROW_SUMS_H
 
+#include <cstddef>
 #include <cstdint>
 
 namespace kelmira::measure {
@@ -170,6 +171,8 @@ inline Pairs Regression(const uint8_t* a, const uint8_t* b, int n, bool excludeC
 // The wide twins (row_sums_wide.cc): same results, any alignment, any n >= 0.
 uint64_t WideSum(const uint8_t* p, int n);
 uint64_t WideSum(const uint16_t* p, int n);
+// The sum of every pixel of `height` rows `pitch` bytes apart, reduced once.
+uint64_t WideSumRows(const uint8_t* first, ptrdiff_t pitch, int width, int height);
 uint64_t WideMinMaxSum(const uint8_t* p, int n, uint8_t& minimum, uint8_t& maximum);
 uint64_t WideMinMaxSum(const uint16_t* p, int n, uint16_t& minimum, uint16_t& maximum);
 SumSq WideSumSquares(const uint8_t* p, int n);

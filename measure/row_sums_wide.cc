@@ -26,6 +26,11 @@ using namespace measure;
 // One lane: nothing to gain, the scalar rows serve.
 uint64_t Sum8(const uint8_t* p, int n) { return scalar::Sum(p, n); }
 uint64_t Sum16(const uint16_t* p, int n) { return scalar::Sum(p, n); }
+uint64_t SumRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
+  uint64_t r = 0;
+  for (int y = 0; y < height; ++y) r += scalar::Sum(first + y * pitch, n);
+  return r;
+}
 uint64_t MinMaxSum8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 uint64_t MinMaxSum16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 SumSq SumSquares8(const uint8_t* p, int n) { return scalar::SumSquares(p, n); }
@@ -231,23 +236,31 @@ HWY_INLINE uint64_t SumT(const S* p, int n, S& minimum, S& maximum) {
   }
   return total + scalar::Sum(p + x, n - x);
 }
-// Bytes: sums of eight into 64-bit lanes, which no row can overflow; four accumulators so that
-// the additions do not wait on each other.
-uint64_t Sum8(const uint8_t* p, int n) {
+// Bytes: sums of eight into 64-bit lanes, which no view can overflow; four accumulators so that
+// the additions do not wait on each other. SumRows8 keeps them across the rows of a view and
+// reduces once.
+HWY_INLINE void AddRow8(const uint8_t* p, int n, hn::Vec<hn::ScalableTag<uint64_t>> (&s)[4], uint64_t& tail) {
   const hn::ScalableTag<uint8_t> d8;
-  const hn::Repartition<uint64_t, decltype(d8)> d64;
   const int lanes = static_cast<int>(hn::Lanes(d8));
-  auto s0 = hn::Zero(d64), s1 = s0, s2 = s0, s3 = s0;
   int x = 0;
   for (; x + 4 * lanes <= n; x += 4 * lanes) {
-    s0 = hn::Add(s0, hn::SumsOf8(hn::LoadU(d8, p + x)));
-    s1 = hn::Add(s1, hn::SumsOf8(hn::LoadU(d8, p + x + lanes)));
-    s2 = hn::Add(s2, hn::SumsOf8(hn::LoadU(d8, p + x + 2 * lanes)));
-    s3 = hn::Add(s3, hn::SumsOf8(hn::LoadU(d8, p + x + 3 * lanes)));
+    s[0] = hn::Add(s[0], hn::SumsOf8(hn::LoadU(d8, p + x)));
+    s[1] = hn::Add(s[1], hn::SumsOf8(hn::LoadU(d8, p + x + lanes)));
+    s[2] = hn::Add(s[2], hn::SumsOf8(hn::LoadU(d8, p + x + 2 * lanes)));
+    s[3] = hn::Add(s[3], hn::SumsOf8(hn::LoadU(d8, p + x + 3 * lanes)));
   }
-  for (; x + lanes <= n; x += lanes) s0 = hn::Add(s0, hn::SumsOf8(hn::LoadU(d8, p + x)));
-  return Total64(d64, hn::Add(hn::Add(s0, s1), hn::Add(s2, s3))) + scalar::Sum(p + x, n - x);
+  for (; x + lanes <= n; x += lanes) s[0] = hn::Add(s[0], hn::SumsOf8(hn::LoadU(d8, p + x)));
+  tail += scalar::Sum(p + x, n - x);
 }
+uint64_t SumRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
+  const hn::ScalableTag<uint64_t> d64;
+  hn::Vec<decltype(d64)> s[4] = {hn::Zero(d64), hn::Zero(d64), hn::Zero(d64), hn::Zero(d64)};
+  uint64_t tail = 0;
+  for (int y = 0; y < height; ++y) AddRow8(first + y * pitch, n, s, tail);
+  return Total64(d64, hn::Add(hn::Add(s[0], s[1]), hn::Add(s[2], s[3]))) + tail;
+}
+uint64_t Sum8(const uint8_t* p, int n) { return SumRows8(p, 0, n, 1); }
+
 uint64_t Sum16(const uint16_t* p, int n) {
   uint16_t lo = 0, hi = 0;
   return SumT<false>(p, n, lo, hi);
@@ -716,6 +729,7 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kelmira::measure {
 HWY_EXPORT(Sum8);
+HWY_EXPORT(SumRows8);
 HWY_EXPORT(Sum16);
 HWY_EXPORT(MinMaxSum8);
 HWY_EXPORT(MinMaxSum16);
@@ -747,6 +761,9 @@ HWY_EXPORT(FocusC24);
 HWY_EXPORT(CountDifferC24);
 
 uint64_t WideSum(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Sum8)(p, n); }
+uint64_t WideSumRows(const uint8_t* first, ptrdiff_t pitch, int width, int height) {
+  return HWY_DYNAMIC_DISPATCH(SumRows8)(first, pitch, width, height);
+}
 uint64_t WideSum(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Sum16)(p, n); }
 uint64_t WideMinMaxSum(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) {
   return HWY_DYNAMIC_DISPATCH(MinMaxSum8)(p, n, lo, hi);

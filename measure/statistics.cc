@@ -61,9 +61,15 @@ bool Averages(ZROI<P>* view, float* averages) {
   const bool wide = Wide();
   uint64_t total[kChannels<P>] = {};
   SumSq row[kChannels<P>];
-  for (int y = 0; y < view->GetHeight(); ++y) {
-    RowSums<P>(wide, rows[y], view->GetWidth(), row, false);
-    for (int k = 0; k < kChannels<P>; ++k) total[k] += row[k].sum;
+  if (std::is_same_v<P, ZBW8> && wide) {
+    // One integer total: the wide path keeps its lanes across the rows and reduces once.
+    total[0] = WideSumRows(reinterpret_cast<const uint8_t*>(rows[0]), view->GetRowPitch(), view->GetWidth(),
+                           view->GetHeight());
+  } else {
+    for (int y = 0; y < view->GetHeight(); ++y) {
+      RowSums<P>(wide, rows[y], view->GetWidth(), row, false);
+      for (int k = 0; k < kChannels<P>; ++k) total[k] += row[k].sum;
+    }
   }
   for (int k = 0; k < kChannels<P>; ++k) {
     const uint64_t sum = sizeof(Storage<P>) == 1 ? static_cast<uint32_t>(total[k]) : total[k];
