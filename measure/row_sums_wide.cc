@@ -138,6 +138,12 @@ KELMIRA_DOT_ATTR HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddSquareBytes
   const auto s = hn::Xor(v, hn::Set(d8, uint8_t{0x80}));
   return hn::Vec<hn::Repartition<int32_t, D8>>{_mm512_dpbusd_epi32(acc.raw, v.raw, s.raw)};
 }
+// The bytes' sums in 32-bit lanes: a dot product with ones.
+template <class D8>
+KELMIRA_DOT_ATTR HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddByteSums(
+    D8 d8, hn::Vec<D8> v, hn::Vec<hn::Repartition<int32_t, D8>> acc) {
+  return hn::Vec<hn::Repartition<int32_t, D8>>{_mm512_dpbusd_epi32(acc.raw, v.raw, hn::Set(d8, uint8_t{1}).raw)};
+}
 #else
 #define KELMIRA_DOT_ATTR
 constexpr int64_t kSquareBias = 0;
@@ -152,6 +158,12 @@ HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddSquareBytes(D8 /*d8*/, hn::V
   auto unused = hn::Zero(d32);
   acc = hn::ReorderWidenMulAccumulate(d32, even, even, acc, unused);
   return hn::ReorderWidenMulAccumulate(d32, odd, odd, acc, unused);
+}
+// The bytes' sums in 32-bit lanes: sums of eight, each in the low half of a 64-bit lane.
+template <class D8>
+HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddByteSums(D8 /*d8*/, hn::Vec<D8> v,
+                                                             hn::Vec<hn::Repartition<int32_t, D8>> acc) {
+  return hn::Add(acc, hn::BitCast(hn::Repartition<int32_t, D8>(), hn::SumsOf8(v)));
 }
 #endif
 
@@ -268,23 +280,24 @@ uint64_t Sum16(const uint16_t* p, int n) {
 uint64_t MinMaxSum8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { return SumT<true>(p, n, lo, hi); }
 uint64_t MinMaxSum16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { return SumT<true>(p, n, lo, hi); }
 
+// Sums and squares in 32-bit lanes, each run flushed into 64 bits: the sums stay far below 2^31.
 KELMIRA_DOT_ATTR SumSq SumSquares8(const uint8_t* p, int n) {
   const hn::ScalableTag<uint8_t> d8;
-  const hn::Repartition<uint64_t, decltype(d8)> d64;
   const hn::Repartition<int32_t, decltype(d8)> d32;
+  const hn::Repartition<int64_t, decltype(d8)> d64;
   const int lanes = static_cast<int>(hn::Lanes(d8));
-  const hn::Repartition<int64_t, decltype(d8)> di64;
-  auto s0 = hn::Zero(d64), s1 = s0;
   int64_t sum = 0, squares = 0;
   int x = 0;
   while (x + lanes <= n) {
     const int stop = n - x > kSquareRun * lanes ? x + kSquareRun * lanes : n;
-    auto q0 = hn::Zero(d32), q1 = q0, q2 = q0, q3 = q0;
+    auto q0 = hn::Zero(d32), q1 = q0, q2 = q0, q3 = q0, s0 = q0, s1 = q0, s2 = q0, s3 = q0;
     for (; x + 4 * lanes <= stop; x += 4 * lanes) {
       const auto v0 = hn::LoadU(d8, p + x), v1 = hn::LoadU(d8, p + x + lanes);
       const auto v2 = hn::LoadU(d8, p + x + 2 * lanes), v3 = hn::LoadU(d8, p + x + 3 * lanes);
-      s0 = hn::Add(s0, hn::Add(hn::SumsOf8(v0), hn::SumsOf8(v1)));
-      s1 = hn::Add(s1, hn::Add(hn::SumsOf8(v2), hn::SumsOf8(v3)));
+      s0 = AddByteSums(d8, v0, s0);
+      s1 = AddByteSums(d8, v1, s1);
+      s2 = AddByteSums(d8, v2, s2);
+      s3 = AddByteSums(d8, v3, s3);
       q0 = AddSquareBytes(d8, v0, q0);
       q1 = AddSquareBytes(d8, v1, q1);
       q2 = AddSquareBytes(d8, v2, q2);
@@ -292,13 +305,12 @@ KELMIRA_DOT_ATTR SumSq SumSquares8(const uint8_t* p, int n) {
     }
     for (; x + lanes <= stop; x += lanes) {
       const auto v = hn::LoadU(d8, p + x);
-      s0 = hn::Add(s0, hn::SumsOf8(v));
+      s0 = AddByteSums(d8, v, s0);
       q0 = AddSquareBytes(d8, v, q0);
     }
     // The four together stay below 2^31 in magnitude: kSquareRun vectors in all.
-    const auto q = Widen32(d32, hn::Add(hn::Add(q0, q1), hn::Add(q2, q3)));
-    if (x + lanes <= n) squares += hn::GetLane(hn::SumOfLanes(di64, q));
-    else Totals2(di64, hn::BitCast(di64, hn::Add(s0, s1)), q, sum, squares);
+    Totals2(d64, Widen32(d32, hn::Add(hn::Add(s0, s1), hn::Add(s2, s3))),
+            Widen32(d32, hn::Add(hn::Add(q0, q1), hn::Add(q2, q3))), sum, squares);
   }
   SumSq r = scalar::SumSquares(p + x, n - x);
   r.sum += static_cast<uint64_t>(sum);
