@@ -34,6 +34,9 @@ uint64_t SumRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
 uint64_t MinMaxSum8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 uint64_t MinMaxSum16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 SumSq SumSquares8(const uint8_t* p, int n) { return scalar::SumSquares(p, n); }
+void SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height, SumSq* out) {
+  for (int y = 0; y < height; ++y) out[y] = scalar::SumSquares(first + y * pitch, n);
+}
 SumSq SumSquares16(const uint16_t* p, int n) { return scalar::SumSquares(p, n); }
 void MinMax8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { scalar::MinMax(p, n, lo, hi); }
 void MinMax16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { scalar::MinMax(p, n, lo, hi); }
@@ -316,6 +319,10 @@ KELMIRA_DOT_ATTR SumSq SumSquares8(const uint8_t* p, int n) {
   r.sum += static_cast<uint64_t>(sum);
   r.squares += static_cast<uint64_t>(squares + kSquareBias * sum);
   return r;
+}
+
+KELMIRA_DOT_ATTR void SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height, SumSq* out) {
+  for (int y = 0; y < height; ++y) out[y] = SumSquares8(first + y * pitch, n);
 }
 
 SumSq SumSquares16(const uint16_t* p, int n) {
@@ -746,6 +753,7 @@ HWY_EXPORT(Sum16);
 HWY_EXPORT(MinMaxSum8);
 HWY_EXPORT(MinMaxSum16);
 HWY_EXPORT(SumSquares8);
+HWY_EXPORT(SumSquaresRows8);
 HWY_EXPORT(SumSquares16);
 HWY_EXPORT(MinMax8);
 HWY_EXPORT(MinMax16);
@@ -785,6 +793,9 @@ uint64_t WideMinMaxSum(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) {
 }
 SumSq WideSumSquares(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares8)(p, n); }
 SumSq WideSumSquares(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares16)(p, n); }
+void WideSumSquaresRows(const uint8_t* first, ptrdiff_t pitch, int width, int height, SumSq* out) {
+  HWY_DYNAMIC_DISPATCH(SumSquaresRows8)(first, pitch, width, height, out);
+}
 void WideMinMax(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax8)(p, n, lo, hi); }
 void WideMinMax(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax16)(p, n, lo, hi); }
 Below WideCountBelow(const uint8_t* p, int n, uint32_t low, uint32_t high) {
