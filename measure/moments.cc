@@ -30,7 +30,7 @@ float ToFloat(W sum) {
   return static_cast<float>(static_cast<int64_t>(sum));
 }
 
-// Row sums of w, w * x, w * x * x of one row: the wrapping 32-bit sums on BW8 (wide or scalar),
+// Row sums of w, w * x, w * x * x of one row, wide or scalar: the wrapping 32-bit sums on BW8,
 // the 64-bit sums on BW16.
 template <class P, bool kBinary>
 Spatial RowSpatial(bool wide, const Storage<P>* row, int width, uint32_t threshold) {
@@ -39,6 +39,7 @@ Spatial RowSpatial(bool wide, const Storage<P>* row, int width, uint32_t thresho
     const Spatial s = kBinary ? scalar::Binary(row, width, threshold) : scalar::Weighted(row, width);
     return Spatial{static_cast<uint32_t>(s.w), static_cast<uint32_t>(s.wx), static_cast<uint32_t>(s.wxx)};
   } else {
+    if (wide) return kBinary ? WideBinary(row, width, threshold) : WideWeighted(row, width);
     return kBinary ? scalar::Binary(row, width, threshold) : scalar::Weighted(row, width);
   }
 }
@@ -140,9 +141,20 @@ void ProfileCentre(const uint32_t* h, int n, float& out) {
   if (s != 0) out = static_cast<float>(t) / static_cast<float>(s);
 }
 
-// Column and row profiles of weight(value), then their centres.
-template <class P, class Weight>
-void Profiles(ZROI<P>* view, float& cx, float& cy, Weight&& weight) {
+// The weights of a stretch: 1 at or above a threshold (binary), the value, or lut[value].
+struct Weights {
+  bool binary;
+  uint32_t threshold;
+  const ZBW8* table;  // BW8 only
+  uint32_t operator()(uint32_t v) const {
+    return binary ? uint32_t{v >= threshold} : table != nullptr ? uint32_t{table[v].value} : v;
+  }
+};
+
+// Column and row profiles of the weights, then their centres. Without a table the column entries
+// and the row's total are formed wide when ZGetMMX says so.
+template <class P>
+void Profiles(ZROI<P>* view, float& cx, float& cy, const Weights& weight) {
   const int width = view->GetWidth(), height = view->GetHeight();
   std::unique_ptr<uint32_t[]> columns(new (std::nothrow) uint32_t[width]());
   if (!columns) {
@@ -154,8 +166,13 @@ void Profiles(ZROI<P>* view, float& cx, float& cy, Weight&& weight) {
     frame::Fail(Z_ERROR_NO_WORK_MEMORY);
     return;
   }
+  const bool wide = ZGetMMX() != 0 && weight.table == nullptr;
   uint32_t* c = columns.get();
   const bool ok = ForEachStretch<P>(view, true, [&](const Storage<P>* p, int n, int x, int y) {
+    if (wide) {
+      rows[y] += WideProfile(p, n, c + x, weight.binary, weight.threshold);
+      return;
+    }
     uint32_t sum = 0;
     for (int i = 0; i < n; ++i) {
       const uint32_t w = weight(p[i]);
@@ -171,21 +188,31 @@ void Profiles(ZROI<P>* view, float& cx, float& cy, Weight&& weight) {
 
 template <class P>
 void Gravity(ZROI<P>* view, uint32_t threshold, float& cx, float& cy) {
-  if (Pixels(view)) Profiles(view, cx, cy, [&](uint32_t v) -> uint32_t { return v >= threshold; });
+  if (Pixels(view)) Profiles(view, cx, cy, Weights{true, threshold, nullptr});
+}
+
+// The sums of w, w * i and w * i * i over a stretch, i counted from its first pixel: wide
+// without a table.
+Spatial StretchSums(bool wide, const uint8_t* p, int len, const Weights& weight) {
+  if (wide && weight.table == nullptr)
+    return weight.binary ? WideBinary(p, len, weight.threshold) : WideWeighted(p, len);
+  Spatial r;
+  for (int i = 0; i < len; ++i) {
+    const uint64_t g = weight(p[i]), ui = static_cast<uint64_t>(i);
+    r.w += g, r.wx += g * ui, r.wxx += g * ui * ui;
+  }
+  return r;
 }
 
 // N, Sx, Sy in 32 bits; per stretch the exact sums of w x^2, w x y, w y^2 added to doubles.
-template <class Weight>
 void Inertia(ZROI<ZBW8>* view, float& ixx, float& ixy, float& iyy, float* cx, float* cy, unsigned* count,
-             Weight&& weight) {
+             const Weights& weight) {
   uint32_t n = 0, sx = 0, sy = 0;
   double sxx = 0.0, sxy = 0.0, syy = 0.0;
+  const bool wide = ZGetMMX() != 0;
   const bool ok = ForEachStretch<ZBW8>(view, true, [&](const uint8_t* p, int len, int x0, int y) {
-    uint64_t w = 0, wi = 0, wii = 0;  // i counted from the stretch's first pixel
-    for (int i = 0; i < len; ++i) {
-      const uint64_t g = weight(p[i]), ui = static_cast<uint64_t>(i);
-      w += g, wi += g * ui, wii += g * ui * ui;
-    }
+    const Spatial s = StretchSums(wide, p, len, weight);
+    const uint64_t w = s.w, wi = s.wx, wii = s.wxx;
     const uint64_t x = static_cast<uint64_t>(x0), uy = static_cast<uint64_t>(y), wx = x * w + wi;
     n += static_cast<uint32_t>(w);
     sx += static_cast<uint32_t>(wx);
@@ -206,11 +233,8 @@ void Inertia(ZROI<ZBW8>* view, float& ixx, float& ixy, float& iyy, float* cx, fl
   if (count != nullptr) *count = n;
 }
 
-// lut[value] when there is a table, else the value.
-struct TableWeight {
-  const ZBW8* table;
-  uint32_t operator()(uint32_t v) const { return table != nullptr ? table[v].value : v; }
-};
+// lut's data, or null.
+const ZBW8* Table(ZBW8Vector* lut) { return lut != nullptr ? lut->GetDataPtr() : nullptr; }
 
 }  // namespace
 }  // namespace kelmira::measure
@@ -318,23 +342,20 @@ void LumGravityCenter(ZROI<ZBW16>* view, unsigned int threshold, float& cx, floa
 
 void LumCentroid(ZROI<ZBW8>* view, float& cx, float& cy, ZBW8Vector* lut) {
   VoidForm("LumCentroid", [&] {
-    if (Pixels(view) && TableOk(lut))
-      Profiles(view, cx, cy, TableWeight{lut != nullptr ? lut->GetDataPtr() : nullptr});
+    if (Pixels(view) && TableOk(lut)) Profiles(view, cx, cy, Weights{false, 0, Table(lut)});
   });
 }
 
 void LumInertia(ZROI<ZBW8>* view, unsigned int threshold, float& ixx, float& ixy, float& iyy, float* cx, float* cy,
                 unsigned int* count) {
   VoidForm("LumInertia ( binary)", [&] {
-    if (Pixels(view))
-      Inertia(view, ixx, ixy, iyy, cx, cy, count, [&](uint32_t v) -> uint32_t { return v >= threshold; });
+    if (Pixels(view)) Inertia(view, ixx, ixy, iyy, cx, cy, count, Weights{true, threshold, nullptr});
   });
 }
 
 void LumInertia(ZROI<ZBW8>* view, float& ixx, float& ixy, float& iyy, float* cx, float* cy, unsigned int* count,
                 ZBW8Vector* lut) {
   VoidForm("LumInertia ( weighted)", [&] {
-    if (Pixels(view) && TableOk(lut))
-      Inertia(view, ixx, ixy, iyy, cx, cy, count, TableWeight{lut != nullptr ? lut->GetDataPtr() : nullptr});
+    if (Pixels(view) && TableOk(lut)) Inertia(view, ixx, ixy, iyy, cx, cy, count, Weights{false, 0, Table(lut)});
   });
 }

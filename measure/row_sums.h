@@ -6,6 +6,7 @@
 #ifndef KELMIRA_MEASURE_ROW_SUMS_H
 #define KELMIRA_MEASURE_ROW_SUMS_H
 
+#include <cstddef>
 #include <cstdint>
 
 namespace kelmira::measure {
@@ -115,9 +116,25 @@ Spatial Binary(const S* p, int n, uint32_t threshold) {
   return r;
 }
 
+// Adds the weight of each pixel to its column entry (wrapping 32-bit) and returns the total
+// weight modulo 2^32: with `binary` 1 for a pixel at or above the threshold, else the value.
+template <class S>
+uint32_t Profile(const S* p, int n, uint32_t* columns, bool binary, uint32_t threshold) {
+  uint32_t sum = 0;
+  for (int x = 0; x < n; ++x) {
+    const uint32_t w = binary ? uint32_t{p[x] >= threshold} : uint32_t{p[x]};
+    columns[x] += w;
+    sum += w;
+  }
+  return sum;
+}
+
 // The same three for the bytes of C24 rows, one result per byte of the pixel.
 inline void SumSquares3(const uint8_t* p, int n, SumSq* out) {
   for (int x = 0; x < 3 * n; ++x) out[x % 3].sum += p[x], out[x % 3].squares += uint64_t{p[x]} * p[x];
+}
+inline void Sum3(const uint8_t* p, int n, SumSq* out) {
+  for (int x = 0; x < 3 * n; ++x) out[x % 3].sum += p[x];
 }
 inline void SquareDiff3(const uint8_t* a, const uint8_t* b, int n, SumSq* out) {
   for (int x = 0; x < 3 * n; ++x) {
@@ -154,10 +171,14 @@ inline Pairs Regression(const uint8_t* a, const uint8_t* b, int n, bool excludeC
 // The wide twins (row_sums_wide.cc): same results, any alignment, any n >= 0.
 uint64_t WideSum(const uint8_t* p, int n);
 uint64_t WideSum(const uint16_t* p, int n);
+// The sum of every pixel of `height` rows `pitch` bytes apart, reduced once.
+uint64_t WideSumRows(const uint8_t* first, ptrdiff_t pitch, int width, int height);
 uint64_t WideMinMaxSum(const uint8_t* p, int n, uint8_t& minimum, uint8_t& maximum);
 uint64_t WideMinMaxSum(const uint16_t* p, int n, uint16_t& minimum, uint16_t& maximum);
 SumSq WideSumSquares(const uint8_t* p, int n);
 SumSq WideSumSquares(const uint16_t* p, int n);
+// The sums of `height` rows `pitch` bytes apart, one per row into out[0..height).
+void WideSumSquaresRows(const uint8_t* first, ptrdiff_t pitch, int width, int height, SumSq* out);
 void WideMinMax(const uint8_t* p, int n, uint8_t& minimum, uint8_t& maximum);
 void WideMinMax(const uint16_t* p, int n, uint16_t& minimum, uint16_t& maximum);
 Below WideCountBelow(const uint8_t* p, int n, uint32_t low, uint32_t high);
@@ -171,9 +192,17 @@ uint64_t WideFocus(const uint16_t* p, const uint16_t* below, int n);
 // BW8 moments: the sums modulo 2^32, the width of their accumulators, zero-extended.
 Spatial WideWeighted32(const uint8_t* p, int n);
 Spatial WideBinary32(const uint8_t* p, int n, uint32_t threshold);
+// The moment sums modulo 2^64, as the scalar ones.
+Spatial WideWeighted(const uint8_t* p, int n);
+Spatial WideWeighted(const uint16_t* p, int n);
+Spatial WideBinary(const uint8_t* p, int n, uint32_t threshold);
+Spatial WideBinary(const uint16_t* p, int n, uint32_t threshold);
+uint32_t WideProfile(const uint8_t* p, int n, uint32_t* columns, bool binary, uint32_t threshold);
+uint32_t WideProfile(const uint16_t* p, int n, uint32_t* columns, bool binary, uint32_t threshold);
 Pairs WideRegression(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped);
 // C24 rows of n pixels; the results are added to out[0..2].
 void WideSumSquares3(const uint8_t* p, int n, SumSq* out);
+void WideSum3(const uint8_t* p, int n, SumSq* out);
 void WideSquareDiff3(const uint8_t* a, const uint8_t* b, int n, SumSq* out);
 void WideFocus3(const uint8_t* p, const uint8_t* below, int n, uint64_t* out);
 uint64_t WideCountDiffer3(const uint8_t* a, const uint8_t* b, int n);

@@ -1,8 +1,13 @@
 // Wide twins of the row sums (row_sums.h). Integer sums are exact whatever the order of the
 // additions, so the lanes may add in any order and the results equal the scalar ones. Squares of
-// bytes go through 16-bit lanes and pairwise multiply-add into 32-bit lanes, flushed into 64 bits
-// before they could overflow; the 16-bit squares through 64-bit even-lane products.
+// bytes go into 32-bit lanes (by VNNI's byte dot product where the processor has it, else by
+// 16-bit pairwise multiply-add), flushed into 64 bits before they could overflow; the 16-bit
+// squares through 64-bit even-lane products.
 #undef HWY_TARGET_INCLUDE
+// This file alone also builds the AVX3_DL target, for the byte dot product of the squares.
+#ifndef HWY_WANT_AVX3_DL
+#define HWY_WANT_AVX3_DL
+#endif
 #define HWY_TARGET_INCLUDE "measure/row_sums_wide.cc"
 #include "hwy/foreach_target.h"  // IWYU pragma: keep
 #include "hwy/highway.h"
@@ -21,9 +26,17 @@ using namespace measure;
 // One lane: nothing to gain, the scalar rows serve.
 uint64_t Sum8(const uint8_t* p, int n) { return scalar::Sum(p, n); }
 uint64_t Sum16(const uint16_t* p, int n) { return scalar::Sum(p, n); }
+uint64_t SumRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
+  uint64_t r = 0;
+  for (int y = 0; y < height; ++y) r += scalar::Sum(first + y * pitch, n);
+  return r;
+}
 uint64_t MinMaxSum8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 uint64_t MinMaxSum16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 SumSq SumSquares8(const uint8_t* p, int n) { return scalar::SumSquares(p, n); }
+void SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height, SumSq* out) {
+  for (int y = 0; y < height; ++y) out[y] = scalar::SumSquares(first + y * pitch, n);
+}
 SumSq SumSquares16(const uint16_t* p, int n) { return scalar::SumSquares(p, n); }
 void MinMax8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { scalar::MinMax(p, n, lo, hi); }
 void MinMax16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { scalar::MinMax(p, n, lo, hi); }
@@ -37,8 +50,15 @@ uint64_t Focus8(const uint8_t* p, const uint8_t* q, int n) { return scalar::Focu
 uint64_t Focus16(const uint16_t* p, const uint16_t* q, int n) { return scalar::Focus(p, q, n); }
 Spatial Weighted8(const uint8_t* p, int n) { return scalar::Weighted(p, n); }
 Spatial Binary8(const uint8_t* p, int n, uint32_t t) { return scalar::Binary(p, n, t); }
+Spatial Weighted64x8(const uint8_t* p, int n) { return scalar::Weighted(p, n); }
+Spatial Binary64x8(const uint8_t* p, int n, uint32_t t) { return scalar::Binary(p, n, t); }
+Spatial Weighted16(const uint16_t* p, int n) { return scalar::Weighted(p, n); }
+Spatial Binary16(const uint16_t* p, int n, uint32_t t) { return scalar::Binary(p, n, t); }
+uint32_t Profile8(const uint8_t* p, int n, uint32_t* c, bool b, uint32_t t) { return scalar::Profile(p, n, c, b, t); }
+uint32_t Profile16(const uint16_t* p, int n, uint32_t* c, bool b, uint32_t t) { return scalar::Profile(p, n, c, b, t); }
 Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool c) { return scalar::Regression(a, b, n, c); }
 void SumSquaresC24(const uint8_t* p, int n, SumSq* out) { scalar::SumSquares3(p, n, out); }
+void SumC24(const uint8_t* p, int n, SumSq* out) { scalar::Sum3(p, n, out); }
 void SquareDiffC24(const uint8_t* a, const uint8_t* b, int n, SumSq* out) { scalar::SquareDiff3(a, b, n, out); }
 void FocusC24(const uint8_t* p, const uint8_t* q, int n, uint64_t* out) { scalar::Focus3(p, q, n, out); }
 uint64_t CountDifferC24(const uint8_t* a, const uint8_t* b, int n) { return scalar::CountDiffer3(a, b, n); }
@@ -53,11 +73,43 @@ HWY_INLINE uint64_t SumLanes(D d, hn::Vec<D> v) {
   return s;
 }
 
+// The total of 64-bit lanes by Highway's reduction, cheaper than a store and a loop.
+template <class D>
+HWY_INLINE uint64_t Total64(D d, hn::Vec<D> v) {
+  return static_cast<uint64_t>(hn::GetLane(hn::SumOfLanes(d, v)));
+}
+
+// The totals of the 64-bit lanes of a and of b, added to ta and tb: one interleave and a halving
+// fold serve both.
+template <class D>
+HWY_INLINE void Fold2(D d, hn::Vec<D> v, int64_t& ta, int64_t& tb) {
+  if constexpr (hn::MaxLanes(D()) > 2) {
+    const hn::Half<D> dh;
+    Fold2(dh, hn::Add(hn::LowerHalf(dh, v), hn::UpperHalf(dh, v)), ta, tb);
+  } else {
+    ta += hn::GetLane(v), tb += hn::ExtractLane(v, 1);
+    (void)d;
+  }
+}
+template <class D>
+HWY_INLINE void Totals2(D d, hn::Vec<D> a, hn::Vec<D> b, int64_t& ta, int64_t& tb) {
+  Fold2(d, hn::Add(hn::InterleaveLower(d, a, b), hn::InterleaveUpper(d, a, b)), ta, tb);
+}
+
+// Signed 32-bit lanes widened to 64, in pairs, so that their total cannot overflow.
+template <class D>
+HWY_INLINE hn::Vec<hn::Repartition<int64_t, D>> Widen32(D d, hn::Vec<D> v) {
+  const hn::Half<D> dh;
+  const hn::Repartition<int64_t, D> d64;
+  (void)d;
+  return hn::Add(hn::PromoteTo(d64, hn::LowerHalf(dh, v)), hn::PromoteTo(d64, hn::UpperHalf(dh, v)));
+}
+
 // Iterations of a byte loop between two flushes of its 32-bit square sums: at most four pairs of
 // squares of 255 a lane per iteration, 2048 * 4 * 130050 < 2^31.
 constexpr int kFlush8 = 2048;
 
-// Adds the squares of the bytes of v, in pairs, to the 32-bit lanes of acc.
+// Adds the products of the bytes of v and w, in pairs, to the 32-bit lanes of acc.
 template <class D8>
 HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddSquares8(D8 d8, hn::Vec<D8> v, hn::Vec<D8> w,
                                                              hn::Vec<hn::Repartition<int32_t, D8>> acc) {
@@ -71,6 +123,52 @@ HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddSquares8(D8 d8, hn::Vec<D8> 
   acc = hn::ReorderWidenMulAccumulate(d32, v0, w0, acc, unused);
   return hn::ReorderWidenMulAccumulate(d32, v1, w1, acc, unused);
 }
+
+// Squares of bytes gathered in 32-bit lanes, four bytes a lane per vector. With VNNI (AVX3_DL)
+// one dot product adds v * (v - 128) (the byte unsigned times the byte xor 0x80 read signed);
+// the caller adds kSquareBias times the sum of the bytes, since v * v = v * (v - 128) + 128 * v.
+// Elsewhere the even and odd bytes go to 16-bit lanes and pairwise multiply-add. Either way a
+// lane grows by less than 2^18 a vector in magnitude, so kSquareRun vectors cannot overflow it.
+constexpr int kSquareRun = 8192;
+#if HWY_TARGET == HWY_AVX3_DL
+// Highway 1.0.3 neither wraps the byte dot product nor names avx512vnni for this target.
+#define KELMIRA_DOT_ATTR __attribute__((target("avx512vnni")))
+constexpr int64_t kSquareBias = 128;
+template <class D8>
+KELMIRA_DOT_ATTR HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddSquareBytes(
+    D8 d8, hn::Vec<D8> v, hn::Vec<hn::Repartition<int32_t, D8>> acc) {
+  static_assert(hn::MaxLanes(D8()) == 64, "full 512-bit vectors");
+  const auto s = hn::Xor(v, hn::Set(d8, uint8_t{0x80}));
+  return hn::Vec<hn::Repartition<int32_t, D8>>{_mm512_dpbusd_epi32(acc.raw, v.raw, s.raw)};
+}
+// The bytes' sums in 32-bit lanes: a dot product with ones.
+template <class D8>
+KELMIRA_DOT_ATTR HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddByteSums(
+    D8 d8, hn::Vec<D8> v, hn::Vec<hn::Repartition<int32_t, D8>> acc) {
+  return hn::Vec<hn::Repartition<int32_t, D8>>{_mm512_dpbusd_epi32(acc.raw, v.raw, hn::Set(d8, uint8_t{1}).raw)};
+}
+#else
+#define KELMIRA_DOT_ATTR
+constexpr int64_t kSquareBias = 0;
+template <class D8>
+HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddSquareBytes(D8 /*d8*/, hn::Vec<D8> v,
+                                                                hn::Vec<hn::Repartition<int32_t, D8>> acc) {
+  const hn::Repartition<int16_t, D8> d16;
+  const hn::Repartition<int32_t, D8> d32;
+  const auto w = hn::BitCast(d16, v);
+  const auto even = hn::And(w, hn::Set(d16, int16_t{0xFF}));
+  const auto odd = hn::BitCast(d16, hn::ShiftRight<8>(hn::BitCast(hn::Repartition<uint16_t, D8>(), v)));
+  auto unused = hn::Zero(d32);
+  acc = hn::ReorderWidenMulAccumulate(d32, even, even, acc, unused);
+  return hn::ReorderWidenMulAccumulate(d32, odd, odd, acc, unused);
+}
+// The bytes' sums in 32-bit lanes: sums of eight, each in the low half of a 64-bit lane.
+template <class D8>
+HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddByteSums(D8 /*d8*/, hn::Vec<D8> v,
+                                                             hn::Vec<hn::Repartition<int32_t, D8>> acc) {
+  return hn::Add(acc, hn::BitCast(hn::Repartition<int32_t, D8>(), hn::SumsOf8(v)));
+}
+#endif
 
 // Adds the squares of the 16-bit lanes of v to the 64-bit lanes of acc.
 template <class D16>
@@ -153,10 +251,31 @@ HWY_INLINE uint64_t SumT(const S* p, int n, S& minimum, S& maximum) {
   }
   return total + scalar::Sum(p + x, n - x);
 }
-uint64_t Sum8(const uint8_t* p, int n) {
-  uint8_t lo = 0, hi = 0;
-  return SumT<false>(p, n, lo, hi);
+// Bytes: sums of eight into 64-bit lanes, which no view can overflow; four accumulators so that
+// the additions do not wait on each other. SumRows8 keeps them across the rows of a view and
+// reduces once.
+HWY_INLINE void AddRow8(const uint8_t* p, int n, hn::Vec<hn::ScalableTag<uint64_t>> (&s)[4], uint64_t& tail) {
+  const hn::ScalableTag<uint8_t> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  int x = 0;
+  for (; x + 4 * lanes <= n; x += 4 * lanes) {
+    s[0] = hn::Add(s[0], hn::SumsOf8(hn::LoadU(d8, p + x)));
+    s[1] = hn::Add(s[1], hn::SumsOf8(hn::LoadU(d8, p + x + lanes)));
+    s[2] = hn::Add(s[2], hn::SumsOf8(hn::LoadU(d8, p + x + 2 * lanes)));
+    s[3] = hn::Add(s[3], hn::SumsOf8(hn::LoadU(d8, p + x + 3 * lanes)));
+  }
+  for (; x + lanes <= n; x += lanes) s[0] = hn::Add(s[0], hn::SumsOf8(hn::LoadU(d8, p + x)));
+  tail += scalar::Sum(p + x, n - x);
 }
+uint64_t SumRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
+  const hn::ScalableTag<uint64_t> d64;
+  hn::Vec<decltype(d64)> s[4] = {hn::Zero(d64), hn::Zero(d64), hn::Zero(d64), hn::Zero(d64)};
+  uint64_t tail = 0;
+  for (int y = 0; y < height; ++y) AddRow8(first + y * pitch, n, s, tail);
+  return Total64(d64, hn::Add(hn::Add(s[0], s[1]), hn::Add(s[2], s[3]))) + tail;
+}
+uint64_t Sum8(const uint8_t* p, int n) { return SumRows8(p, 0, n, 1); }
+
 uint64_t Sum16(const uint16_t* p, int n) {
   uint16_t lo = 0, hi = 0;
   return SumT<false>(p, n, lo, hi);
@@ -164,27 +283,46 @@ uint64_t Sum16(const uint16_t* p, int n) {
 uint64_t MinMaxSum8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { return SumT<true>(p, n, lo, hi); }
 uint64_t MinMaxSum16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { return SumT<true>(p, n, lo, hi); }
 
-SumSq SumSquares8(const uint8_t* p, int n) {
+// Sums and squares in 32-bit lanes, each run flushed into 64 bits: the sums stay far below 2^31.
+KELMIRA_DOT_ATTR SumSq SumSquares8(const uint8_t* p, int n) {
   const hn::ScalableTag<uint8_t> d8;
-  const hn::Repartition<uint64_t, decltype(d8)> d64;
   const hn::Repartition<int32_t, decltype(d8)> d32;
+  const hn::Repartition<int64_t, decltype(d8)> d64;
   const int lanes = static_cast<int>(hn::Lanes(d8));
-  auto sums = hn::Zero(d64);
-  uint64_t squares = 0;
+  int64_t sum = 0, squares = 0;
   int x = 0;
   while (x + lanes <= n) {
-    auto q = hn::Zero(d32);
-    for (int k = 0; k < kFlush8 && x + lanes <= n; ++k, x += lanes) {
-      const auto v = hn::LoadU(d8, p + x);
-      sums = hn::Add(sums, hn::SumsOf8(v));
-      q = AddSquares8(d8, v, v, q);
+    const int stop = n - x > kSquareRun * lanes ? x + kSquareRun * lanes : n;
+    auto q0 = hn::Zero(d32), q1 = q0, q2 = q0, q3 = q0, s0 = q0, s1 = q0, s2 = q0, s3 = q0;
+    for (; x + 4 * lanes <= stop; x += 4 * lanes) {
+      const auto v0 = hn::LoadU(d8, p + x), v1 = hn::LoadU(d8, p + x + lanes);
+      const auto v2 = hn::LoadU(d8, p + x + 2 * lanes), v3 = hn::LoadU(d8, p + x + 3 * lanes);
+      s0 = AddByteSums(d8, v0, s0);
+      s1 = AddByteSums(d8, v1, s1);
+      s2 = AddByteSums(d8, v2, s2);
+      s3 = AddByteSums(d8, v3, s3);
+      q0 = AddSquareBytes(d8, v0, q0);
+      q1 = AddSquareBytes(d8, v1, q1);
+      q2 = AddSquareBytes(d8, v2, q2);
+      q3 = AddSquareBytes(d8, v3, q3);
     }
-    squares += SumLanes(d32, q);
+    for (; x + lanes <= stop; x += lanes) {
+      const auto v = hn::LoadU(d8, p + x);
+      s0 = AddByteSums(d8, v, s0);
+      q0 = AddSquareBytes(d8, v, q0);
+    }
+    // The four together stay below 2^31 in magnitude: kSquareRun vectors in all.
+    Totals2(d64, Widen32(d32, hn::Add(hn::Add(s0, s1), hn::Add(s2, s3))),
+            Widen32(d32, hn::Add(hn::Add(q0, q1), hn::Add(q2, q3))), sum, squares);
   }
   SumSq r = scalar::SumSquares(p + x, n - x);
-  r.sum += SumLanes(d64, sums);
-  r.squares += squares;
+  r.sum += static_cast<uint64_t>(sum);
+  r.squares += static_cast<uint64_t>(squares + kSquareBias * sum);
   return r;
+}
+
+KELMIRA_DOT_ATTR void SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height, SumSq* out) {
+  for (int y = 0; y < height; ++y) out[y] = SumSquares8(first + y * pitch, n);
 }
 
 SumSq SumSquares16(const uint16_t* p, int n) {
@@ -387,6 +525,90 @@ Spatial Binary8(const uint8_t* p, int n, uint32_t threshold) {
   return Cut32(SumLanes(d32, w) + r.w, SumLanes(d32, wx) + r.wx, SumLanes(d32, wxx) + r.wxx);
 }
 
+// Exact moment sums in 64-bit lanes, products and sums modulo 2^64 as the scalar ones are: the
+// BW16 moments, and the stretches of the inertia. The pixels load a fraction of a vector at a time
+// and widen in two steps.
+template <class S, class D64>
+HWY_INLINE hn::Vec<D64> Load64(D64 d64, const S* p) {
+  const hn::Rebind<uint32_t, D64> d32;
+  return hn::PromoteTo(d64, hn::PromoteTo(d32, hn::LoadU(hn::Rebind<S, D64>(), p)));
+}
+
+template <class S>
+Spatial Weighted64(const S* p, int n) {
+  const hn::ScalableTag<uint64_t> d64;
+  const int lanes = static_cast<int>(hn::Lanes(d64));
+  const auto step = hn::Set(d64, static_cast<uint64_t>(lanes));
+  auto vx = hn::Iota(d64, 0);
+  auto w = hn::Zero(d64), wx = w, wxx = w;
+  int x = 0;
+  for (; x + lanes <= n; x += lanes, vx = hn::Add(vx, step)) {
+    const auto g = Load64(d64, p + x);
+    const auto gx = hn::Mul(g, vx);
+    w = hn::Add(w, g);
+    wx = hn::Add(wx, gx);
+    wxx = hn::Add(wxx, hn::Mul(gx, vx));
+  }
+  Spatial r{Total64(d64, w), Total64(d64, wx), Total64(d64, wxx)};
+  for (int i = x; i < n; ++i) {
+    const uint64_t g = p[i], ux = static_cast<uint64_t>(i);
+    r.w += g, r.wx += g * ux, r.wxx += g * ux * ux;
+  }
+  return r;
+}
+
+template <class S>
+Spatial Binary64(const S* p, int n, uint32_t threshold) {
+  if (threshold > static_cast<S>(~S{0})) return Spatial{};
+  const hn::ScalableTag<uint64_t> d64;
+  const int lanes = static_cast<int>(hn::Lanes(d64));
+  const auto step = hn::Set(d64, static_cast<uint64_t>(lanes));
+  const auto t = hn::Set(d64, threshold), one = hn::Set(d64, 1u);
+  auto vx = hn::Iota(d64, 0);
+  auto w = hn::Zero(d64), wx = w, wxx = w;
+  int x = 0;
+  for (; x + lanes <= n; x += lanes, vx = hn::Add(vx, step)) {
+    const auto on = hn::Lt(t, hn::Add(Load64(d64, p + x), one));  // v >= t
+    w = hn::Add(w, hn::IfThenElseZero(on, one));
+    wx = hn::Add(wx, hn::IfThenElseZero(on, vx));
+    wxx = hn::Add(wxx, hn::IfThenElseZero(on, hn::Mul(vx, vx)));
+  }
+  Spatial r{Total64(d64, w), Total64(d64, wx), Total64(d64, wxx)};
+  for (int i = x; i < n; ++i)
+    if (p[i] >= threshold) {
+      const uint64_t ux = static_cast<uint64_t>(i);
+      r.w += 1, r.wx += ux, r.wxx += ux * ux;
+    }
+  return r;
+}
+Spatial Weighted64x8(const uint8_t* p, int n) { return Weighted64(p, n); }
+Spatial Binary64x8(const uint8_t* p, int n, uint32_t t) { return Binary64(p, n, t); }
+Spatial Weighted16(const uint16_t* p, int n) { return Weighted64(p, n); }
+Spatial Binary16(const uint16_t* p, int n, uint32_t t) { return Binary64(p, n, t); }
+
+// Column profile of a stretch in 32-bit lanes that wrap as the scalar entries do; the stretch's
+// total weight is the sum of the lanes it added, modulo 2^32.
+template <class S>
+uint32_t ProfileT(const S* p, int n, uint32_t* columns, bool binary, uint32_t threshold) {
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Rebind<S, decltype(d32)> ds;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  const bool none = binary && threshold > static_cast<S>(~S{0});
+  const auto t = hn::Set(d32, none ? 0u : threshold), one = hn::Set(d32, 1u);
+  auto sum = hn::Zero(d32);
+  int x = 0;
+  for (; x + lanes <= n && !none; x += lanes) {
+    const auto v = hn::PromoteTo(d32, hn::LoadU(ds, p + x));
+    const auto w = binary ? hn::IfThenElseZero(hn::Lt(t, hn::Add(v, one)), one) : v;  // v >= t
+    hn::StoreU(hn::Add(hn::LoadU(d32, columns + x), w), d32, columns + x);
+    sum = hn::Add(sum, w);
+  }
+  if (none) x = n;  // nothing at or above the threshold: no entry changes
+  return static_cast<uint32_t>(SumLanes(d32, sum)) + scalar::Profile(p + x, n - x, columns + x, binary, threshold);
+}
+uint32_t Profile8(const uint8_t* p, int n, uint32_t* c, bool b, uint32_t t) { return ProfileT(p, n, c, b, t); }
+uint32_t Profile16(const uint16_t* p, int n, uint32_t* c, bool b, uint32_t t) { return ProfileT(p, n, c, b, t); }
+
 Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped) {
   const hn::ScalableTag<uint8_t> d8;
   const hn::Repartition<uint64_t, decltype(d8)> d64;
@@ -424,25 +646,41 @@ Pairs Regression8(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped
 }
 // ----- C24: the three bytes of each pixel split into planes as they load -----
 
-void SumSquaresC24(const uint8_t* p, int n, SumSq* out) {
+// Per component: the sums of the bytes, and with kSquares of their squares.
+template <bool kSquares>
+KELMIRA_DOT_ATTR void SumsC24(const uint8_t* p, int n, SumSq* out) {
   const hn::ScalableTag<uint8_t> d8;
   const hn::Repartition<uint64_t, decltype(d8)> d64;
   const hn::Repartition<int32_t, decltype(d8)> d32;
   const int lanes = static_cast<int>(hn::Lanes(d8));
+  const hn::Repartition<int64_t, decltype(d8)> di64;
   hn::Vec<decltype(d64)> sums[3] = {hn::Zero(d64), hn::Zero(d64), hn::Zero(d64)};
+  int64_t sum[3] = {}, squares[3] = {};
   int x = 0;
   while (x + lanes <= n) {
+    // A lane of each component grows by four squares a vector at most, as in the BW8 rows.
+    const int stop = n - x > kSquareRun * lanes ? x + kSquareRun * lanes : n;
     hn::Vec<decltype(d32)> q[3] = {hn::Zero(d32), hn::Zero(d32), hn::Zero(d32)};
-    for (int k = 0; k < kFlush8 && x + lanes <= n; ++k, x += lanes) {
+    for (; x + lanes <= stop; x += lanes) {
       hn::Vec<decltype(d8)> v[3];
       hn::LoadInterleaved3(d8, p + 3 * x, v[0], v[1], v[2]);
-      for (int c = 0; c < 3; ++c) sums[c] = hn::Add(sums[c], hn::SumsOf8(v[c])), q[c] = AddSquares8(d8, v[c], v[c], q[c]);
+      for (int c = 0; c < 3; ++c) {
+        sums[c] = hn::Add(sums[c], hn::SumsOf8(v[c]));
+        if (kSquares) q[c] = AddSquareBytes(d8, v[c], q[c]);
+      }
     }
-    for (int c = 0; c < 3; ++c) out[c].squares += SumLanes(d32, q[c]);
+    for (int c = 0; c < 3 && kSquares; ++c) squares[c] += hn::GetLane(hn::SumOfLanes(di64, Widen32(d32, q[c])));
   }
-  for (int c = 0; c < 3; ++c) out[c].sum += SumLanes(d64, sums[c]);
-  scalar::SumSquares3(p + 3 * x, n - x, out);
+  for (int c = 0; c < 3; ++c) {
+    sum[c] = static_cast<int64_t>(Total64(d64, sums[c]));
+    out[c].sum += static_cast<uint64_t>(sum[c]);
+    if (kSquares) out[c].squares += static_cast<uint64_t>(squares[c] + kSquareBias * sum[c]);
+  }
+  if (kSquares) scalar::SumSquares3(p + 3 * x, n - x, out);
+  else scalar::Sum3(p + 3 * x, n - x, out);
 }
+void SumSquaresC24(const uint8_t* p, int n, SumSq* out) { SumsC24<true>(p, n, out); }
+void SumC24(const uint8_t* p, int n, SumSq* out) { SumsC24<false>(p, n, out); }
 
 void SquareDiffC24(const uint8_t* a, const uint8_t* b, int n, SumSq* out) {
   const hn::ScalableTag<uint8_t> d8;
@@ -510,10 +748,12 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kelmira::measure {
 HWY_EXPORT(Sum8);
+HWY_EXPORT(SumRows8);
 HWY_EXPORT(Sum16);
 HWY_EXPORT(MinMaxSum8);
 HWY_EXPORT(MinMaxSum16);
 HWY_EXPORT(SumSquares8);
+HWY_EXPORT(SumSquaresRows8);
 HWY_EXPORT(SumSquares16);
 HWY_EXPORT(MinMax8);
 HWY_EXPORT(MinMax16);
@@ -527,13 +767,23 @@ HWY_EXPORT(Focus8);
 HWY_EXPORT(Focus16);
 HWY_EXPORT(Weighted8);
 HWY_EXPORT(Binary8);
+HWY_EXPORT(Weighted64x8);
+HWY_EXPORT(Binary64x8);
+HWY_EXPORT(Weighted16);
+HWY_EXPORT(Binary16);
+HWY_EXPORT(Profile8);
+HWY_EXPORT(Profile16);
 HWY_EXPORT(Regression8);
 HWY_EXPORT(SumSquaresC24);
+HWY_EXPORT(SumC24);
 HWY_EXPORT(SquareDiffC24);
 HWY_EXPORT(FocusC24);
 HWY_EXPORT(CountDifferC24);
 
 uint64_t WideSum(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Sum8)(p, n); }
+uint64_t WideSumRows(const uint8_t* first, ptrdiff_t pitch, int width, int height) {
+  return HWY_DYNAMIC_DISPATCH(SumRows8)(first, pitch, width, height);
+}
 uint64_t WideSum(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Sum16)(p, n); }
 uint64_t WideMinMaxSum(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) {
   return HWY_DYNAMIC_DISPATCH(MinMaxSum8)(p, n, lo, hi);
@@ -543,6 +793,9 @@ uint64_t WideMinMaxSum(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) {
 }
 SumSq WideSumSquares(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares8)(p, n); }
 SumSq WideSumSquares(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares16)(p, n); }
+void WideSumSquaresRows(const uint8_t* first, ptrdiff_t pitch, int width, int height, SumSq* out) {
+  HWY_DYNAMIC_DISPATCH(SumSquaresRows8)(first, pitch, width, height, out);
+}
 void WideMinMax(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax8)(p, n, lo, hi); }
 void WideMinMax(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax16)(p, n, lo, hi); }
 Below WideCountBelow(const uint8_t* p, int n, uint32_t low, uint32_t high) {
@@ -561,10 +814,25 @@ uint64_t WideFocus(const uint8_t* p, const uint8_t* below, int n) { return HWY_D
 uint64_t WideFocus(const uint16_t* p, const uint16_t* below, int n) { return HWY_DYNAMIC_DISPATCH(Focus16)(p, below, n); }
 Spatial WideWeighted32(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Weighted8)(p, n); }
 Spatial WideBinary32(const uint8_t* p, int n, uint32_t threshold) { return HWY_DYNAMIC_DISPATCH(Binary8)(p, n, threshold); }
+Spatial WideWeighted(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Weighted64x8)(p, n); }
+Spatial WideBinary(const uint8_t* p, int n, uint32_t threshold) {
+  return HWY_DYNAMIC_DISPATCH(Binary64x8)(p, n, threshold);
+}
+uint32_t WideProfile(const uint8_t* p, int n, uint32_t* columns, bool binary, uint32_t threshold) {
+  return HWY_DYNAMIC_DISPATCH(Profile8)(p, n, columns, binary, threshold);
+}
+uint32_t WideProfile(const uint16_t* p, int n, uint32_t* columns, bool binary, uint32_t threshold) {
+  return HWY_DYNAMIC_DISPATCH(Profile16)(p, n, columns, binary, threshold);
+}
+Spatial WideWeighted(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(Weighted16)(p, n); }
+Spatial WideBinary(const uint16_t* p, int n, uint32_t threshold) {
+  return HWY_DYNAMIC_DISPATCH(Binary16)(p, n, threshold);
+}
 Pairs WideRegression(const uint8_t* a, const uint8_t* b, int n, bool excludeClipped) {
   return HWY_DYNAMIC_DISPATCH(Regression8)(a, b, n, excludeClipped);
 }
 void WideSumSquares3(const uint8_t* p, int n, SumSq* out) { HWY_DYNAMIC_DISPATCH(SumSquaresC24)(p, n, out); }
+void WideSum3(const uint8_t* p, int n, SumSq* out) { HWY_DYNAMIC_DISPATCH(SumC24)(p, n, out); }
 void WideSquareDiff3(const uint8_t* a, const uint8_t* b, int n, SumSq* out) {
   HWY_DYNAMIC_DISPATCH(SquareDiffC24)(a, b, n, out);
 }

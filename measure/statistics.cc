@@ -43,8 +43,13 @@ void RowSums(bool wide, const Storage<P>* row, int width, SumSq* out, bool squar
     else out[0].sum = Sum(wide, row, width);
   } else {
     for (int k = 0; k < kChannels<P>; ++k) out[k] = SumSq{};
-    if (wide) WideSumSquares3(row, width, out);
-    else scalar::SumSquares3(row, width, out);
+    if (squares) {
+      if (wide) WideSumSquares3(row, width, out);
+      else scalar::SumSquares3(row, width, out);
+    } else {
+      if (wide) WideSum3(row, width, out);
+      else scalar::Sum3(row, width, out);
+    }
   }
 }
 
@@ -56,9 +61,15 @@ bool Averages(ZROI<P>* view, float* averages) {
   const bool wide = Wide();
   uint64_t total[kChannels<P>] = {};
   SumSq row[kChannels<P>];
-  for (int y = 0; y < view->GetHeight(); ++y) {
-    RowSums<P>(wide, rows[y], view->GetWidth(), row, false);
-    for (int k = 0; k < kChannels<P>; ++k) total[k] += row[k].sum;
+  if (std::is_same_v<P, ZBW8> && wide) {
+    // One integer total: the wide path keeps its lanes across the rows and reduces once.
+    total[0] = WideSumRows(reinterpret_cast<const uint8_t*>(rows[0]), view->GetRowPitch(), view->GetWidth(),
+                           view->GetHeight());
+  } else {
+    for (int y = 0; y < view->GetHeight(); ++y) {
+      RowSums<P>(wide, rows[y], view->GetWidth(), row, false);
+      for (int k = 0; k < kChannels<P>; ++k) total[k] += row[k].sum;
+    }
   }
   for (int k = 0; k < kChannels<P>; ++k) {
     const uint64_t sum = sizeof(Storage<P>) == 1 ? static_cast<uint32_t>(total[k]) : total[k];
@@ -84,10 +95,24 @@ bool Variances(ZROI<P>* view, float* variances, float* means) {
   const bool wide = Wide();
   Moments2 m[kChannels<P>];
   SumSq row[kChannels<P>];
-  for (int y = 0; y < view->GetHeight(); ++y) {
-    RowSums<P>(wide, rows[y], view->GetWidth(), row);
-    for (int k = 0; k < kChannels<P>; ++k)
-      m[k].s += static_cast<double>(row[k].sum), m[k].q += static_cast<double>(row[k].squares);
+  if (std::is_same_v<P, ZBW8> && wide) {
+    // The wide rows come a block at a time, one call for many rows; their sums enter the
+    // doubles row by row as below.
+    constexpr int kBlock = 64;
+    SumSq block[kBlock];
+    for (int y = 0; y < view->GetHeight(); y += kBlock) {
+      const int count = view->GetHeight() - y < kBlock ? view->GetHeight() - y : kBlock;
+      WideSumSquaresRows(reinterpret_cast<const uint8_t*>(rows[y]), view->GetRowPitch(), view->GetWidth(), count,
+                         block);
+      for (int i = 0; i < count; ++i)
+        m[0].s += static_cast<double>(block[i].sum), m[0].q += static_cast<double>(block[i].squares);
+    }
+  } else {
+    for (int y = 0; y < view->GetHeight(); ++y) {
+      RowSums<P>(wide, rows[y], view->GetWidth(), row);
+      for (int k = 0; k < kChannels<P>; ++k)
+        m[k].s += static_cast<double>(row[k].sum), m[k].q += static_cast<double>(row[k].squares);
+    }
   }
   Moments2 all;
   for (int k = 0; k < kChannels<P>; ++k) {

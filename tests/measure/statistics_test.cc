@@ -203,6 +203,23 @@ TEST(PixelStatistics, WrapsAndRounding) {
     LumPixelVariance(&flat, variance, mean);
     EXPECT_EQ(variance, 0.0f);
   });
+  // One row longer than the wide squares gather in 32-bit lanes before they flush, on every target.
+  const int w = 600001;
+  ZImage<ZBW8> row(w, 1);
+  std::memset(row.GetGenericImagePtr(0, 0), 255, w);
+  row.SetPixel(ZBW8(0), 0, 0);
+  const double s = 255.0 * (w - 1), q = 65025.0 * (w - 1);
+  ZImage<ZC24> colour(w, 1);
+  std::memset(colour.GetGenericImagePtr(0, 0), 255, 3 * size_t(w));
+  colour.SetPixel(ZC24(0, 0, 0), 0, 0);
+  for (int64_t target : kt::Targets()) {
+    const kt::TargetSetting setting(target);
+    float variance = -1, mean = 0, v[4] = {}, m[3];
+    LumPixelVariance(&row, variance, mean);
+    EXPECT_EQ(variance, float((double(w) * q - s * s) / (double(w) * w))) << target;
+    LumPixelVariance(&colour, v[0], v[1], v[2], m[0], m[1], m[2], v[3]);
+    EXPECT_EQ(v[2], variance) << target;
+  }
 }
 
 TEST(PixelStatistics, TheTwoAreaFormsDifferAtTheThreshold) {
