@@ -423,7 +423,13 @@ struct CallbackScope {
     py::gil_scoped_acquire gil;
     if (scope == nullptr || scope->error) return Result{};
     try {
-      return py::cast<Result>(scope->function(argument));
+      py::object result = scope->function(argument);
+      try {
+        return py::cast<Result>(result);
+      } catch (const py::cast_error&) {
+        throw py::type_error("the callable returned " + std::string(py::repr(result)) +
+                             ", which does not fit the pixel type");
+      }
     } catch (...) {
       scope->error = std::current_exception();
       return Result{};

@@ -124,6 +124,16 @@ void BindCore(py::module_& m) {
   m.def("ZGetError", [] { return static_cast<int>(ZGetError()); }, py::doc(Doc("ZGetError")));
   m.def("ZGetErrorText", [](int e) { return std::string(ZGetErrorText(static_cast<Z_ERRORS>(e))); },
         py::arg("error"), py::doc(Doc("ZGetErrorText")));
+  m.def("ZOk", [] { return static_cast<int>(ZOk()); }, py::doc(Doc("ZOk")));
+  m.def("ZSetError", [](int e) { return static_cast<int>(ZSetError(static_cast<Z_ERRORS>(e))); }, py::arg("error"),
+        py::doc(Doc("ZSetError")));
+  m.def("ZSetGateError", [](int e) { ZSetGateError(static_cast<Z_ERRORS>(e)); }, py::arg("error"),
+        py::doc(Doc("ZSetGateError")));
+  m.def("ZGetTraceCount", &ZGetTraceCount, py::doc(Doc("ZGetTraceCount")));
+  m.def("ZGetTraceEntry", [](int i) -> py::object {
+    const char* e = ZGetTraceEntry(i);
+    return e ? py::object(py::str(e)) : py::object(py::none());
+  }, py::arg("index"), py::doc(Doc("ZGetTraceEntry")));
   m.def("ZGetTrace", [] {
     py::list t;
     for (int i = 0; i < ZGetTraceCount(); ++i) t.append(py::str(ZGetTraceEntry(i)));
