@@ -200,15 +200,17 @@ struct Arg<ZImage<T>*> : SrcArg<T> {  // an image parameter (Hysteresis's direct
 };
 
 // A table (ZBW8Vector, ZBW16Vector) from any 1-D array: its elements are copied in.
+// A kelmira vector object is used as it is, without a copy.
 template <class Vc>
 struct Vec {
   Vc vector;
+  Vc* given = nullptr;
   bool null = false;  // None: the operator gets a null table
 };
 template <class Vc>
 struct VecArg {
   using type = Vec<Vc>&;
-  static Vc* get(Vec<Vc>& v) { return v.null ? nullptr : &v.vector; }
+  static Vc* get(Vec<Vc>& v) { return v.null ? nullptr : v.given ? v.given : &v.vector; }
   static void Note(Frame&, Vec<Vc>&) {}
   static void Collect(Frame&, Vec<Vc>&) {}
 };
@@ -219,9 +221,11 @@ struct Arg<ZBW16Vector*> : VecArg<ZBW16Vector> {};
 template <>
 struct Arg<ZBWHistogramVector*> : VecArg<ZBWHistogramVector> {};
 
-// A histogram that the operator fills: passed as None (or left out), returned as a uint32 array.
+// A histogram that the operator fills: passed as None (or left out), returned as a uint32 array;
+// a kelmira.ZBWHistogramVector given is filled in place and returned.
 struct HistogramOut {
   ZBWHistogramVector vector;
+  py::object given;
 };
 
 template <class A>
@@ -242,10 +246,13 @@ struct DstArg<ZROI<T>*> {
 template <>
 struct DstArg<ZBWHistogramVector*> {
   using type = HistogramOut&;
-  static ZBWHistogramVector* get(HistogramOut& h) { return &h.vector; }
+  static ZBWHistogramVector* get(HistogramOut& h) {
+    return h.given ? h.given.cast<ZBWHistogramVector*>() : &h.vector;
+  }
   static void Note(Frame&, HistogramOut&) {}
   static void Make(Frame&, HistogramOut&) {}
   static void Collect(Frame& f, HistogramOut& h) {
+    if (h.given) return f.Add(h.given);
     const auto n = static_cast<py::ssize_t>(h.vector.GetNumElements());
     f.Add(h.vector.GetDataPtr() ? py::array_t<uint32_t>(n, h.vector.GetDataPtr()) : py::array_t<uint32_t>(0));
   }
@@ -255,14 +262,16 @@ struct DstArg<ZBWHistogramVector*> {
 // a uint8 array.
 struct TableOut {
   ZBW8Vector vector;
+  py::object given;  // a kelmira.ZBW8Vector, filled in place
 };
 template <>
 struct DstArg<ZBW8Vector*> {
   using type = TableOut&;
-  static ZBW8Vector* get(TableOut& t) { return &t.vector; }
+  static ZBW8Vector* get(TableOut& t) { return t.given ? t.given.cast<ZBW8Vector*>() : &t.vector; }
   static void Note(Frame&, TableOut&) {}
   static void Make(Frame&, TableOut&) {}
   static void Collect(Frame& f, TableOut& t) {
+    if (t.given) return f.Add(t.given);
     const auto n = static_cast<py::ssize_t>(t.vector.GetNumElements());
     py::array_t<uint8_t> out(n);
     if (n > 0 && t.vector.GetDataPtr()) std::memcpy(out.mutable_data(), t.vector.GetDataPtr(), static_cast<size_t>(n));
@@ -602,8 +611,11 @@ struct type_caster<kpy::Dst<T>> {
 };
 template <>
 struct type_caster<kpy::HistogramOut> {
-  PYBIND11_TYPE_CASTER(kpy::HistogramOut, const_name("None"));
-  bool load(handle src, bool) { return src.is_none(); }
+  PYBIND11_TYPE_CASTER(kpy::HistogramOut, const_name("ZBWHistogramVector | None"));
+  bool load(handle src, bool) {
+    if (isinstance<ZBWHistogramVector>(src)) value.given = reinterpret_borrow<object>(src);
+    return src.is_none() || value.given;
+  }
 };
 template <>
 struct type_caster<kpy::Src<ZBW1>> {
@@ -628,8 +640,11 @@ struct type_caster<kpy::Dst<ZBW1>> {
 };
 template <>
 struct type_caster<kpy::TableOut> {
-  PYBIND11_TYPE_CASTER(kpy::TableOut, const_name("None"));
-  bool load(handle src, bool) { return src.is_none(); }
+  PYBIND11_TYPE_CASTER(kpy::TableOut, const_name("ZBW8Vector | None"));
+  bool load(handle src, bool) {
+    if (isinstance<ZBW8Vector>(src)) value.given = reinterpret_borrow<object>(src);
+    return src.is_none() || value.given;
+  }
 };
 template <class E>
 struct type_caster<kpy::ListOut<E>> {
@@ -673,6 +688,10 @@ struct type_caster<kpy::Vec<Vc>> {
   PYBIND11_TYPE_CASTER(kpy::Vec<Vc>, const_name("ndarray[1-D table]"));
   bool load(handle src, bool) {
     if (src.is_none()) return value.null = true;
+    if (isinstance<Vc>(src)) {
+      value.given = src.cast<Vc*>();
+      return true;
+    }
     if (!isinstance<array>(src)) return false;
     auto a = array_t<Builtin, array::c_style | array::forcecast>::ensure(src);
     if (!a || a.ndim() != 1) return false;
