@@ -20,9 +20,9 @@ void Affine(py::module_& m) {
     Def<1u << 8>(m, "LumScaleRotate",
                  static_cast<R (*)(V, float, float, float, float, float, float, float, V, int)>(&LumScaleRotate), a...);
   }, pivots(py::arg("destination") = py::none(), py::arg("interpolationBits")));
-  if constexpr (!std::is_same_v<T, ZC24>) {  // in place
+  if constexpr (!std::is_same_v<T, ZC24>) {  // in place: the source is written, so it is a destination here
     std::apply([&](auto... a) {
-      Def<0>(m, "LumScaleRotate",
+      Def<1>(m, "LumScaleRotate",
              static_cast<R (*)(V, float, float, float, float, float, float, float, int)>(&LumScaleRotate), a...);
     }, pivots(py::arg("interpolationBits")));
   }

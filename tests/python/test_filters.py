@@ -95,6 +95,12 @@ def test_affine_translation_and_refusals(rng, dtype):
     with pytest.raises(K.Error) as e:
         K.LumLinearTransform(a, 1, 0, 0, 0, 1, 0, dst, 3)
     assert e.value.number == 1007 and (dst == 5).all()
+    frozen = a.copy()
+    frozen.flags.writeable = False  # the in-place form writes its source
+    with pytest.raises(ValueError, match="read-only"):
+        K.LumScaleRotate(frozen, 0, 0, 0, 0, 1, 1, 90, 0)
+    turned = a[:, :10].copy()
+    assert K.LumScaleRotate(turned, 5, 5, 5, 5, 1, 1, 0, 0) is turned
     with pytest.raises(K.Error) as e:
         K.LumRegister(a, None, 0, 0, 1, 1, 2, 2, 0, 0, 1, 1, 2, 2, 0)  # collinear pivots
     assert e.value.number == 1050 and e.value.trace[-1].startswith("LumRegister (")
