@@ -63,6 +63,7 @@ void BindMorphology(py::module_& m) {
   ThinThick<void, ZBW16>(m, "LumThin", &LumThin, "LumThick", &LumThick);
   ThinThick<void, ZC24>(m, "LumThin", &LumThin, "LumThick", &LumThick);
   ThinThick<short int, ZBW1>(m, "LumThin", &LumThin, "LumThick", &LumThick);
+  Def<2>(m, "LumMedian", static_cast<short (*)(ZROI<ZBW8>*, ZROI<ZBW8>*)>(&LumMedian), py::arg("source"), OUT);
 }
 
 }  // namespace kpy

@@ -56,6 +56,17 @@ void BindPoint(py::module_& m) {
          ARG("gain"), ARG("offset"));
   Def<2>(m, "LumGainOffset", KFN(void, LumGainOffset, V<ZC24>, V<ZC24>, ZColor, ZColor), ARG("source"), OUT,
          ARG("gain"), ARG("offset"));
+  // A Python callable maps each value (BW8: once per value 0..255 with useTable non-zero).
+  Def<2>(m, "LumTransform", KFN(void, LumTransform, V<ZBW8>, V<ZBW8>, ZBW8 (*)(ZBW8), int), ARG("source"), OUT,
+         ARG("function"), ARG("useTable"));
+  Def<2>(m, "LumTransform", KFN(void, LumTransform, V<ZBW16>, V<ZBW16>, ZBW16 (*)(ZBW16)), ARG("source"), OUT,
+         ARG("function"));
+}
+
+// Colour components: a plane out of a C24 image (through an optional ZColorLookup), or into one.
+void BindComponents(py::module_& m) {
+  Def<2>(m, "HueGetComponent", &HueGetComponent, ARG("source"), OUT, ARG("component"), ARG("lookup") = py::none());
+  Def<2>(m, "HueSetComponent", &HueSetComponent, ARG("source"), ARG("destination"), ARG("component"));
 }
 
 // LumConvert: the destination's type picks the conversion, so it is always given.
@@ -109,6 +120,7 @@ void BindPixelwise(py::module_& m) {
   CopyOneType<ZC24>(m);
   BindPoint(m);
   BindConvert(m);
+  BindComponents(m);
 }
 
 }  // namespace kpy

@@ -7,7 +7,11 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include <array>
 #include <climits>
+#include <cmath>
+#include <exception>
+#include <limits>
 #include <cstring>
 #include <new>
 #include <cstdint>
@@ -120,7 +124,7 @@ void RaiseIfError();
 // ---------------------------------------------------------------------------------------------
 struct Frame {
   int width = -1, height = -1;
-  py::object results[4];
+  py::object results[16];
   int count = 0;
   void Add(py::object o) { results[count++] = std::move(o); }
 };
@@ -168,13 +172,15 @@ template <> struct Arg<ZBW32> : ScalarArg<ZBW32, uint32_t> {};
 // A colour constant as (c0, c1, c2), in memory order; gains and offsets as three floats.
 template <> struct Arg<ZC24> : ScalarArg<ZC24, std::tuple<uint8_t, uint8_t, uint8_t>> {};
 template <> struct Arg<ZColor> : ScalarArg<ZColor, std::tuple<float, float, float>> {};
-template <>
-struct Arg<int&> {  // an in-out count: passed in, handed back after the destination
-  using type = int;
-  static int& get(int& v) { return v; }
-  static void Note(Frame&, int&) {}
-  static void Collect(Frame& f, int& v) { f.Add(py::int_(v)); }
+template <class T>
+struct InOutArg {  // an in-out number: passed in, handed back after the destination
+  using type = T;
+  static T& get(T& v) { return v; }
+  static void Note(Frame&, T&) {}
+  static void Collect(Frame& f, T& v) { f.Add(py::cast(v)); }
 };
+template <> struct Arg<int&> : InOutArg<int> {};
+template <> struct Arg<unsigned int&> : InOutArg<unsigned int> {};
 template <class T>
 struct SrcArg {
   using type = Src<T>&;
@@ -188,16 +194,23 @@ template <class T>
 struct Arg<const ZROI<T>*> : SrcArg<T> {};
 template <class T>
 struct Arg<ZROI<T>*> : SrcArg<T> {};
+template <class T>
+struct Arg<ZImage<T>*> : SrcArg<T> {  // an image parameter (Hysteresis's directions): the array's view
+  static ZImage<T>* get(Src<T>& s) { return &s.view; }
+};
 
 // A table (ZBW8Vector, ZBW16Vector) from any 1-D array: its elements are copied in.
+// A kelmira vector object is used as it is, without a copy.
 template <class Vc>
 struct Vec {
   Vc vector;
+  Vc* given = nullptr;
+  bool null = false;  // None: the operator gets a null table
 };
 template <class Vc>
 struct VecArg {
   using type = Vec<Vc>&;
-  static Vc* get(Vec<Vc>& v) { return &v.vector; }
+  static Vc* get(Vec<Vc>& v) { return v.null ? nullptr : v.given ? v.given : &v.vector; }
   static void Note(Frame&, Vec<Vc>&) {}
   static void Collect(Frame&, Vec<Vc>&) {}
 };
@@ -208,9 +221,11 @@ struct Arg<ZBW16Vector*> : VecArg<ZBW16Vector> {};
 template <>
 struct Arg<ZBWHistogramVector*> : VecArg<ZBWHistogramVector> {};
 
-// A histogram that the operator fills: passed as None (or left out), returned as a uint32 array.
+// A histogram that the operator fills: passed as None (or left out), returned as a uint32 array;
+// a kelmira.ZBWHistogramVector given is filled in place and returned.
 struct HistogramOut {
   ZBWHistogramVector vector;
+  py::object given;
 };
 
 template <class A>
@@ -231,12 +246,36 @@ struct DstArg<ZROI<T>*> {
 template <>
 struct DstArg<ZBWHistogramVector*> {
   using type = HistogramOut&;
-  static ZBWHistogramVector* get(HistogramOut& h) { return &h.vector; }
+  static ZBWHistogramVector* get(HistogramOut& h) {
+    return h.given ? h.given.cast<ZBWHistogramVector*>() : &h.vector;
+  }
   static void Note(Frame&, HistogramOut&) {}
   static void Make(Frame&, HistogramOut&) {}
   static void Collect(Frame& f, HistogramOut& h) {
+    if (h.given) return f.Add(h.given);
     const auto n = static_cast<py::ssize_t>(h.vector.GetNumElements());
     f.Add(h.vector.GetDataPtr() ? py::array_t<uint32_t>(n, h.vector.GetDataPtr()) : py::array_t<uint32_t>(0));
+  }
+};
+
+// A table that the operator fills (LumSetupEqualize): passed as None (or left out), returned as
+// a uint8 array.
+struct TableOut {
+  ZBW8Vector vector;
+  py::object given;  // a kelmira.ZBW8Vector, filled in place
+};
+template <>
+struct DstArg<ZBW8Vector*> {
+  using type = TableOut&;
+  static ZBW8Vector* get(TableOut& t) { return t.given ? t.given.cast<ZBW8Vector*>() : &t.vector; }
+  static void Note(Frame&, TableOut&) {}
+  static void Make(Frame&, TableOut&) {}
+  static void Collect(Frame& f, TableOut& t) {
+    if (t.given) return f.Add(t.given);
+    const auto n = static_cast<py::ssize_t>(t.vector.GetNumElements());
+    py::array_t<uint8_t> out(n);
+    if (n > 0 && t.vector.GetDataPtr()) std::memcpy(out.mutable_data(), t.vector.GetDataPtr(), static_cast<size_t>(n));
+    f.Add(out);
   }
 };
 
@@ -266,16 +305,170 @@ template <> struct DstArg<ZPathVector*> : PathArg<ZPathVector> {};
 template <> struct DstArg<ZBW8PathVector*> : PathArg<ZBW8PathVector> {};
 template <> struct DstArg<ZBW16PathVector*> : PathArg<ZBW16PathVector> {};
 
+// A list that the operator fills (multi-level thresholds): passed as None (or left out), returned
+// as a NumPy array (levels; regions as records first, last, mean, variance, count) or, for
+// partitions, a list of (regions, residue).
+template <class E>
+struct ListOut {
+  Marvane::Ovidra::Utils::Vector<E> vector;
+};
+py::object ListToPython(const Marvane::Ovidra::Utils::Vector<ZBW8>& v);
+py::object ListToPython(const Marvane::Ovidra::Utils::Vector<ZRegionDescriptor>& v);
+py::object ListToPython(const Marvane::Ovidra::Utils::Vector<ZLabelisationDescriptor>& v);
+template <class E>
+struct DstArg<Marvane::Ovidra::Utils::Vector<E>&> {
+  using type = ListOut<E>&;
+  static Marvane::Ovidra::Utils::Vector<E>& get(ListOut<E>& l) { return l.vector; }
+  static void Note(Frame&, ListOut<E>&) {}
+  static void Make(Frame&, ListOut<E>&) {}
+  static void Collect(Frame& f, ListOut<E>& l) { f.Add(ListToPython(l.vector)); }
+};
+
+// An image that the operator sizes and fills itself (LumCorrelogram): None (or left out) returns
+// a new array holding its pixels; a given 2-D array of the pixel's dtype picks the form and
+// receives them (it must have the size the operator gives the image).
+template <class T>
+struct ImageOut {
+  ZImage<T> image;
+  py::object given;
+};
+template <class T>
+struct DstArg<ZImage<T>*> {
+  using type = ImageOut<T>&;
+  static ZImage<T>* get(ImageOut<T>& o) { return &o.image; }
+  static void Note(Frame&, ImageOut<T>&) {}
+  static void Make(Frame&, ImageOut<T>&) {}
+  static void Collect(Frame& f, ImageOut<T>& o) {
+    const int w = o.image.GetWidth(), h = o.image.GetHeight();
+    py::array_t<decltype(T().value)> out;
+    if (o.given) {
+      out = py::reinterpret_borrow<py::array_t<decltype(T().value)>>(o.given);
+      if (out.shape(0) != h || out.shape(1) != w || !out.writeable() || out.strides(1) != sizeof(T))
+        throw py::value_error("the image must be a writable array of shape (" + std::to_string(h) + ", " +
+                              std::to_string(w) + ") with contiguous rows");
+    } else {
+      out = py::array_t<decltype(T().value)>({h, w});
+    }
+    for (int y = 0; y < h; ++y)
+      std::memcpy(out.mutable_data(y, 0), o.image.GetImagePtr(0, y), sizeof(T) * static_cast<size_t>(w));
+    f.Add(out);
+  }
+};
+
 // A value returned by the operator comes first among the results; a short int return is the
 // error number, which the exception already carries, and is dropped.
 template <class R>
 py::object ToPython(const R& r) {
-  if constexpr (std::is_class_v<R>) {
+  if constexpr (std::is_same_v<R, ZColor> || std::is_same_v<R, ZC24>) {
+    return py::make_tuple(r.c0, r.c1, r.c2);  // a colour as (c0, c1, c2)
+  } else if constexpr (std::is_enum_v<R>) {
+    return py::cast(static_cast<long long>(r));
+  } else if constexpr (std::is_class_v<R>) {
     return py::cast(r.value);  // ZBW8, ZBW16, ...: their number
   } else {
     return py::cast(r);
   }
 }
+
+// Outputs that the Python call does not pass (bit set in Outs): a value the operator writes
+// through a reference or a pointer, returned after the operator's own result. A float output that
+// the operator leaves unwritten (no pixel to measure, no improvement found) comes back as nan.
+struct Unused {};
+template <class T>
+struct OutValue {
+  T v = Initial();
+  static T Initial() {
+    if constexpr (std::is_floating_point_v<T>) {
+      return std::numeric_limits<T>::quiet_NaN();
+    } else {
+      return T{};
+    }
+  }
+};
+template <class A>
+struct OutArg;
+template <class T>
+struct OutArg<T&> {
+  using storage = OutValue<T>;
+  static T& get(storage& s) { return s.v; }
+  static void Note(Frame&, storage&) {}
+  static void Collect(Frame& f, storage& s) { f.Add(ToPython(s.v)); }
+};
+template <class T>
+struct OutArg<T*> {
+  using storage = OutValue<T>;
+  static T* get(storage& s) { return &s.v; }
+  static void Note(Frame&, storage&) {}
+  static void Collect(Frame& f, storage& s) { f.Add(ToPython(s.v)); }
+};
+template <bool Hidden, class A>
+struct HiddenSlotOf {
+  using type = Unused;
+};
+template <class A>
+struct HiddenSlotOf<true, A> {
+  using type = typename OutArg<A>::storage;
+};
+
+// A Python callable that the operator calls back on the calling thread (LumTransform, LumCount):
+// the trampoline takes the GIL for the call; the first exception the callable raises stops further
+// calls (they return 0) and is raised once the operator returns.
+struct CallbackScope {
+  py::handle function;
+  std::exception_ptr error;
+  CallbackScope* outer;
+  static thread_local CallbackScope* current;
+  CallbackScope() : outer(current) { current = this; }
+  ~CallbackScope() { current = outer; }
+  CallbackScope(const CallbackScope&) = delete;
+  CallbackScope& operator=(const CallbackScope&) = delete;
+  void Rethrow() {
+    if (error) std::rethrow_exception(std::exchange(error, nullptr));
+  }
+  // Calls the callable of the innermost scope with `argument`; nullopt after a failure.
+  template <class Result, class Argument>
+  static Result Call(const Argument& argument) {
+    CallbackScope* scope = current;
+    py::gil_scoped_acquire gil;
+    if (scope == nullptr || scope->error) return Result{};
+    try {
+      py::object result = scope->function(argument);
+      try {
+        return py::cast<Result>(result);
+      } catch (const py::cast_error&) {
+        throw py::type_error("the callable returned " + std::string(py::repr(result)) +
+                             ", which does not fit the pixel type");
+      }
+    } catch (...) {
+      scope->error = std::current_exception();
+      return Result{};
+    }
+  }
+};
+template <class R, class P>
+struct CallbackArg {
+  using type = py::function;
+  static R Trampoline(P pixel) {
+    using V = std::remove_reference_t<P>;
+    if constexpr (std::is_same_v<R, int>) {  // a predicate (LumCount): the truth of the result
+      if constexpr (std::is_same_v<V, ZC24>) {
+        return CallbackScope::Call<bool>(std::make_tuple(pixel.c0, pixel.c1, pixel.c2)) ? 1 : 0;
+      } else {
+        return CallbackScope::Call<bool>(pixel.value) ? 1 : 0;
+      }
+    } else {  // a point transform: the new value
+      return R(CallbackScope::Call<decltype(R().value)>(pixel.value));
+    }
+  }
+  static R (*get(py::function& f))(P) {
+    CallbackScope::current->function = f;
+    return &Trampoline;
+  }
+  static void Note(Frame&, py::function&) {}
+  static void Collect(Frame&, py::function&) {}
+};
+template <class R, class P>
+struct Arg<R (*)(P)> : CallbackArg<R, P> {};
 
 // Parameter I of the form is a destination when bit I of Mask is set.
 template <unsigned Mask, size_t I, class A>
@@ -288,26 +481,68 @@ void DstArgNote(Frame& frame, V& value) {
   if constexpr (((Mask >> I) & 1u) != 0) DstArg<A>::Make(frame, value);
 }
 
-template <unsigned Mask, class R, class... A, size_t... I>
-auto Wrap(R (*f)(A...), std::index_sequence<I...>) {
-  return [f](typename PyArg<Mask, I, A>::type... a) -> py::object {
+// The Python parameters: those whose bit in Outs is clear, in order.
+template <unsigned Outs, size_t N>
+constexpr std::pair<std::array<size_t, N + 1>, size_t> VisibleIndices() {
+  std::array<size_t, N + 1> out{};
+  size_t n = 0;
+  for (size_t i = 0; i < N; ++i)
+    if (((Outs >> i) & 1u) == 0) out[n++] = i;
+  return {out, n};
+}
+template <unsigned Outs, size_t N, size_t... K>
+constexpr auto Visible(std::index_sequence<K...>) {
+  constexpr auto v = VisibleIndices<Outs, N>();
+  return std::index_sequence<v.first[K]...>{};
+}
+template <unsigned Outs>
+constexpr size_t PythonPosition(size_t i) {
+  size_t n = 0;
+  for (size_t k = 0; k < i; ++k) n += ((Outs >> k) & 1u) == 0;
+  return n;
+}
+template <unsigned Mask, unsigned Outs, size_t I, class A>
+using Param = std::conditional_t<((Outs >> I) & 1u) != 0, OutArg<A>, PyArg<Mask, I, A>>;
+template <unsigned Outs, size_t I, class A>
+using HiddenSlot = typename HiddenSlotOf<((Outs >> I) & 1u) != 0, A>::type;
+
+template <unsigned Mask, unsigned Outs, class R, class... A, size_t... I, size_t... V>
+auto Wrap(R (*f)(A...), std::index_sequence<I...>, std::index_sequence<V...>) {
+  using All = std::tuple<A...>;
+  return [f](typename PyArg<Mask, V, std::tuple_element_t<V, All>>::type... a) -> py::object {
+    auto given = std::forward_as_tuple(a...);
+    std::tuple<HiddenSlot<Outs, I, A>...> hidden;
+    // Parameter i: its hidden slot, or the Python argument that stands for it.
+    const auto slot = [&](auto i) -> decltype(auto) {
+      if constexpr (((Outs >> decltype(i)::value) & 1u) != 0) {
+        return (std::get<decltype(i)::value>(hidden));
+      } else {
+        return (std::get<PythonPosition<Outs>(decltype(i)::value)>(given));
+      }
+    };
     Frame frame;
-    (PyArg<Mask, I, A>::Note(frame, a), ...);  // first the sources give the size,
-    (DstArgNote<Mask, I, A>(frame, a), ...);   // then the missing destinations are made
+    (Param<Mask, Outs, I, A>::Note(frame, slot(std::integral_constant<size_t, I>{})), ...);
+    (DstArgNote<Mask, I, A>(frame, slot(std::integral_constant<size_t, I>{})), ...);
     constexpr bool returns = !std::is_void_v<R> && !std::is_same_v<R, short int>;
     std::conditional_t<returns, R, int> value{};
+    CallbackScope scope;  // a Python callback of this call takes the GIL back while it runs
     {
       py::gil_scoped_release release;
+      // Each call reports only its own failure: operators that leave the error state as they
+      // found it (moments, the Canny stages) would otherwise raise an earlier call's error.
+      ZOk();
       if constexpr (returns) {
-        value = f(PyArg<Mask, I, A>::get(a)...);
+        value = f(Param<Mask, Outs, I, A>::get(slot(std::integral_constant<size_t, I>{}))...);
       } else {
-        f(PyArg<Mask, I, A>::get(a)...);
+        f(Param<Mask, Outs, I, A>::get(slot(std::integral_constant<size_t, I>{}))...);
       }
     }
+    scope.Rethrow();
     RaiseIfError();
     if constexpr (returns) frame.Add(ToPython(value));
-    (PyArg<Mask, I, A>::Collect(frame, a), ...);
+    (Param<Mask, Outs, I, A>::Collect(frame, slot(std::integral_constant<size_t, I>{})), ...);
     if (frame.count == 1) return std::move(frame.results[0]);
+    if (frame.count == 0) return py::none();
     py::tuple out(frame.count);
     for (int i = 0; i < frame.count; ++i) out[i] = std::move(frame.results[i]);
     return out;
@@ -316,10 +551,15 @@ auto Wrap(R (*f)(A...), std::index_sequence<I...>) {
 
 const char* Doc(const char* name);
 
-// Binds one C++ form under `name`. Bit I of Mask marks parameter I as a destination.
-template <unsigned Mask, class R, class... A, class... Extra>
+// Binds one C++ form under `name`. Bit I of Mask marks parameter I as a destination (optional:
+// made when None), bit I of Outs as an output that the Python call does not pass and gets back.
+template <unsigned Mask, unsigned Outs = 0, class R, class... A, class... Extra>
 void Def(py::module_& m, const char* name, R (*f)(A...), const Extra&... extra) {
-  m.def(name, Wrap<Mask>(f, std::index_sequence_for<A...>{}), extra..., py::doc(Doc(name)));
+  constexpr size_t visible = VisibleIndices<Outs, sizeof...(A)>().second;
+  m.def(name,
+        Wrap<Mask, Outs>(f, std::index_sequence_for<A...>{},
+                         Visible<Outs, sizeof...(A)>(std::make_index_sequence<visible>{})),
+        extra..., py::doc(Doc(name)));
 }
 
 // The families, each in its own file.
@@ -330,6 +570,9 @@ void BindMorphology(py::module_& m);
 void BindThresholds(py::module_& m);
 void BindBits(py::module_& m);
 void BindVectors(py::module_& m);
+void BindGeometry(py::module_& m);
+void BindMeasure(py::module_& m);
+void BindCanny(py::module_& m);
 
 }  // namespace kpy
 
@@ -368,8 +611,11 @@ struct type_caster<kpy::Dst<T>> {
 };
 template <>
 struct type_caster<kpy::HistogramOut> {
-  PYBIND11_TYPE_CASTER(kpy::HistogramOut, const_name("None"));
-  bool load(handle src, bool) { return src.is_none(); }
+  PYBIND11_TYPE_CASTER(kpy::HistogramOut, const_name("ZBWHistogramVector | None"));
+  bool load(handle src, bool) {
+    if (isinstance<ZBWHistogramVector>(src)) value.given = reinterpret_borrow<object>(src);
+    return src.is_none() || value.given;
+  }
 };
 template <>
 struct type_caster<kpy::Src<ZBW1>> {
@@ -389,6 +635,29 @@ struct type_caster<kpy::Dst<ZBW1>> {
     value.Attach(src.cast<const kpy::Bits&>());
     value.array = reinterpret_borrow<object>(src);
     value.given = true;
+    return true;
+  }
+};
+template <>
+struct type_caster<kpy::TableOut> {
+  PYBIND11_TYPE_CASTER(kpy::TableOut, const_name("ZBW8Vector | None"));
+  bool load(handle src, bool) {
+    if (isinstance<ZBW8Vector>(src)) value.given = reinterpret_borrow<object>(src);
+    return src.is_none() || value.given;
+  }
+};
+template <class E>
+struct type_caster<kpy::ListOut<E>> {
+  PYBIND11_TYPE_CASTER(kpy::ListOut<E>, const_name("None"));
+  bool load(handle src, bool) { return src.is_none(); }
+};
+template <class T>
+struct type_caster<kpy::ImageOut<T>> {
+  PYBIND11_TYPE_CASTER(kpy::ImageOut<T>, const_name("ndarray[") + const_name(kpy::Pixel<T>::layout) + const_name("] | None"));
+  bool load(handle src, bool) {
+    if (src.is_none()) return true;
+    if (!array_t<decltype(T().value)>::check_(src) || reinterpret_borrow<array>(src).ndim() != 2) return false;
+    value.given = reinterpret_borrow<object>(src);
     return true;
   }
 };
@@ -418,6 +687,11 @@ struct type_caster<kpy::Vec<Vc>> {
   using Builtin = decltype(BuiltinOf(static_cast<Element*>(nullptr)));
   PYBIND11_TYPE_CASTER(kpy::Vec<Vc>, const_name("ndarray[1-D table]"));
   bool load(handle src, bool) {
+    if (src.is_none()) return value.null = true;
+    if (isinstance<Vc>(src)) {
+      value.given = src.cast<Vc*>();
+      return true;
+    }
     if (!isinstance<array>(src)) return false;
     auto a = array_t<Builtin, array::c_style | array::forcecast>::ensure(src);
     if (!a || a.ndim() != 1) return false;

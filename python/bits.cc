@@ -108,6 +108,9 @@ void BindBits(py::module_& m) {
   Def<2>(m, "LumConvert", static_cast<void (*)(CB, ZROI<ZBW32>*, ZBW32)>(&LumConvert), py::arg("source"),
          py::arg("destination"), py::arg("value"));
   Def<2>(m, "LumMedian", static_cast<void (*)(B, B)>(&LumMedian), py::arg("source"), out);
+  // Copies between bit offsets: into a view that starts on a byte, and back out of one.
+  Def<2>(m, "LumBW1Alignment", &LumBW1Alignment, py::arg("source"), out);
+  Def<2>(m, "LumBW1UnAlignment", &LumBW1UnAlignment, py::arg("source"), py::arg("destination"));
 }
 
 }  // namespace kpy

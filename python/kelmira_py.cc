@@ -82,6 +82,31 @@ bool Inspect(const py::array& a, char kind, int size, int channels, const char* 
   return true;
 }
 
+thread_local CallbackScope* CallbackScope::current = nullptr;
+
+py::object ListToPython(const Marvane::Ovidra::Utils::Vector<ZBW8>& v) {
+  py::array_t<uint8_t> out(v.GetSize());
+  for (int i = 0; i < v.GetSize(); ++i) out.mutable_at(i) = v[i].value;
+  return out;
+}
+
+py::object ListToPython(const Marvane::Ovidra::Utils::Vector<ZRegionDescriptor>& v) {
+  static_assert(sizeof(ZRegionDescriptor) == 20, "region records are five 4-byte fields");
+  static py::object& dtype = *new py::object(py::dtype::from_args(py::dict(
+      py::arg("names") = py::make_tuple("first", "last", "mean", "variance", "count"),
+      py::arg("formats") = py::make_tuple("<u4", "<u4", "<f4", "<f4", "<u4"))));
+  py::array out(py::reinterpret_borrow<py::dtype>(dtype), std::vector<py::ssize_t>{v.GetSize()});
+  for (int i = 0; i < v.GetSize(); ++i)
+    std::memcpy(static_cast<char*>(out.mutable_data()) + 20 * i, &v[i], 20);
+  return out;
+}
+
+py::object ListToPython(const Marvane::Ovidra::Utils::Vector<ZLabelisationDescriptor>& v) {
+  py::list out;
+  for (int i = 0; i < v.GetSize(); ++i) out.append(py::make_tuple(ListToPython(v[i].m_Regions), v[i].m_f32Residue));
+  return out;
+}
+
 void RaiseIfError() {
   const Z_ERRORS error = ZGetError();
   if (error == Z_ERROR_NONE) return;
@@ -99,6 +124,16 @@ void BindCore(py::module_& m) {
   m.def("ZGetError", [] { return static_cast<int>(ZGetError()); }, py::doc(Doc("ZGetError")));
   m.def("ZGetErrorText", [](int e) { return std::string(ZGetErrorText(static_cast<Z_ERRORS>(e))); },
         py::arg("error"), py::doc(Doc("ZGetErrorText")));
+  m.def("ZOk", [] { return static_cast<int>(ZOk()); }, py::doc(Doc("ZOk")));
+  m.def("ZSetError", [](int e) { return static_cast<int>(ZSetError(static_cast<Z_ERRORS>(e))); }, py::arg("error"),
+        py::doc(Doc("ZSetError")));
+  m.def("ZSetGateError", [](int e) { ZSetGateError(static_cast<Z_ERRORS>(e)); }, py::arg("error"),
+        py::doc(Doc("ZSetGateError")));
+  m.def("ZGetTraceCount", &ZGetTraceCount, py::doc(Doc("ZGetTraceCount")));
+  m.def("ZGetTraceEntry", [](int i) -> py::object {
+    const char* e = ZGetTraceEntry(i);
+    return e ? py::object(py::str(e)) : py::object(py::none());
+  }, py::arg("index"), py::doc(Doc("ZGetTraceEntry")));
   m.def("ZGetTrace", [] {
     py::list t;
     for (int i = 0; i < ZGetTraceCount(); ++i) t.append(py::str(ZGetTraceEntry(i)));
@@ -106,6 +141,51 @@ void BindCore(py::module_& m) {
   }, "The calling thread's trace entries since the last call, innermost first.");
   m.def("LumSetOverlayColor", [](uint8_t c0, uint8_t c1, uint8_t c2) { LumSetOverlayColor(ZC24(c0, c1, c2)); },
         py::arg("c0"), py::arg("c1"), py::arg("c2"), py::doc(Doc("LumSetOverlayColor")));
+
+  m.def("LumGetOverlayColor", [] {
+    const ZC24 c = LumGetOverlayColor();
+    return py::make_tuple(c.c0, c.c1, c.c2);
+  }, py::doc(Doc("LumGetOverlayColor")));
+  m.def("ZSetAngleUnit", [](int unit) { ZSetAngleUnit(static_cast<Z_ANGLE_UNITS>(unit)); }, py::arg("unit"),
+        py::doc(Doc("ZSetAngleUnit")));
+  m.def("ZGetAngleUnit", [] { return static_cast<int>(ZGetAngleUnit()); }, py::doc(Doc("ZGetAngleUnit")));
+  m.def("ZToRadians", &ZToRadians, py::arg("angle"), py::doc(Doc("ZToRadians")));
+  m.def("ZFromRadians", &ZFromRadians, py::arg("radians"), py::doc(Doc("ZFromRadians")));
+
+  // ZColorLookup: a colour table for HueGetComponent and the colour LumThreshold; Fill takes a
+  // Python callable from (c0, c1, c2) to (c0, c1, c2).
+  py::class_<ZColorLookup>(m, "ZColorLookup", "A quantised colour-to-colour table (identity until filled).")
+      .def(py::init<unsigned, int>(), py::arg("indexBits") = 5, py::arg("mode") = 0)
+      .def_property_readonly("indexBits", &ZColorLookup::GetIndexBits)
+      .def_property_readonly("mode", &ZColorLookup::GetMode)
+      .def("SetEntry", [](ZColorLookup& l, std::tuple<uint8_t, uint8_t, uint8_t> in,
+                          std::tuple<uint8_t, uint8_t, uint8_t> out) {
+        l.SetEntry(ZC24(std::get<0>(in), std::get<1>(in), std::get<2>(in)),
+                   ZC24(std::get<0>(out), std::get<1>(out), std::get<2>(out)));
+      }, py::arg("colour"), py::arg("output"))
+      .def("Transform", [](const ZColorLookup& l, std::tuple<uint8_t, uint8_t, uint8_t> in) {
+        ZC24 out;
+        l.Transform(ZC24(std::get<0>(in), std::get<1>(in), std::get<2>(in)), out);
+        return py::make_tuple(out.c0, out.c1, out.c2);
+      }, py::arg("colour"))
+      .def("Fill", [](ZColorLookup& l, py::function fn) {
+        struct Context {
+          py::function fn;
+          std::exception_ptr error;
+        } context{std::move(fn), nullptr};
+        l.Fill([](ZC24 c, void* p) {
+          auto* ctx = static_cast<Context*>(p);
+          if (ctx->error) return ZC24();
+          try {
+            auto t = ctx->fn(c.c0, c.c1, c.c2).cast<std::tuple<uint8_t, uint8_t, uint8_t>>();
+            return ZC24(std::get<0>(t), std::get<1>(t), std::get<2>(t));
+          } catch (...) {
+            ctx->error = std::current_exception();
+            return ZC24();
+          }
+        }, &context);
+        if (context.error) std::rethrow_exception(context.error);
+      }, py::arg("function"), "Sets every cell to function(c0, c1, c2) of its centre colour.");
 
   // ZKernel: the coefficients as a float32 array of shape (sizeY, sizeX) over the kernel's table.
   py::class_<ZKernel>(m, "ZKernel", "A kernel: coefficients, gain, offset, rectifier and outside value.")
@@ -155,4 +235,7 @@ PYBIND11_MODULE(_kelmira, m) {
   kpy::BindMorphology(m);
   kpy::BindThresholds(m);
   kpy::BindVectors(m);
+  kpy::BindGeometry(m);
+  kpy::BindMeasure(m);
+  kpy::BindCanny(m);
 }

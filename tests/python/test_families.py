@@ -127,3 +127,20 @@ def test_contour_paths_as_structured_arrays():
     with pytest.raises(K.Error) as e:
         K.LumContour(a, K.CONTOUR_CLOCKWISE_ALONG_EDGE, 0, 0, K.CONTOUR_THRESHOLD_ABOVE, 100, K.CONNEXITY_8)
     assert e.value.number == 1500 and e.value.trace == ["LumContour ( ZPathVector)"]
+
+
+def test_vector_classes_are_filled_and_read_in_place(rng):
+    a = gray(rng, 9, 11)
+    h = K.ZBWHistogramVector()
+    assert K.LumHistogram(a, h) is h and len(h) == 256
+    np.testing.assert_array_equal(np.asarray(h), np.bincount(a.ravel(), minlength=256))
+    table = K.ZBW8Vector(256)
+    assert K.LumSetupEqualize(h, table) is table
+    np.testing.assert_array_equal(K.LumLut(a, None, table), K.LumEqualize(a))
+    table[-1] = 7
+    assert table[255] == 7 and table.numpy().dtype == np.uint8
+    with pytest.raises(IndexError):
+        table[256]
+    with pytest.raises(K.Error) as e:
+        K.LumAnalyseHistogram(K.ZBWHistogramVector(np.zeros(10, np.uint32)), K.LUM_HISTOGRAM_FEATURE_AVERAGE)
+    assert (e.value.number, e.value.trace) == (1613, ["LumAnalyseHistogram"])
