@@ -116,6 +116,7 @@ void BindVectorClasses(py::module_& m) {
       .def_property_readonly("isUnsigned", &ZBW16Vector::GetUnsigned);
   VectorClass<ZBW32Vector, ZBW32>(m, "ZBW32Vector", "A vector of ZBW32.")
       .def_property_readonly("isUnsigned", &ZBW32Vector::GetUnsigned);
+  VectorClass<ZINT32Vector, ZINT32>(m, "ZINT32Vector", "A vector of ZINT32.");
   VectorClass<ZBWHistogramVector, unsigned int>(m, "ZBWHistogramVector",
                                                          "Histogram bins (256, or 65536 for 16-bit work).")
       .def("Clear", &ZBWHistogramVector::Clear)

@@ -144,3 +144,6 @@ def test_vector_classes_are_filled_and_read_in_place(rng):
     with pytest.raises(K.Error) as e:
         K.LumAnalyseHistogram(K.ZBWHistogramVector(np.zeros(10, np.uint32)), K.LUM_HISTOGRAM_FEATURE_AVERAGE)
     assert (e.value.number, e.value.trace) == (1613, ["LumAnalyseHistogram"])
+    signed = K.ZINT32Vector(np.array([-5, 7], np.int32))
+    signed.AddElement(-(2 ** 31))
+    assert signed.numpy().tolist() == [-5, 7, -(2 ** 31)] and signed.numpy().dtype == np.int32
