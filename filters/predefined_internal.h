@@ -118,9 +118,9 @@ void GaussianY(ZROI<ZBW16>* source, ZROI<ZBW16>* destination);
 void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1);
 
 // Separable 5x5 / 7x7 on separate memory: rows[j] is the source row under window row j (clamped);
-// outputs [x0, x1) with R <= x0, x1 <= width - R (R = n / 2). `uniform` picks the box. `columns`
-// is scratch of the row's width.
-void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns);
+// the whole output row, replicate rule on the columns. `uniform` picks the box. `scratch` holds
+// width + n - 1 entries.
+void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch);
 
 // Running-box helpers (32-bit lanes, wrapping like the scalar sums): sums[x] += add[x] - sub[x]
 // for x in [0, count); and one output row of the box: S[0] is the sum of cells[0 .. window),

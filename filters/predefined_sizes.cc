@@ -59,16 +59,14 @@ void RunLarge(ZGenericROI* source, ZGenericROI* destination, bool wide) {
   const int width = source->GetWidth(), height = source->GetHeight();
   const rows::Rows<uint8_t> in(source), out(destination);
   wide = wide && !Overlap(source, destination);
-  std::unique_ptr<uint16_t[]> columns(wide ? new (std::nothrow) uint16_t[static_cast<size_t>(width)] : nullptr);
+  std::unique_ptr<uint16_t[]> columns(wide ? new (std::nothrow) uint16_t[static_cast<size_t>(width) + N - 1] : nullptr);
   wide = wide && columns != nullptr;  // without scratch, the scalar loop gives the same pixels
   const uint8_t* window[N];
   for (int y = 0; y < height; ++y) {
     for (int j = 0; j < N; ++j) window[j] = in[Clamp(y - R + j, 0, height - 1)];
     uint8_t* o = out[y];
     if (wide) {
-      for (int x = 0; x < R; ++x) o[x] = LargePixel<N, Uniform>(window, x, width);
-      WideRowLarge(N, Uniform, window, o, R, width - R, columns.get());
-      for (int x = width - R; x < width; ++x) o[x] = LargePixel<N, Uniform>(window, x, width);
+      WideRowLarge(N, Uniform, window, o, width, columns.get());
     } else {
       for (int x = 0; x < width; ++x) o[x] = LargePixel<N, Uniform>(window, x, width);
     }

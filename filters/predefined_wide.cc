@@ -224,22 +224,23 @@ void Row3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uin
 
 // ----- 5x5 and 7x7 -----
 
-// Separable, exact in integers: the vertical weighted sums of each column (below 2^15) go to
-// `columns`, then each output takes the horizontal weighted sum in 32-bit lanes (below 2^31 for
-// the boxes' products too), the multiply and the shift of the scalar formula.
+// Separable, exact in integers. The vertical weighted sums of the row's columns (below 2^15) go
+// to `columns`, padded with R copies of the edge columns on either side (the vertical sum of a
+// replicated column is that of the edge column), so that every output of the row takes the same
+// horizontal step in 16-bit lanes; `scratch` holds width + N - 1 entries.
 template <int N, bool Uniform>
-HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns) {
+HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch) {
   constexpr int R = N / 2;
-  constexpr int32_t kW5[5] = {1, 4, 6, 4, 1};
-  constexpr int32_t kW7[7] = {1, 6, 15, 20, 15, 6, 1};
-  const int32_t* w = N == 5 ? kW5 : kW7;
+  constexpr uint32_t kW5[5] = {1, 4, 6, 4, 1};
+  constexpr uint32_t kW7[7] = {1, 6, 15, 20, 15, 6, 1};
+  const uint32_t* w = N == 5 ? kW5 : kW7;
   const hn::ScalableTag<uint16_t> d16;
   const hn::Rebind<uint8_t, decltype(d16)> d8;
-  const int lanes16 = static_cast<int>(hn::Lanes(d16));
-  const int c0 = x0 - R, c1 = x1 + R;  // columns needed
-  int x = c0;
+  const hn::Rebind<int16_t, decltype(d16)> di16;
+  const int lanes = static_cast<int>(hn::Lanes(d16));
+  uint16_t* columns = scratch + R;
   // Symmetric weights: rows at equal distances are added first, then weighted once.
-  for (; x + lanes16 <= c1; x += lanes16) {
+  const auto vertical = [&](int x) {
     hn::Vec<decltype(d16)> p[7];
     for (int j = 0; j < N; ++j) p[j] = hn::PromoteTo(d16, hn::LoadU(d8, rows[j] + x));
     hn::Vec<decltype(d16)> sum;
@@ -253,24 +254,13 @@ HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int x0, int
                     hn::Add(hn::Mul(hn::Add(p[2], p[4]), hn::Set(d16, 15)), hn::Mul(p[3], hn::Set(d16, 20))));
     }
     hn::StoreU(sum, d16, columns + x);
-  }
-  for (; x < c1; ++x) {
-    uint32_t sum = 0;
-    for (int j = 0; j < N; ++j) sum += Uniform ? rows[j][x] : rows[j][x] * static_cast<uint32_t>(w[j]);
-    columns[x] = static_cast<uint16_t>(sum);
-  }
-  // Horizontal sums in 16 bits as well. Gaussian 5x5: at most 65280. Gaussian 7x7: the sum would
-  // not fit, so each column sum is split as 64 hi + lo and floor(S / 4096) is taken as
-  // (S_hi + (S_lo >> 6)) >> 6, which is the same floor. The boxes: floor(S * 335544 / 2^23) and
-  // floor(S * 171196 / 2^23) equal the high half of S * 10485 shifted by 2 and of S * 10699 shifted
-  // by 3 for every sum a box can reach (checked over the whole range), so no 32-bit lanes are needed.
-  const hn::Rebind<int16_t, decltype(d16)> di16;
-  const auto weighted = [&](auto v0, auto v1, auto v2, auto v3, auto v4, auto v5, auto v6) {
-    if constexpr (N == 5) return hn::Add(hn::Add(v0, v4), hn::Add(hn::ShiftLeft<2>(hn::Add(v1, v3)), hn::Mul(v2, hn::Set(d16, 6))));
-    const auto six = hn::Set(d16, 6), fifteen = hn::Set(d16, 15), twenty = hn::Set(d16, 20);
-    return hn::Add(hn::Add(hn::Add(v0, v6), hn::Mul(hn::Add(v1, v5), six)),
-                   hn::Add(hn::Mul(hn::Add(v2, v4), fifteen), hn::Mul(v3, twenty)));
   };
+  // Horizontal sums in 16 bits as well. Gaussian 5x5: at most 65280. Gaussian 7x7: the pairs at
+  // equal distances (at most 32640) are split as 64 hi + lo; the weighted his (at most 16320) and
+  // los (at most 2646) give floor(S / 4096) as (S_hi + (S_lo >> 6)) >> 6, the same floor. The
+  // boxes: floor(S * 335544 / 2^23) and floor(S * 171196 / 2^23) equal the high half of S * 10485
+  // shifted by 2 and of S * 10699 shifted by 3 for every sum a box can reach (checked over the
+  // whole range), so no 32-bit lanes are needed.
   const auto output = [&](int at) {
     hn::Vec<decltype(d16)> v[7];
     for (int i = 0; i < N; ++i) v[i] = hn::LoadU(d16, columns + at - R + i);
@@ -281,31 +271,53 @@ HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int x0, int
       r = N == 5 ? hn::ShiftRight<2>(hn::MulHigh(sum, hn::Set(d16, 10485)))
                  : hn::ShiftRight<3>(hn::MulHigh(sum, hn::Set(d16, 10699)));
     } else if constexpr (N == 5) {
-      r = hn::ShiftRight<8>(weighted(v[0], v[1], v[2], v[3], v[4], v[0], v[0]));
+      r = hn::ShiftRight<8>(hn::Add(hn::Add(v[0], v[4]), hn::Add(hn::ShiftLeft<2>(hn::Add(v[1], v[3])),
+                                                                   hn::Mul(v[2], hn::Set(d16, 6)))));
     } else {
-      hn::Vec<decltype(d16)> hi[7], lo[7];
-      const auto mask = hn::Set(d16, 63);
-      for (int i = 0; i < 7; ++i) hi[i] = hn::ShiftRight<6>(v[i]), lo[i] = hn::And(v[i], mask);
-      const auto sh = weighted(hi[0], hi[1], hi[2], hi[3], hi[4], hi[5], hi[6]);
-      const auto sl = weighted(lo[0], lo[1], lo[2], lo[3], lo[4], lo[5], lo[6]);
-      r = hn::ShiftRight<6>(hn::Add(sh, hn::ShiftRight<6>(sl)));
+      const auto mask = hn::Set(d16, 63), six = hn::Set(d16, 6), fifteen = hn::Set(d16, 15), twenty = hn::Set(d16, 20);
+      const auto a = hn::Add(v[0], v[6]), b = hn::Add(v[1], v[5]), c = hn::Add(v[2], v[4]);
+      const auto weighted = [&](auto pa, auto pb, auto pc, auto pd) {
+        return hn::Add(hn::Add(pa, hn::Mul(pb, six)), hn::Add(hn::Mul(pc, fifteen), hn::Mul(pd, twenty)));
+      };
+      const auto hi = weighted(hn::ShiftRight<6>(a), hn::ShiftRight<6>(b), hn::ShiftRight<6>(c), hn::ShiftRight<6>(v[3]));
+      const auto lo = weighted(hn::And(a, mask), hn::And(b, mask), hn::And(c, mask), hn::And(v[3], mask));
+      r = hn::ShiftRight<6>(hn::Add(hi, hn::ShiftRight<6>(lo)));
     }
     hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, r)), d8, out + at);
   };
-  x = x0;
-  for (; x + lanes16 <= x1; x += lanes16) output(x);
-  if (x < x1 && x1 - x0 >= lanes16) output(x1 - lanes16), x = x1;  // overlapping last step
-  for (; x < x1; ++x) {
+  // Both phases end with a step overlapping the one before, so nothing past the row is touched.
+  int x = 0;
+  if (width >= lanes) {
+    for (; x + lanes <= width; x += lanes) vertical(x);
+    if (x < width) vertical(width - lanes);
+  } else {
+    for (; x < width; ++x) {
+      uint32_t sum = 0;
+      for (int j = 0; j < N; ++j) sum += Uniform ? rows[j][x] : rows[j][x] * w[j];
+      columns[x] = static_cast<uint16_t>(sum);
+    }
+  }
+  for (int i = 1; i <= R; ++i) {
+    columns[-i] = columns[0];
+    columns[width - 1 + i] = columns[width - 1];
+  }
+  x = 0;
+  if (width >= lanes) {
+    for (; x + lanes <= width; x += lanes) output(x);
+    if (x < width) output(width - lanes);
+    return;
+  }
+  for (; x < width; ++x) {
     uint32_t sum = 0;
-    for (int i = 0; i < N; ++i) sum += Uniform ? columns[x - R + i] : columns[x - R + i] * static_cast<uint32_t>(w[i]);
+    for (int i = 0; i < N; ++i) sum += Uniform ? columns[x - R + i] : columns[x - R + i] * w[i];
     out[x] = static_cast<uint8_t>(Uniform ? sum * static_cast<uint32_t>(N == 5 ? 335544 : 171196) >> 23
                                           : sum >> (N == 5 ? 8 : 12));
   }
 }
 
-void RowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns) {
-  if (n == 5) uniform ? RowLargeOf<5, true>(rows, out, x0, x1, columns) : RowLargeOf<5, false>(rows, out, x0, x1, columns);
-  if (n == 7) uniform ? RowLargeOf<7, true>(rows, out, x0, x1, columns) : RowLargeOf<7, false>(rows, out, x0, x1, columns);
+void RowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch) {
+  if (n == 5) uniform ? RowLargeOf<5, true>(rows, out, width, scratch) : RowLargeOf<5, false>(rows, out, width, scratch);
+  if (n == 7) uniform ? RowLargeOf<7, true>(rows, out, width, scratch) : RowLargeOf<7, false>(rows, out, width, scratch);
 }
 
 // ----- the running box -----
@@ -378,8 +390,8 @@ void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c,
   HWY_DYNAMIC_DISPATCH(Row3x3)(kind, a, b, c, out, x0, x1);
 }
 
-void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns) {
-  HWY_DYNAMIC_DISPATCH(RowLarge)(n, uniform, rows, out, x0, x1, columns);
+void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch) {
+  HWY_DYNAMIC_DISPATCH(RowLarge)(n, uniform, rows, out, width, scratch);
 }
 void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
   HWY_DYNAMIC_DISPATCH(ColumnUpdate)(sums, add, sub, count);
