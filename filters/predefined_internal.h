@@ -117,6 +117,13 @@ void GaussianY(ZROI<ZBW16>* source, ZROI<ZBW16>* destination);
 // below (b may be a copy of the row being written, never the row itself).
 void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1);
 
+// The ZBW16 kinds with a wide row (Uniform3x3 and Gaussian3x3, whose scalar workers replicate).
+constexpr bool WideWords(Kind k) { return k == Kind::kLowpass1 || k == Kind::kLowpass3; }
+
+// Outputs [x0, x1) of one ZBW16 row of a WideWords kind (1 <= x0, x1 <= width - 1): a, b, c and
+// out address the rows' 16-bit pixels at any byte address, as WideRow3x3 takes them.
+void WideRow3x3Words(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1);
+
 // Separable 5x5 / 7x7 on separate memory: rows[j] is the source row under window row j (clamped);
 // the whole output row, replicate rule on the columns. `uniform` picks the box. `scratch` holds
 // width + n - 1 entries.

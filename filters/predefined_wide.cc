@@ -222,6 +222,67 @@ void Row3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uin
   }
 }
 
+// ----- 3x3 on ZBW16 -----
+
+// Uniform3x3 (Lowpass1) and Gaussian3x3 (Lowpass3) on 16-bit pixels at any byte address, in
+// 32-bit lanes: the column sums (at most 4 * 65535) go to an array, then the horizontal sum, the
+// multiply by 14 (at most 8257410) and the shifts of the scalar formula, narrowed to 16 bits.
+template <Kind K>
+HWY_INLINE void WordRowOf(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
+  const auto pixel = [](const uint8_t* p, int x) -> int32_t { return reinterpret_cast<const predefined::Word*>(p)[x]; };
+  const auto scalar = [&](int from, int to) {
+    for (int x = from; x < to; ++x) {
+      const int32_t v = predefined::Formula<K>(pixel(a, x - 1), pixel(a, x), pixel(a, x + 1), pixel(b, x - 1), pixel(b, x),
+                                               pixel(b, x + 1), pixel(c, x - 1), pixel(c, x), pixel(c, x + 1));
+      reinterpret_cast<predefined::Word*>(out)[x] = static_cast<uint16_t>(v);
+    }
+  };
+#if HWY_TARGET == HWY_SCALAR
+  scalar(x0, x1);
+#else
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Rebind<int32_t, decltype(d32)> di32;
+  const hn::Rebind<uint16_t, decltype(d32)> d16;
+  const hn::Repartition<uint8_t, decltype(d16)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  constexpr int kPiece = 1024;
+  HWY_ALIGN uint32_t us[kPiece + 2];
+  const auto load = [&](const uint8_t* p, int x) { return hn::PromoteTo(d32, hn::BitCast(d16, hn::LoadU(d8, p + 2 * x))); };
+  for (int s = x0; s < x1; s += kPiece) {
+    const int n = x1 - s < kPiece ? x1 - s : kPiece;
+    const int m = n + 2;  // columns s - 1 .. s + n
+    if (n < lanes) {
+      scalar(s, s + n);
+      continue;
+    }
+    const auto vertical = [&](int i) {
+      const auto vb = load(b, s - 1 + i);
+      const auto u = K == Kind::kLowpass1 ? hn::Add(hn::Add(load(a, s - 1 + i), vb), load(c, s - 1 + i))
+                                          : hn::Add(hn::Add(load(a, s - 1 + i), hn::Add(vb, vb)), load(c, s - 1 + i));
+      hn::StoreU(u, d32, us + i);
+    };
+    const auto horizontal = [&](int j) {
+      const auto u0 = hn::LoadU(d32, us + j), u1 = hn::LoadU(d32, us + j + 1), u2 = hn::LoadU(d32, us + j + 2);
+      const auto v = K == Kind::kLowpass1 ? hn::ShiftRight<7>(hn::Mul(hn::Add(hn::Add(u0, u1), u2), hn::Set(d32, 14)))
+                                          : hn::ShiftRight<4>(hn::Add(hn::Add(u0, hn::Add(u1, u1)), u2));
+      hn::StoreU(hn::BitCast(d8, hn::DemoteTo(d16, hn::BitCast(di32, v))), d8, out + 2 * (s + j));
+    };
+    // The last vector of each phase overlaps the one before, so nothing past the row is touched.
+    int i = 0;
+    for (; i + lanes <= m; i += lanes) vertical(i);
+    if (i < m) vertical(m - lanes);
+    int j = 0;
+    for (; j + lanes <= n; j += lanes) horizontal(j);
+    if (j < n) horizontal(n - lanes);
+  }
+#endif
+}
+
+void Row3x3Words(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
+  if (kind == Kind::kLowpass1) WordRowOf<Kind::kLowpass1>(a, b, c, out, x0, x1);
+  if (kind == Kind::kLowpass3) WordRowOf<Kind::kLowpass3>(a, b, c, out, x0, x1);
+}
+
 // ----- 5x5 and 7x7 -----
 
 // Separable, exact in integers. The vertical weighted sums of the row's columns (below 2^15) go
@@ -382,12 +443,17 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kelmira::predefined {
 HWY_EXPORT(Row3x3);
+HWY_EXPORT(Row3x3Words);
 HWY_EXPORT(RowLarge);
 HWY_EXPORT(ColumnUpdate);
 HWY_EXPORT(BoxRow);
 
 void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
   HWY_DYNAMIC_DISPATCH(Row3x3)(kind, a, b, c, out, x0, x1);
+}
+
+void WideRow3x3Words(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
+  HWY_DYNAMIC_DISPATCH(Row3x3Words)(kind, a, b, c, out, x0, x1);
 }
 
 void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch) {

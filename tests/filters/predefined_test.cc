@@ -174,11 +174,12 @@ TEST(Predefined3x3, EveryFilterMatchesTheTable) {
         const int w = 2 + kt::Rng()() % 39, h = 2 + kt::Rng()() % 39;
         const bool inPlace = round % 3 == 2;
         CheckGray<ZBW8>(f, f.f8, w, h, round % 8, inPlace, round % 2 == 0);
-        if (!wide) CheckGray<ZBW16>(f, f.f16, w, h, 2 * (round % 4), inPlace, round % 2 == 1);
+        CheckGray<ZBW16>(f, f.f16, w, h, 2 * (round % 4), inPlace, round % 2 == 1);
       }
       // Long rows for several vectors of every width, edges of the pieces included.
       CheckGray<ZBW8>(f, f.f8, 70 + kt::Rng()() % 100, 3, wide, false, false);
       CheckGray<ZBW8>(f, f.f8, 4100, 2, 3, true, true);
+      CheckGray<ZBW16>(f, f.f16, 1100, 3, 2, wide == 1, false);
     }
 }
 
@@ -419,6 +420,7 @@ TEST(PredefinedWide, EveryTargetGivesTheScalarPixels) {
       for (int offset : {0, 3, 5}) {
         CheckGray<ZBW8>(f, f.f8, 100 + offset * 7, 4, offset, offset == 3, false);
         CheckGray<ZBW8>(f, f.f8, 9, 3, offset, offset == 5, true);
+        CheckGray<ZBW16>(f, f.f16, 100 + offset * 7, 4, offset, offset == 3, false);
       }
     for (const Large& l : kLarge) {
       kt::Framed<ZBW8> src(150, 9, 1), dst(150, 9, 4);
