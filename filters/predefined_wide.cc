@@ -383,58 +383,136 @@ void RowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int
 
 // ----- the running box -----
 
-void ColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
-  const hn::ScalableTag<uint32_t> d32;
-  const hn::Rebind<uint8_t, decltype(d32)> d8;
-  const int lanes = static_cast<int>(hn::Lanes(d32));
-  int x = 0;
-  for (; x + lanes <= count; x += lanes) {
-    const auto in = hn::PromoteTo(d32, hn::LoadU(d8, add + x)), out = hn::PromoteTo(d32, hn::LoadU(d8, sub + x));
-    hn::StoreU(hn::Sub(hn::Add(hn::LoadU(d32, sums + x), in), out), d32, sums + x);
+// Pixels of 8 bits, or of 16 bits at any byte address (Words), widened to the lanes of `d`.
+template <class Pixel, class D>
+HWY_INLINE hn::Vec<D> LoadPixels(D d, const uint8_t* row, int x) {
+  if constexpr (sizeof(Pixel) == 1) {
+    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<uint8_t, D>(), row + x));
+  } else {
+    const hn::Rebind<uint16_t, D> d16;
+    return hn::PromoteTo(d, hn::BitCast(d16, hn::LoadU(hn::Repartition<uint8_t, decltype(d16)>(), row + 2 * x)));
   }
-  for (; x < count; ++x) sums[x] += static_cast<uint32_t>(add[x]) - static_cast<uint32_t>(sub[x]);
 }
 
-// The running sum along the row is a prefix sum of the differences cells[x + window - 1] -
-// cells[x - 1]: a whole vector at a time, scanned inside the vector (log2(lanes) shifted adds,
-// each a lane permute with the low lanes zeroed) and carried from the last lane; the product and
-// the shift follow at once. Wrapping 32-bit arithmetic, so the sums are those of the scalar loop.
-void BoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
+template <class Pixel>
+HWY_INLINE uint32_t PixelAt(const uint8_t* row, int x) {
+  if constexpr (sizeof(Pixel) == 1) return row[x];
+  return reinterpret_cast<const predefined::Word*>(row)[x];
+}
+
+// sums[x] += add[x] - sub[x] for x in [0, count), wrapping like the scalar column sums.
+template <class Cell, class Pixel>
+HWY_INLINE void ColumnUpdateOf(Cell* sums, const uint8_t* add, const uint8_t* sub, int count) {
+  int x = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const hn::ScalableTag<Cell> d;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  for (; x + lanes <= count; x += lanes) {
+    const auto in = LoadPixels<Pixel>(d, add, x), out = LoadPixels<Pixel>(d, sub, x);
+    hn::StoreU(hn::Sub(hn::Add(hn::LoadU(d, sums + x), in), out), d, sums + x);
+  }
+#endif
+  for (; x < count; ++x) sums[x] = static_cast<Cell>(sums[x] + PixelAt<Pixel>(add, x) - PixelAt<Pixel>(sub, x));
+}
+
+#if HWY_TARGET != HWY_SCALAR
+// Lanes moved up by K, zeros below: one instruction on AVX-512, a permute and a mask elsewhere.
+template <int K, class D>
+HWY_INLINE hn::Vec<D> ShiftUpLanes(D d, hn::Vec<D> v) {
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+  if constexpr (sizeof(hn::Vec<D>) == 64 && sizeof(hn::TFromD<D>) == 4) {
+    (void)d;
+    return hn::Vec<D>{_mm512_alignr_epi32(v.raw, _mm512_setzero_si512(), 16 - K)};
+  }
+#endif
+  constexpr int kMaxLanes = HWY_MAX_BYTES / 4;
+  int32_t index[kMaxLanes];
+  for (int i = 0; i < kMaxLanes; ++i) index[i] = i >= K ? i - K : 0;
+  return hn::IfThenZeroElse(hn::FirstN(d, K), hn::TableLookupLanes(v, hn::SetTableIndices(d, index)));
+}
+
+// Inclusive prefix sum inside one vector of up to 16 lanes: log2(lanes) shifted adds.
+template <class D>
+HWY_INLINE hn::Vec<D> PrefixSum(D d, hn::Vec<D> v) {
+  const size_t lanes = hn::Lanes(d);
+  if (lanes > 1) v = hn::Add(v, ShiftUpLanes<1>(d, v));
+  if (lanes > 2) v = hn::Add(v, ShiftUpLanes<2>(d, v));
+  if (lanes > 4) v = hn::Add(v, ShiftUpLanes<4>(d, v));
+  if (lanes > 8) v = hn::Add(v, ShiftUpLanes<8>(d, v));
+  return v;
+}
+#endif
+
+// One output row of the box: S[0] is the sum of cells[0 .. window), S[x] = S[x - 1] +
+// cells[x + window - 1] - cells[x - 1], and out[x] = S[x] * scale >> 24. The running sum is a
+// prefix sum of those differences, a vector at a time, carried from the last lane. On ZBW8 the
+// sum and the product wrap in 32 bits as the scalar ones do; on ZBW16 the caller guarantees a
+// sum below 2^32, and the product takes 64 bits (even and odd lanes apart).
+template <class Cell, class Pixel>
+HWY_INLINE void BoxRowOf(const Cell* cells, int window, uint32_t scale, uint8_t* out, int count) {
+  const auto product = [&](uint32_t sum) -> uint32_t {
+    if constexpr (sizeof(Pixel) == 1) return (sum * scale) >> 24;
+    return static_cast<uint32_t>((static_cast<uint64_t>(sum) * scale) >> 24);
+  };
+  const auto store = [&](int x, uint32_t v) {
+    if constexpr (sizeof(Pixel) == 1)
+      out[x] = static_cast<uint8_t>(v);
+    else
+      reinterpret_cast<predefined::Word*>(out)[x] = static_cast<uint16_t>(v);
+  };
   uint32_t sum = 0;
   for (int i = 0; i < window; ++i) sum += cells[i];
-  out[0] = static_cast<uint8_t>((sum * scale) >> 24);
+  store(0, product(sum));
   int x = 1;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint32_t> d32;
-  const hn::Rebind<int32_t, decltype(d32)> di;
-  const hn::Rebind<uint8_t, decltype(d32)> d8;
   const int lanes = static_cast<int>(hn::Lanes(d32));
+  const auto cellsAt = [&](const Cell* p) {
+    if constexpr (sizeof(Cell) == 2) return hn::PromoteTo(d32, hn::LoadU(hn::Rebind<uint16_t, decltype(d32)>(), p));
+    else return hn::LoadU(d32, p);
+  };
   constexpr int kMaxLanes = HWY_MAX_BYTES / 4;
-  int32_t table[6][kMaxLanes];
-  int steps = 0;
-  for (int k = 1; k < lanes; k *= 2, ++steps)
-    for (int i = 0; i < lanes; ++i) table[steps][i] = i >= k ? i - k : 0;
-  for (int i = 0; i < lanes; ++i) table[steps][i] = lanes - 1;  // broadcast of the last lane
-  using Idx = decltype(hn::SetTableIndices(d32, table[0]));
-  Idx shift[6];
-  hn::Mask<decltype(d32)> low[6];
-  for (int j = 0, k = 1; j < steps; ++j, k *= 2) shift[j] = hn::SetTableIndices(d32, table[j]), low[j] = hn::FirstN(d32, k);
-  const Idx last = hn::SetTableIndices(d32, table[steps]);
+  int32_t lastIndex[kMaxLanes];
+  for (int i = 0; i < kMaxLanes; ++i) lastIndex[i] = lanes - 1;
+  const auto last = hn::SetTableIndices(d32, lastIndex);
   const auto vScale = hn::Set(d32, scale);
   auto carry = hn::Set(d32, sum);
   for (; x + lanes <= count; x += lanes) {
-    auto d = hn::Sub(hn::LoadU(d32, cells + x + window - 1), hn::LoadU(d32, cells + x - 1));
-    for (int j = 0; j < steps; ++j) d = hn::Add(d, hn::IfThenZeroElse(low[j], hn::TableLookupLanes(d, shift[j])));
-    const auto s = hn::Add(d, carry);
+    const auto s = hn::Add(PrefixSum(d32, hn::Sub(cellsAt(cells + x + window - 1), cellsAt(cells + x - 1))), carry);
     carry = hn::TableLookupLanes(s, last);
-    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRight<24>(hn::Mul(s, vScale)))), d8, out + x);
+    if constexpr (sizeof(Pixel) == 1) {
+      const hn::Rebind<uint8_t, decltype(d32)> d8;
+      hn::StoreU(hn::TruncateTo(d8, hn::ShiftRight<24>(hn::Mul(s, vScale))), d8, out + x);
+    } else {
+      const hn::Repartition<uint64_t, decltype(d32)> d64;
+      const hn::Rebind<uint16_t, decltype(d32)> d16;
+      const auto even = hn::ShiftRight<24>(hn::MulEven(s, vScale));
+      const auto odd = hn::ShiftRight<24>(hn::MulEven(hn::BitCast(d32, hn::ShiftRight<32>(hn::BitCast(d64, s))), vScale));
+      const auto both = hn::Or(hn::BitCast(d32, even), hn::BitCast(d32, hn::ShiftLeft<32>(odd)));
+      const hn::Repartition<uint8_t, decltype(d16)> d8;
+      hn::StoreU(hn::BitCast(d8, hn::TruncateTo(d16, both)), d8, out + 2 * x);
+    }
   }
   if (x > 1) sum = hn::GetLane(carry);
 #endif
   for (; x < count; ++x) {
     sum += cells[x + window - 1] - cells[x - 1];
-    out[x] = static_cast<uint8_t>((sum * scale) >> 24);
+    store(x, product(sum));
   }
+}
+
+void ColumnUpdate8(uint16_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
+  ColumnUpdateOf<uint16_t, uint8_t>(sums, add, sub, count);
+}
+void ColumnUpdate32(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count, bool words) {
+  words ? ColumnUpdateOf<uint32_t, uint16_t>(sums, add, sub, count) : ColumnUpdateOf<uint32_t, uint8_t>(sums, add, sub, count);
+}
+void BoxRow8(const uint16_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
+  BoxRowOf<uint16_t, uint8_t>(cells, window, scale, out, count);
+}
+void BoxRow32(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, bool words) {
+  words ? BoxRowOf<uint32_t, uint16_t>(cells, window, scale, out, count)
+        : BoxRowOf<uint32_t, uint8_t>(cells, window, scale, out, count);
 }
 
 }  // namespace kelmira::HWY_NAMESPACE
@@ -445,25 +523,31 @@ namespace kelmira::predefined {
 HWY_EXPORT(Row3x3);
 HWY_EXPORT(Row3x3Words);
 HWY_EXPORT(RowLarge);
-HWY_EXPORT(ColumnUpdate);
-HWY_EXPORT(BoxRow);
+HWY_EXPORT(ColumnUpdate8);
+HWY_EXPORT(ColumnUpdate32);
+HWY_EXPORT(BoxRow8);
+HWY_EXPORT(BoxRow32);
 
 void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
   HWY_DYNAMIC_DISPATCH(Row3x3)(kind, a, b, c, out, x0, x1);
 }
-
 void WideRow3x3Words(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
   HWY_DYNAMIC_DISPATCH(Row3x3Words)(kind, a, b, c, out, x0, x1);
 }
-
 void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch) {
   HWY_DYNAMIC_DISPATCH(RowLarge)(n, uniform, rows, out, width, scratch);
 }
-void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
-  HWY_DYNAMIC_DISPATCH(ColumnUpdate)(sums, add, sub, count);
+void WideColumnUpdate(uint16_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
+  HWY_DYNAMIC_DISPATCH(ColumnUpdate8)(sums, add, sub, count);
 }
-void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
-  HWY_DYNAMIC_DISPATCH(BoxRow)(cells, window, scale, out, count);
+void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count, bool words) {
+  HWY_DYNAMIC_DISPATCH(ColumnUpdate32)(sums, add, sub, count, words);
+}
+void WideBoxRow(const uint16_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
+  HWY_DYNAMIC_DISPATCH(BoxRow8)(cells, window, scale, out, count);
+}
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, bool words) {
+  HWY_DYNAMIC_DISPATCH(BoxRow32)(cells, window, scale, out, count, words);
 }
 }  // namespace kelmira::predefined
 #endif

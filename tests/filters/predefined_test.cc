@@ -342,7 +342,8 @@ void CheckRoutes() {
   // The small routes, boxes (default halfY, limited halves, a thin box), Gaussians of each shape.
   const Route kRoutes[] = {{0, 0, 9, 5},   {0, 1, 9, 5},     {1, 0, 9, 5},  {1, 1, 9, 5},  {2, 0xFFFFFFFFu, 17, 12},
                            {0, 2, 6, 9},   {3, 0, 40, 3},    {1000, 2, 23, 8}, {15, 15, 70, 40}, {4, 1000, 5, 7},
-                           {3, 1, 12, 9},  {1, 3, 12, 9},    {2, 2, 9, 9},  {0, 3, 4, 8},  {0xFFFFFFFEu, 0xFFFFFFFEu, 30, 6}};
+                           {3, 1, 12, 9},  {1, 3, 12, 9},    {2, 2, 9, 9},  {0, 3, 4, 8},  {0xFFFFFFFEu, 0xFFFFFFFEu, 30, 6},
+                           {2, 140, 20, 290}};
   for (const Route& r : kRoutes) {
     const unsigned hy = r.hy == 0xFFFFFFFFu ? r.hx : r.hy;
     kt::Framed<T> src(r.w, r.h, 3), dst(r.w, r.h, 6);
@@ -376,7 +377,7 @@ TEST(PredefinedRoutes, UniformAndGaussianTables) {
   for (int wide : {0, 1}) {
     kt::WideSetting setting(wide);
     CheckRoutes<ZBW8>();
-    if (!wide) CheckRoutes<ZBW16>();
+    CheckRoutes<ZBW16>();
   }
   // Random boxes on random views against the definition.
   for (int wide : {0, 1}) {
@@ -433,6 +434,10 @@ TEST(PredefinedWide, EveryTargetGivesTheScalarPixels) {
       Fill(src.get());
       LumConvolUniform(src.get(), dst.get(), half, 3);
       ASSERT_EQ(Read(dst.get()).p, ExpectedBox(Read(src.get()), half, 3, false).p) << half;
+      kt::Framed<ZBW16> src16(131, 6, 3), dst16(131, 6, 6);
+      Fill(src16.get());
+      LumConvolUniform(src16.get(), dst16.get(), half, 3);
+      ASSERT_EQ(Read(dst16.get()).p, ExpectedBox(Read(src16.get()), half, 3, true).p) << half;
     }
   }
   hwy::SetSupportedTargetsForTest(0);
