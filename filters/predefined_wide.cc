@@ -445,7 +445,7 @@ HWY_INLINE hn::Vec<D> PrefixSum(D d, hn::Vec<D> v) {
 
 // One output row of the box: S[0] is the sum of cells[0 .. window), S[x] = S[x - 1] +
 // cells[x + window - 1] - cells[x - 1], and out[x] = S[x] * scale >> 24. The running sum is a
-// prefix sum of those differences, a vector at a time, carried from the last lane. On ZBW8 the
+// prefix sum of those differences, a vector at a time, carried across vectors. On ZBW8 the
 // sum and the product wrap in 32 bits as the scalar ones do; on ZBW16 the caller guarantees a
 // sum below 2^32, and the product takes 64 bits (even and odd lanes apart).
 template <class Cell, class Pixel>
@@ -478,8 +478,10 @@ HWY_INLINE void BoxRowOf(const Cell* cells, int window, uint32_t scale, uint8_t*
   const auto vScale = hn::Set(d32, scale);
   auto carry = hn::Set(d32, sum);
   for (; x + lanes <= count; x += lanes) {
-    const auto s = hn::Add(PrefixSum(d32, hn::Sub(cellsAt(cells + x + window - 1), cellsAt(cells + x - 1))), carry);
-    carry = hn::TableLookupLanes(s, last);
+    // The carry chain is one add a vector: the broadcast of the last lane works on the prefix.
+    const auto prefix = PrefixSum(d32, hn::Sub(cellsAt(cells + x + window - 1), cellsAt(cells + x - 1)));
+    const auto s = hn::Add(prefix, carry);
+    carry = hn::Add(carry, hn::TableLookupLanes(prefix, last));
     if constexpr (sizeof(Pixel) == 1) {
       const hn::Rebind<uint8_t, decltype(d32)> d8;
       hn::StoreU(hn::TruncateTo(d8, hn::ShiftRight<24>(hn::Mul(s, vScale))), d8, out + x);
