@@ -317,8 +317,9 @@ HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int width, 
     hn::StoreU(sum, d16, columns + x);
   };
   // Horizontal sums in 16 bits as well. Gaussian 5x5: at most 65280. Gaussian 7x7: the pairs at
-  // equal distances (at most 32640) are split as 64 hi + lo; the weighted his (at most 16320) and
-  // los (at most 2646) give floor(S / 4096) as (S_hi + (S_lo >> 6)) >> 6, the same floor. The
+  // equal distances (at most 32640) go through 32-bit multiply-adds on x86; elsewhere they are
+  // split as 64 hi + lo, and the weighted his (at most 16320) and los (at most 2646) give
+  // floor(S / 4096) as (S_hi + (S_lo >> 6)) >> 6, the same floor. The
   // boxes: floor(S * 335544 / 2^23) and floor(S * 171196 / 2^23) equal the high half of S * 10485
   // shifted by 2 and of S * 10699 shifted by 3 for every sum a box can reach (checked over the
   // whole range), so no 32-bit lanes are needed.
@@ -335,8 +336,27 @@ HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int width, 
       r = hn::ShiftRight<8>(hn::Add(hn::Add(v[0], v[4]), hn::Add(hn::ShiftLeft<2>(hn::Add(v[1], v[3])),
                                                                    hn::Mul(v[2], hn::Set(d16, 6)))));
     } else {
-      const auto mask = hn::Set(d16, 63), six = hn::Set(d16, 6), fifteen = hn::Set(d16, 15), twenty = hn::Set(d16, 20);
       const auto a = hn::Add(v[0], v[6]), b = hn::Add(v[1], v[5]), c = hn::Add(v[2], v[4]);
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR
+      // x86: the pairs (a, b) and (c, d) interleaved and multiplied-and-added into 32-bit sums
+      // (every operand below 2^15), the low and high four pairs of each block apart; the
+      // saturating pack of the two halves, block by block, restores the order of the outputs.
+      const hn::Repartition<int32_t, decltype(di16)> d32;
+      const auto ab = hn::BitCast(di16, hn::Set(d32, (6 << 16) | 1));
+      const auto cd = hn::BitCast(di16, hn::Set(d32, (20 << 16) | 15));
+      const auto ia = hn::BitCast(di16, a), ib = hn::BitCast(di16, b), ic = hn::BitCast(di16, c), id = hn::BitCast(di16, v[3]);
+      auto unused = hn::Zero(d32);
+      const auto lower = hn::ReorderWidenMulAccumulate(
+          d32, hn::InterleaveLower(ic, id), cd, hn::ReorderWidenMulAccumulate(d32, hn::InterleaveLower(ia, ib), ab, hn::Zero(d32), unused),
+          unused);
+      const auto upper = hn::ReorderWidenMulAccumulate(
+          d32, hn::InterleaveUpper(di16, ic, id), cd,
+          hn::ReorderWidenMulAccumulate(d32, hn::InterleaveUpper(di16, ia, ib), ab, hn::Zero(d32), unused), unused);
+      const auto packed = hn::ReorderDemote2To(di16, hn::ShiftRight<12>(lower), hn::ShiftRight<12>(upper));
+      hn::StoreU(hn::DemoteTo(d8, packed), d8, out + at);
+      return;
+#endif
+      const auto mask = hn::Set(d16, 63), six = hn::Set(d16, 6), fifteen = hn::Set(d16, 15), twenty = hn::Set(d16, 20);
       const auto weighted = [&](auto pa, auto pb, auto pc, auto pd) {
         return hn::Add(hn::Add(pa, hn::Mul(pb, six)), hn::Add(hn::Mul(pc, fifteen), hn::Mul(pd, twenty)));
       };
