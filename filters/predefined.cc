@@ -136,6 +136,16 @@ void WideRow(Kind kind, void (*roll)(const uint8_t*, const uint8_t*, const uint8
   }
 }
 
+// One ZBW16 replicate row of a WideWords kind on the wide path: the interior by the wide kernel,
+// the edge columns by the rolling row. `b` is never the row being written.
+template <Kind K>
+void WideRowWords(const Word* a, const Word* b, const Word* c, Word* out, int width) {
+  const auto bytes = [](const Word* p) { return reinterpret_cast<const uint8_t*>(p); };
+  if (width > 2) WideRow3x3Words(K, bytes(a), bytes(b), bytes(c), reinterpret_cast<uint8_t*>(out), 1, width - 1);
+  RollRow<K, Word>(a, b, c, out, nullptr, 0, 1, width);
+  RollRow<K, Word>(a, b, c, out, nullptr, width - 1, width, width);
+}
+
 // ----- workers -----
 
 template <Kind K, class T>
@@ -158,6 +168,11 @@ void SourceToDestination(ZGenericROI* source, ZGenericROI* destination, bool wid
     if constexpr (sizeof(T) == 1) {
       if (wide) {
         WideRow(K, RollRowOf<K, T>, a, b, c, out[y], width, b);
+        continue;
+      }
+    } else if constexpr (WideWords(K)) {
+      if (wide) {
+        WideRowWords<K>(a, b, c, out[y], width);
         continue;
       }
     }
@@ -215,17 +230,21 @@ bool InPlace(ZGenericROI* view, bool wide, const Words& words) {
       return false;
     }
     T* above = buffer.get();
-    if constexpr (sizeof(T) == 1) {
+    if constexpr (sizeof(T) == 1 || WideWords(K)) {
       if (wide) {
+        const size_t bytes = sizeof(T) * static_cast<size_t>(width);
         T* current = above + width;
-        std::memcpy(current, rows[0], static_cast<size_t>(width));
+        std::memcpy(current, rows[0], bytes);
         for (int y = 0; y < height; ++y) {
           if (y > 0) {
             std::swap(above, current);
-            std::memcpy(current, rows[y], static_cast<size_t>(width));
+            std::memcpy(current, rows[y], bytes);
           }
           const T* c = y + 1 < height ? rows[y + 1] : current;
-          WideRow(K, RollRowOf<K, T>, y > 0 ? above : current, current, c, rows[y], width, rows[y]);
+          if constexpr (sizeof(T) == 1)
+            WideRow(K, RollRowOf<K, T>, y > 0 ? above : current, current, c, rows[y], width, rows[y]);
+          else
+            WideRowWords<K>(y > 0 ? above : current, current, c, rows[y], width);
         }
         return true;
       }
@@ -248,12 +267,13 @@ bool Fits(const ZGenericROI* view) {
   return true;
 }
 
-// The frame of a two-argument ZBW8 or ZBW16 form. The words are traced on every call.
+// The frame of a two-argument ZBW8 or ZBW16 form (wide on ZBW16 only for the WideWords kinds,
+// whose wide rows give the scalar pixels). The words are traced on every call.
 template <Kind K, class P, class T>
 void Filter(ZROI<P>* source, ZROI<P>* destination, const Words& words) {
   constexpr bool bw8 = sizeof(T) == 1;
   if (frame::Enter() && frame::NotVoid(source)) {
-    const bool wide = bw8 && ZGetMMX() != 0;
+    const bool wide = (bw8 || WideWords(K)) && ZGetMMX() != 0;
     if (destination == nullptr || destination == source) {
       if (Fits<K>(source)) InPlace<K, T>(source, wide, words);
     } else if (frame::NotVoid(destination) && frame::SameSize(destination, source) && Fits<K>(source)) {

@@ -117,16 +117,27 @@ void GaussianY(ZROI<ZBW16>* source, ZROI<ZBW16>* destination);
 // below (b may be a copy of the row being written, never the row itself).
 void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1);
 
-// Separable 5x5 / 7x7 on separate memory: rows[j] is the source row under window row j (clamped);
-// outputs [x0, x1) with R <= x0, x1 <= width - R (R = n / 2). `uniform` picks the box. `columns`
-// is scratch of the row's width.
-void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns);
+// The ZBW16 kinds with a wide row (Uniform3x3 and Gaussian3x3, whose scalar workers replicate).
+constexpr bool WideWords(Kind k) { return k == Kind::kLowpass1 || k == Kind::kLowpass3; }
 
-// Running-box helpers (32-bit lanes, wrapping like the scalar sums): sums[x] += add[x] - sub[x]
-// for x in [0, count); and one output row of the box: S[0] is the sum of cells[0 .. window),
-// S[x] = S[x - 1] + cells[x + window - 1] - cells[x - 1], out[x] = S[x] * scale >> 24.
-void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count);
-void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count);
+// Outputs [x0, x1) of one ZBW16 row of a WideWords kind (1 <= x0, x1 <= width - 1): a, b, c and
+// out address the rows' 16-bit pixels at any byte address, as WideRow3x3 takes them.
+void WideRow3x3Words(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1);
+
+// Separable 5x5 / 7x7 on separate memory: rows[j] is the source row under window row j (clamped);
+// the whole output row, replicate rule on the columns. `uniform` picks the box. `scratch` holds
+// width + n - 1 entries.
+void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch);
+
+// Running-box helpers, wrapping like the scalar sums. Column sums: sums[x] += add[x] - sub[x]
+// for x in [0, count), of 16 bits for ZBW8 boxes whose column sums stay below 2^16, else of 32
+// bits over pixels of 8 bits or (`words`) of 16 at any byte address. One output row: S[0] is the
+// sum of cells[0 .. window), S[x] = S[x - 1] + cells[x + window - 1] - cells[x - 1], out[x] =
+// S[x] * scale >> 24 (32-bit product on ZBW8; 64-bit on ZBW16, whose sums must stay below 2^32).
+void WideColumnUpdate(uint16_t* sums, const uint8_t* add, const uint8_t* sub, int count);
+void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count, bool words);
+void WideBoxRow(const uint16_t* cells, int window, uint32_t scale, uint8_t* out, int count);
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, bool words);
 
 }  // namespace kelmira::predefined
 

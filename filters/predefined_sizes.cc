@@ -59,16 +59,14 @@ void RunLarge(ZGenericROI* source, ZGenericROI* destination, bool wide) {
   const int width = source->GetWidth(), height = source->GetHeight();
   const rows::Rows<uint8_t> in(source), out(destination);
   wide = wide && !Overlap(source, destination);
-  std::unique_ptr<uint16_t[]> columns(wide ? new (std::nothrow) uint16_t[static_cast<size_t>(width)] : nullptr);
+  std::unique_ptr<uint16_t[]> columns(wide ? new (std::nothrow) uint16_t[static_cast<size_t>(width) + N - 1] : nullptr);
   wide = wide && columns != nullptr;  // without scratch, the scalar loop gives the same pixels
   const uint8_t* window[N];
   for (int y = 0; y < height; ++y) {
     for (int j = 0; j < N; ++j) window[j] = in[Clamp(y - R + j, 0, height - 1)];
     uint8_t* o = out[y];
     if (wide) {
-      for (int x = 0; x < R; ++x) o[x] = LargePixel<N, Uniform>(window, x, width);
-      WideRowLarge(N, Uniform, window, o, R, width - R, columns.get());
-      for (int x = width - R; x < width; ++x) o[x] = LargePixel<N, Uniform>(window, x, width);
+      WideRowLarge(N, Uniform, window, o, width, columns.get());
     } else {
       for (int x = 0; x < width; ++x) o[x] = LargePixel<N, Uniform>(window, x, width);
     }
@@ -144,6 +142,45 @@ void Roberts(ZROI<P>* source, ZROI<P>* destination, const char* trace) {
 
 // ----- the box of any size -----
 
+// The wide running box, the same sums in narrower or equal lanes: on ZBW8 a column sum is at most
+// (2 hy + 1) * 255, so with hy up to 128 it fits 16 bits and never wraps, and equals the scalar's
+// 32-bit sum; otherwise 32-bit cells wrap as the scalar ones do. On ZBW16 the caller takes this
+// path only when area * 65535 < 2^32: then no column or row sum reaches 2^32 and each equals the
+// scalar's 64-bit sum.
+template <class Cell, class T>
+bool WideBox(const rows::Rows<T>& in, const rows::Rows<T>& out, int width, int height, int hx, int hy, uint32_t scale) {
+  std::unique_ptr<Cell[]> store(new (std::nothrow) Cell[static_cast<size_t>(width) + 2 * static_cast<size_t>(hx)]);
+  if (!store) return frame::Fail(Z_ERROR_NO_MEMORY);
+  Cell* cell = store.get();
+  Cell* column = cell + hx;  // the real columns
+  const auto bytes = [](const T* row) { return reinterpret_cast<const uint8_t*>(row); };
+  std::memset(column, 0, sizeof(Cell) * static_cast<size_t>(width));
+  for (int r = -hy; r <= hy; ++r) {
+    const T* row = in[Clamp(r, 0, height - 1)];
+    for (int x = 0; x < width; ++x) column[x] = static_cast<Cell>(column[x] + row[x]);
+  }
+  for (int y = 0; y < height; ++y) {
+    for (int i = 0; i < hx; ++i) {
+      cell[i] = column[0];
+      column[width + i] = column[width - 1];
+    }
+    uint8_t* o = reinterpret_cast<uint8_t*>(out[y]);
+    if constexpr (sizeof(Cell) == 2)
+      WideBoxRow(cell, 2 * hx + 1, scale, o, width);
+    else
+      WideBoxRow(cell, 2 * hx + 1, scale, o, width, sizeof(T) == 2);
+    if (y + 1 < height) {
+      const uint8_t* leaving = bytes(in[Clamp(y - hy, 0, height - 1)]);
+      const uint8_t* entering = bytes(in[Clamp(y + hy + 1, 0, height - 1)]);
+      if constexpr (sizeof(Cell) == 2)
+        WideColumnUpdate(column, entering, leaving, width);
+      else
+        WideColumnUpdate(column, entering, leaving, width, sizeof(T) == 2);
+    }
+  }
+  return true;
+}
+
 // Running column sums over the rows -halfY .. halfY (clamped to the view), and along each row a
 // running sum over 2 halfX + 1 cells of the column sums padded with the edge columns. The column
 // sums wrap in 32 bits; the row sum and product are 32-bit on ZBW8 (sum * scale stays below
@@ -156,13 +193,20 @@ bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsig
   const int hy = halfY > static_cast<unsigned>(height - 1) ? height - 1 : static_cast<int>(halfY);
   const uint64_t area = (2 * static_cast<uint64_t>(hx) + 1) * (2 * static_cast<uint64_t>(hy) + 1);
   const uint32_t scale = static_cast<uint32_t>((uint64_t{1} << 24) / area);
+  const rows::Rows<T> in(source), out(destination);
+  if (wide) {
+    if constexpr (sizeof(T) == 1) {
+      if (2 * hy + 1 <= 65535 / 255) return WideBox<uint16_t>(in, out, width, height, hx, hy, scale);
+      return WideBox<uint32_t>(in, out, width, height, hx, hy, scale);
+    } else {
+      if (area * 65535 < (uint64_t{1} << 32)) return WideBox<uint32_t>(in, out, width, height, hx, hy, scale);
+    }
+  }
   const size_t cells = static_cast<size_t>(width) + 2 * static_cast<size_t>(hx);
-  wide = wide && sizeof(T) == 1;
   std::unique_ptr<uint32_t[]> store(new (std::nothrow) uint32_t[cells]);
   if (!store) return frame::Fail(Z_ERROR_NO_MEMORY);
   uint32_t* cell = store.get();
   uint32_t* column = cell + hx;  // the real columns
-  const rows::Rows<T> in(source), out(destination);
   std::memset(column, 0, sizeof(uint32_t) * static_cast<size_t>(width));
   for (int r = -hy; r <= hy; ++r) {
     const T* row = in[Clamp(r, 0, height - 1)];
@@ -174,26 +218,15 @@ bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsig
       column[width + i] = column[width - 1];
     }
     T* o = out[y];
-    if constexpr (sizeof(T) == 1) {
-      if (wide) WideBoxRow(cell, 2 * hx + 1, scale, o, width);
-    }
-    if (!wide) {
-      Sum sum = 0;
-      for (int i = 0; i <= 2 * hx; ++i) sum += cell[i];
-      for (int x = 0; x < width; ++x) {
-        o[x] = static_cast<T>(static_cast<Sum>(sum * scale) >> 24);
-        if (x + 1 < width) sum += static_cast<Sum>(cell[x + 2 * hx + 1]) - static_cast<Sum>(cell[x]);
-      }
+    Sum sum = 0;
+    for (int i = 0; i <= 2 * hx; ++i) sum += cell[i];
+    for (int x = 0; x < width; ++x) {
+      o[x] = static_cast<T>(static_cast<Sum>(sum * scale) >> 24);
+      if (x + 1 < width) sum += static_cast<Sum>(cell[x + 2 * hx + 1]) - static_cast<Sum>(cell[x]);
     }
     if (y + 1 < height) {
       const T* leaving = in[Clamp(y - hy, 0, height - 1)];
       const T* entering = in[Clamp(y + hy + 1, 0, height - 1)];
-      if constexpr (sizeof(T) == 1) {
-        if (wide) {
-          WideColumnUpdate(column, entering, leaving, width);
-          continue;
-        }
-      }
       for (int x = 0; x < width; ++x) column[x] += static_cast<uint32_t>(entering[x]) - static_cast<uint32_t>(leaving[x]);
     }
   }
@@ -224,7 +257,7 @@ void Uniform(ZROI<P>* source, ZROI<P>* destination, unsigned halfX, unsigned hal
     } else if (!separate) {
       frame::Fail(Z_ERROR_NEED_SEPARATE_DESTINATION);
     } else {
-      RunBox<T>(source, destination, halfX, halfY, sizeof(T) == 1 && ZGetMMX() != 0);
+      RunBox<T>(source, destination, halfX, halfY, ZGetMMX() != 0);
     }
   }
   frame::Leave(trace);

@@ -222,24 +222,86 @@ void Row3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uin
   }
 }
 
+// ----- 3x3 on ZBW16 -----
+
+// Uniform3x3 (Lowpass1) and Gaussian3x3 (Lowpass3) on 16-bit pixels at any byte address, in
+// 32-bit lanes: the column sums (at most 4 * 65535) go to an array, then the horizontal sum, the
+// multiply by 14 (at most 8257410) and the shifts of the scalar formula, narrowed to 16 bits.
+template <Kind K>
+HWY_INLINE void WordRowOf(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
+  const auto pixel = [](const uint8_t* p, int x) -> int32_t { return reinterpret_cast<const predefined::Word*>(p)[x]; };
+  const auto scalar = [&](int from, int to) {
+    for (int x = from; x < to; ++x) {
+      const int32_t v = predefined::Formula<K>(pixel(a, x - 1), pixel(a, x), pixel(a, x + 1), pixel(b, x - 1), pixel(b, x),
+                                               pixel(b, x + 1), pixel(c, x - 1), pixel(c, x), pixel(c, x + 1));
+      reinterpret_cast<predefined::Word*>(out)[x] = static_cast<uint16_t>(v);
+    }
+  };
+#if HWY_TARGET == HWY_SCALAR
+  scalar(x0, x1);
+#else
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Rebind<int32_t, decltype(d32)> di32;
+  const hn::Rebind<uint16_t, decltype(d32)> d16;
+  const hn::Repartition<uint8_t, decltype(d16)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  constexpr int kPiece = 1024;
+  HWY_ALIGN uint32_t us[kPiece + 2];
+  const auto load = [&](const uint8_t* p, int x) { return hn::PromoteTo(d32, hn::BitCast(d16, hn::LoadU(d8, p + 2 * x))); };
+  for (int s = x0; s < x1; s += kPiece) {
+    const int n = x1 - s < kPiece ? x1 - s : kPiece;
+    const int m = n + 2;  // columns s - 1 .. s + n
+    if (n < lanes) {
+      scalar(s, s + n);
+      continue;
+    }
+    const auto vertical = [&](int i) {
+      const auto vb = load(b, s - 1 + i);
+      const auto u = K == Kind::kLowpass1 ? hn::Add(hn::Add(load(a, s - 1 + i), vb), load(c, s - 1 + i))
+                                          : hn::Add(hn::Add(load(a, s - 1 + i), hn::Add(vb, vb)), load(c, s - 1 + i));
+      hn::StoreU(u, d32, us + i);
+    };
+    const auto horizontal = [&](int j) {
+      const auto u0 = hn::LoadU(d32, us + j), u1 = hn::LoadU(d32, us + j + 1), u2 = hn::LoadU(d32, us + j + 2);
+      const auto v = K == Kind::kLowpass1 ? hn::ShiftRight<7>(hn::Mul(hn::Add(hn::Add(u0, u1), u2), hn::Set(d32, 14)))
+                                          : hn::ShiftRight<4>(hn::Add(hn::Add(u0, hn::Add(u1, u1)), u2));
+      hn::StoreU(hn::BitCast(d8, hn::DemoteTo(d16, hn::BitCast(di32, v))), d8, out + 2 * (s + j));
+    };
+    // The last vector of each phase overlaps the one before, so nothing past the row is touched.
+    int i = 0;
+    for (; i + lanes <= m; i += lanes) vertical(i);
+    if (i < m) vertical(m - lanes);
+    int j = 0;
+    for (; j + lanes <= n; j += lanes) horizontal(j);
+    if (j < n) horizontal(n - lanes);
+  }
+#endif
+}
+
+void Row3x3Words(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
+  if (kind == Kind::kLowpass1) WordRowOf<Kind::kLowpass1>(a, b, c, out, x0, x1);
+  if (kind == Kind::kLowpass3) WordRowOf<Kind::kLowpass3>(a, b, c, out, x0, x1);
+}
+
 // ----- 5x5 and 7x7 -----
 
-// Separable, exact in integers: the vertical weighted sums of each column (below 2^15) go to
-// `columns`, then each output takes the horizontal weighted sum in 32-bit lanes (below 2^31 for
-// the boxes' products too), the multiply and the shift of the scalar formula.
+// Separable, exact in integers. The vertical weighted sums of the row's columns (below 2^15) go
+// to `columns`, padded with R copies of the edge columns on either side (the vertical sum of a
+// replicated column is that of the edge column), so that every output of the row takes the same
+// horizontal step in 16-bit lanes; `scratch` holds width + N - 1 entries.
 template <int N, bool Uniform>
-HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns) {
+HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch) {
   constexpr int R = N / 2;
-  constexpr int32_t kW5[5] = {1, 4, 6, 4, 1};
-  constexpr int32_t kW7[7] = {1, 6, 15, 20, 15, 6, 1};
-  const int32_t* w = N == 5 ? kW5 : kW7;
+  constexpr uint32_t kW5[5] = {1, 4, 6, 4, 1};
+  constexpr uint32_t kW7[7] = {1, 6, 15, 20, 15, 6, 1};
+  const uint32_t* w = N == 5 ? kW5 : kW7;
   const hn::ScalableTag<uint16_t> d16;
   const hn::Rebind<uint8_t, decltype(d16)> d8;
-  const int lanes16 = static_cast<int>(hn::Lanes(d16));
-  const int c0 = x0 - R, c1 = x1 + R;  // columns needed
-  int x = c0;
+  const hn::Rebind<int16_t, decltype(d16)> di16;
+  const int lanes = static_cast<int>(hn::Lanes(d16));
+  uint16_t* columns = scratch + R;
   // Symmetric weights: rows at equal distances are added first, then weighted once.
-  for (; x + lanes16 <= c1; x += lanes16) {
+  const auto vertical = [&](int x) {
     hn::Vec<decltype(d16)> p[7];
     for (int j = 0; j < N; ++j) p[j] = hn::PromoteTo(d16, hn::LoadU(d8, rows[j] + x));
     hn::Vec<decltype(d16)> sum;
@@ -253,24 +315,14 @@ HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int x0, int
                     hn::Add(hn::Mul(hn::Add(p[2], p[4]), hn::Set(d16, 15)), hn::Mul(p[3], hn::Set(d16, 20))));
     }
     hn::StoreU(sum, d16, columns + x);
-  }
-  for (; x < c1; ++x) {
-    uint32_t sum = 0;
-    for (int j = 0; j < N; ++j) sum += Uniform ? rows[j][x] : rows[j][x] * static_cast<uint32_t>(w[j]);
-    columns[x] = static_cast<uint16_t>(sum);
-  }
-  // Horizontal sums in 16 bits as well. Gaussian 5x5: at most 65280. Gaussian 7x7: the sum would
-  // not fit, so each column sum is split as 64 hi + lo and floor(S / 4096) is taken as
-  // (S_hi + (S_lo >> 6)) >> 6, which is the same floor. The boxes: floor(S * 335544 / 2^23) and
-  // floor(S * 171196 / 2^23) equal the high half of S * 10485 shifted by 2 and of S * 10699 shifted
-  // by 3 for every sum a box can reach (checked over the whole range), so no 32-bit lanes are needed.
-  const hn::Rebind<int16_t, decltype(d16)> di16;
-  const auto weighted = [&](auto v0, auto v1, auto v2, auto v3, auto v4, auto v5, auto v6) {
-    if constexpr (N == 5) return hn::Add(hn::Add(v0, v4), hn::Add(hn::ShiftLeft<2>(hn::Add(v1, v3)), hn::Mul(v2, hn::Set(d16, 6))));
-    const auto six = hn::Set(d16, 6), fifteen = hn::Set(d16, 15), twenty = hn::Set(d16, 20);
-    return hn::Add(hn::Add(hn::Add(v0, v6), hn::Mul(hn::Add(v1, v5), six)),
-                   hn::Add(hn::Mul(hn::Add(v2, v4), fifteen), hn::Mul(v3, twenty)));
   };
+  // Horizontal sums in 16 bits as well. Gaussian 5x5: at most 65280. Gaussian 7x7: the pairs at
+  // equal distances (at most 32640) go through 32-bit multiply-adds on x86; elsewhere they are
+  // split as 64 hi + lo, and the weighted his (at most 16320) and los (at most 2646) give
+  // floor(S / 4096) as (S_hi + (S_lo >> 6)) >> 6, the same floor. The
+  // boxes: floor(S * 335544 / 2^23) and floor(S * 171196 / 2^23) equal the high half of S * 10485
+  // shifted by 2 and of S * 10699 shifted by 3 for every sum a box can reach (checked over the
+  // whole range), so no 32-bit lanes are needed.
   const auto output = [&](int at) {
     hn::Vec<decltype(d16)> v[7];
     for (int i = 0; i < N; ++i) v[i] = hn::LoadU(d16, columns + at - R + i);
@@ -281,87 +333,208 @@ HWY_INLINE void RowLargeOf(const uint8_t* const* rows, uint8_t* out, int x0, int
       r = N == 5 ? hn::ShiftRight<2>(hn::MulHigh(sum, hn::Set(d16, 10485)))
                  : hn::ShiftRight<3>(hn::MulHigh(sum, hn::Set(d16, 10699)));
     } else if constexpr (N == 5) {
-      r = hn::ShiftRight<8>(weighted(v[0], v[1], v[2], v[3], v[4], v[0], v[0]));
+      r = hn::ShiftRight<8>(hn::Add(hn::Add(v[0], v[4]), hn::Add(hn::ShiftLeft<2>(hn::Add(v[1], v[3])),
+                                                                   hn::Mul(v[2], hn::Set(d16, 6)))));
     } else {
-      hn::Vec<decltype(d16)> hi[7], lo[7];
-      const auto mask = hn::Set(d16, 63);
-      for (int i = 0; i < 7; ++i) hi[i] = hn::ShiftRight<6>(v[i]), lo[i] = hn::And(v[i], mask);
-      const auto sh = weighted(hi[0], hi[1], hi[2], hi[3], hi[4], hi[5], hi[6]);
-      const auto sl = weighted(lo[0], lo[1], lo[2], lo[3], lo[4], lo[5], lo[6]);
-      r = hn::ShiftRight<6>(hn::Add(sh, hn::ShiftRight<6>(sl)));
+      const auto a = hn::Add(v[0], v[6]), b = hn::Add(v[1], v[5]), c = hn::Add(v[2], v[4]);
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR
+      // x86: the pairs (a, b) and (c, d) interleaved and multiplied-and-added into 32-bit sums
+      // (every operand below 2^15), the low and high four pairs of each block apart; the
+      // saturating pack of the two halves, block by block, restores the order of the outputs.
+      const hn::Repartition<int32_t, decltype(di16)> d32;
+      const auto ab = hn::BitCast(di16, hn::Set(d32, (6 << 16) | 1));
+      const auto cd = hn::BitCast(di16, hn::Set(d32, (20 << 16) | 15));
+      const auto ia = hn::BitCast(di16, a), ib = hn::BitCast(di16, b), ic = hn::BitCast(di16, c), id = hn::BitCast(di16, v[3]);
+      auto unused = hn::Zero(d32);
+      const auto lower = hn::ReorderWidenMulAccumulate(
+          d32, hn::InterleaveLower(ic, id), cd, hn::ReorderWidenMulAccumulate(d32, hn::InterleaveLower(ia, ib), ab, hn::Zero(d32), unused),
+          unused);
+      const auto upper = hn::ReorderWidenMulAccumulate(
+          d32, hn::InterleaveUpper(di16, ic, id), cd,
+          hn::ReorderWidenMulAccumulate(d32, hn::InterleaveUpper(di16, ia, ib), ab, hn::Zero(d32), unused), unused);
+      const auto packed = hn::ReorderDemote2To(di16, hn::ShiftRight<12>(lower), hn::ShiftRight<12>(upper));
+      hn::StoreU(hn::DemoteTo(d8, packed), d8, out + at);
+      return;
+#endif
+      const auto mask = hn::Set(d16, 63), six = hn::Set(d16, 6), fifteen = hn::Set(d16, 15), twenty = hn::Set(d16, 20);
+      const auto weighted = [&](auto pa, auto pb, auto pc, auto pd) {
+        return hn::Add(hn::Add(pa, hn::Mul(pb, six)), hn::Add(hn::Mul(pc, fifteen), hn::Mul(pd, twenty)));
+      };
+      const auto hi = weighted(hn::ShiftRight<6>(a), hn::ShiftRight<6>(b), hn::ShiftRight<6>(c), hn::ShiftRight<6>(v[3]));
+      const auto lo = weighted(hn::And(a, mask), hn::And(b, mask), hn::And(c, mask), hn::And(v[3], mask));
+      r = hn::ShiftRight<6>(hn::Add(hi, hn::ShiftRight<6>(lo)));
     }
     hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, r)), d8, out + at);
   };
-  x = x0;
-  for (; x + lanes16 <= x1; x += lanes16) output(x);
-  if (x < x1 && x1 - x0 >= lanes16) output(x1 - lanes16), x = x1;  // overlapping last step
-  for (; x < x1; ++x) {
+  // Both phases end with a step overlapping the one before, so nothing past the row is touched.
+  int x = 0;
+  if (width >= lanes) {
+    for (; x + lanes <= width; x += lanes) vertical(x);
+    if (x < width) vertical(width - lanes);
+  } else {
+    for (; x < width; ++x) {
+      uint32_t sum = 0;
+      for (int j = 0; j < N; ++j) sum += Uniform ? rows[j][x] : rows[j][x] * w[j];
+      columns[x] = static_cast<uint16_t>(sum);
+    }
+  }
+  for (int i = 1; i <= R; ++i) {
+    columns[-i] = columns[0];
+    columns[width - 1 + i] = columns[width - 1];
+  }
+  x = 0;
+  if (width >= lanes) {
+    for (; x + lanes <= width; x += lanes) output(x);
+    if (x < width) output(width - lanes);
+    return;
+  }
+  for (; x < width; ++x) {
     uint32_t sum = 0;
-    for (int i = 0; i < N; ++i) sum += Uniform ? columns[x - R + i] : columns[x - R + i] * static_cast<uint32_t>(w[i]);
+    for (int i = 0; i < N; ++i) sum += Uniform ? columns[x - R + i] : columns[x - R + i] * w[i];
     out[x] = static_cast<uint8_t>(Uniform ? sum * static_cast<uint32_t>(N == 5 ? 335544 : 171196) >> 23
                                           : sum >> (N == 5 ? 8 : 12));
   }
 }
 
-void RowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns) {
-  if (n == 5) uniform ? RowLargeOf<5, true>(rows, out, x0, x1, columns) : RowLargeOf<5, false>(rows, out, x0, x1, columns);
-  if (n == 7) uniform ? RowLargeOf<7, true>(rows, out, x0, x1, columns) : RowLargeOf<7, false>(rows, out, x0, x1, columns);
+void RowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch) {
+  if (n == 5) uniform ? RowLargeOf<5, true>(rows, out, width, scratch) : RowLargeOf<5, false>(rows, out, width, scratch);
+  if (n == 7) uniform ? RowLargeOf<7, true>(rows, out, width, scratch) : RowLargeOf<7, false>(rows, out, width, scratch);
 }
 
 // ----- the running box -----
 
-void ColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
-  const hn::ScalableTag<uint32_t> d32;
-  const hn::Rebind<uint8_t, decltype(d32)> d8;
-  const int lanes = static_cast<int>(hn::Lanes(d32));
-  int x = 0;
-  for (; x + lanes <= count; x += lanes) {
-    const auto in = hn::PromoteTo(d32, hn::LoadU(d8, add + x)), out = hn::PromoteTo(d32, hn::LoadU(d8, sub + x));
-    hn::StoreU(hn::Sub(hn::Add(hn::LoadU(d32, sums + x), in), out), d32, sums + x);
+// Pixels of 8 bits, or of 16 bits at any byte address (Words), widened to the lanes of `d`.
+template <class Pixel, class D>
+HWY_INLINE hn::Vec<D> LoadPixels(D d, const uint8_t* row, int x) {
+  if constexpr (sizeof(Pixel) == 1) {
+    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<uint8_t, D>(), row + x));
+  } else {
+    const hn::Rebind<uint16_t, D> d16;
+    return hn::PromoteTo(d, hn::BitCast(d16, hn::LoadU(hn::Repartition<uint8_t, decltype(d16)>(), row + 2 * x)));
   }
-  for (; x < count; ++x) sums[x] += static_cast<uint32_t>(add[x]) - static_cast<uint32_t>(sub[x]);
 }
 
-// The running sum along the row is a prefix sum of the differences cells[x + window - 1] -
-// cells[x - 1]: a whole vector at a time, scanned inside the vector (log2(lanes) shifted adds,
-// each a lane permute with the low lanes zeroed) and carried from the last lane; the product and
-// the shift follow at once. Wrapping 32-bit arithmetic, so the sums are those of the scalar loop.
-void BoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
+template <class Pixel>
+HWY_INLINE uint32_t PixelAt(const uint8_t* row, int x) {
+  if constexpr (sizeof(Pixel) == 1) return row[x];
+  return reinterpret_cast<const predefined::Word*>(row)[x];
+}
+
+// sums[x] += add[x] - sub[x] for x in [0, count), wrapping like the scalar column sums.
+template <class Cell, class Pixel>
+HWY_INLINE void ColumnUpdateOf(Cell* sums, const uint8_t* add, const uint8_t* sub, int count) {
+  int x = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const hn::ScalableTag<Cell> d;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  for (; x + lanes <= count; x += lanes) {
+    const auto in = LoadPixels<Pixel>(d, add, x), out = LoadPixels<Pixel>(d, sub, x);
+    hn::StoreU(hn::Sub(hn::Add(hn::LoadU(d, sums + x), in), out), d, sums + x);
+  }
+#endif
+  for (; x < count; ++x) sums[x] = static_cast<Cell>(sums[x] + PixelAt<Pixel>(add, x) - PixelAt<Pixel>(sub, x));
+}
+
+#if HWY_TARGET != HWY_SCALAR
+// Lanes moved up by K, zeros below: one instruction on AVX-512, a permute and a mask elsewhere.
+template <int K, class D>
+HWY_INLINE hn::Vec<D> ShiftUpLanes(D d, hn::Vec<D> v) {
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+  if constexpr (sizeof(hn::Vec<D>) == 64 && sizeof(hn::TFromD<D>) == 4) {
+    (void)d;
+    return hn::Vec<D>{_mm512_alignr_epi32(v.raw, _mm512_setzero_si512(), 16 - K)};
+  }
+#endif
+  constexpr int kMaxLanes = HWY_MAX_BYTES / 4;
+  int32_t index[kMaxLanes];
+  for (int i = 0; i < kMaxLanes; ++i) index[i] = i >= K ? i - K : 0;
+  return hn::IfThenZeroElse(hn::FirstN(d, K), hn::TableLookupLanes(v, hn::SetTableIndices(d, index)));
+}
+
+// Inclusive prefix sum inside one vector of up to 16 lanes: log2(lanes) shifted adds.
+template <class D>
+HWY_INLINE hn::Vec<D> PrefixSum(D d, hn::Vec<D> v) {
+  const size_t lanes = hn::Lanes(d);
+  if (lanes > 1) v = hn::Add(v, ShiftUpLanes<1>(d, v));
+  if (lanes > 2) v = hn::Add(v, ShiftUpLanes<2>(d, v));
+  if (lanes > 4) v = hn::Add(v, ShiftUpLanes<4>(d, v));
+  if (lanes > 8) v = hn::Add(v, ShiftUpLanes<8>(d, v));
+  return v;
+}
+#endif
+
+// One output row of the box: S[0] is the sum of cells[0 .. window), S[x] = S[x - 1] +
+// cells[x + window - 1] - cells[x - 1], and out[x] = S[x] * scale >> 24. The running sum is a
+// prefix sum of those differences, a vector at a time, carried across vectors. On ZBW8 the
+// sum and the product wrap in 32 bits as the scalar ones do; on ZBW16 the caller guarantees a
+// sum below 2^32, and the product takes 64 bits (even and odd lanes apart).
+template <class Cell, class Pixel>
+HWY_INLINE void BoxRowOf(const Cell* cells, int window, uint32_t scale, uint8_t* out, int count) {
+  const auto product = [&](uint32_t sum) -> uint32_t {
+    if constexpr (sizeof(Pixel) == 1) return (sum * scale) >> 24;
+    return static_cast<uint32_t>((static_cast<uint64_t>(sum) * scale) >> 24);
+  };
+  const auto store = [&](int x, uint32_t v) {
+    if constexpr (sizeof(Pixel) == 1)
+      out[x] = static_cast<uint8_t>(v);
+    else
+      reinterpret_cast<predefined::Word*>(out)[x] = static_cast<uint16_t>(v);
+  };
   uint32_t sum = 0;
   for (int i = 0; i < window; ++i) sum += cells[i];
-  out[0] = static_cast<uint8_t>((sum * scale) >> 24);
+  store(0, product(sum));
   int x = 1;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint32_t> d32;
-  const hn::Rebind<int32_t, decltype(d32)> di;
-  const hn::Rebind<uint8_t, decltype(d32)> d8;
   const int lanes = static_cast<int>(hn::Lanes(d32));
+  const auto cellsAt = [&](const Cell* p) {
+    if constexpr (sizeof(Cell) == 2) return hn::PromoteTo(d32, hn::LoadU(hn::Rebind<uint16_t, decltype(d32)>(), p));
+    else return hn::LoadU(d32, p);
+  };
   constexpr int kMaxLanes = HWY_MAX_BYTES / 4;
-  int32_t table[6][kMaxLanes];
-  int steps = 0;
-  for (int k = 1; k < lanes; k *= 2, ++steps)
-    for (int i = 0; i < lanes; ++i) table[steps][i] = i >= k ? i - k : 0;
-  for (int i = 0; i < lanes; ++i) table[steps][i] = lanes - 1;  // broadcast of the last lane
-  using Idx = decltype(hn::SetTableIndices(d32, table[0]));
-  Idx shift[6];
-  hn::Mask<decltype(d32)> low[6];
-  for (int j = 0, k = 1; j < steps; ++j, k *= 2) shift[j] = hn::SetTableIndices(d32, table[j]), low[j] = hn::FirstN(d32, k);
-  const Idx last = hn::SetTableIndices(d32, table[steps]);
+  int32_t lastIndex[kMaxLanes];
+  for (int i = 0; i < kMaxLanes; ++i) lastIndex[i] = lanes - 1;
+  const auto last = hn::SetTableIndices(d32, lastIndex);
   const auto vScale = hn::Set(d32, scale);
   auto carry = hn::Set(d32, sum);
   for (; x + lanes <= count; x += lanes) {
-    auto d = hn::Sub(hn::LoadU(d32, cells + x + window - 1), hn::LoadU(d32, cells + x - 1));
-    for (int j = 0; j < steps; ++j) d = hn::Add(d, hn::IfThenZeroElse(low[j], hn::TableLookupLanes(d, shift[j])));
-    const auto s = hn::Add(d, carry);
-    carry = hn::TableLookupLanes(s, last);
-    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRight<24>(hn::Mul(s, vScale)))), d8, out + x);
+    // The carry chain is one add a vector: the broadcast of the last lane works on the prefix.
+    const auto prefix = PrefixSum(d32, hn::Sub(cellsAt(cells + x + window - 1), cellsAt(cells + x - 1)));
+    const auto s = hn::Add(prefix, carry);
+    carry = hn::Add(carry, hn::TableLookupLanes(prefix, last));
+    if constexpr (sizeof(Pixel) == 1) {
+      const hn::Rebind<uint8_t, decltype(d32)> d8;
+      hn::StoreU(hn::TruncateTo(d8, hn::ShiftRight<24>(hn::Mul(s, vScale))), d8, out + x);
+    } else {
+      const hn::Repartition<uint64_t, decltype(d32)> d64;
+      const hn::Rebind<uint16_t, decltype(d32)> d16;
+      const auto even = hn::ShiftRight<24>(hn::MulEven(s, vScale));
+      const auto odd = hn::ShiftRight<24>(hn::MulEven(hn::BitCast(d32, hn::ShiftRight<32>(hn::BitCast(d64, s))), vScale));
+      const auto both = hn::Or(hn::BitCast(d32, even), hn::BitCast(d32, hn::ShiftLeft<32>(odd)));
+      const hn::Repartition<uint8_t, decltype(d16)> d8;
+      hn::StoreU(hn::BitCast(d8, hn::TruncateTo(d16, both)), d8, out + 2 * x);
+    }
   }
   if (x > 1) sum = hn::GetLane(carry);
 #endif
   for (; x < count; ++x) {
     sum += cells[x + window - 1] - cells[x - 1];
-    out[x] = static_cast<uint8_t>((sum * scale) >> 24);
+    store(x, product(sum));
   }
+}
+
+void ColumnUpdate8(uint16_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
+  ColumnUpdateOf<uint16_t, uint8_t>(sums, add, sub, count);
+}
+void ColumnUpdate32(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count, bool words) {
+  words ? ColumnUpdateOf<uint32_t, uint16_t>(sums, add, sub, count) : ColumnUpdateOf<uint32_t, uint8_t>(sums, add, sub, count);
+}
+void BoxRow8(const uint16_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
+  BoxRowOf<uint16_t, uint8_t>(cells, window, scale, out, count);
+}
+void BoxRow32(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, bool words) {
+  words ? BoxRowOf<uint32_t, uint16_t>(cells, window, scale, out, count)
+        : BoxRowOf<uint32_t, uint8_t>(cells, window, scale, out, count);
 }
 
 }  // namespace kelmira::HWY_NAMESPACE
@@ -370,22 +543,33 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kelmira::predefined {
 HWY_EXPORT(Row3x3);
+HWY_EXPORT(Row3x3Words);
 HWY_EXPORT(RowLarge);
-HWY_EXPORT(ColumnUpdate);
-HWY_EXPORT(BoxRow);
+HWY_EXPORT(ColumnUpdate8);
+HWY_EXPORT(ColumnUpdate32);
+HWY_EXPORT(BoxRow8);
+HWY_EXPORT(BoxRow32);
 
 void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
   HWY_DYNAMIC_DISPATCH(Row3x3)(kind, a, b, c, out, x0, x1);
 }
-
-void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int x0, int x1, uint16_t* columns) {
-  HWY_DYNAMIC_DISPATCH(RowLarge)(n, uniform, rows, out, x0, x1, columns);
+void WideRow3x3Words(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
+  HWY_DYNAMIC_DISPATCH(Row3x3Words)(kind, a, b, c, out, x0, x1);
 }
-void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
-  HWY_DYNAMIC_DISPATCH(ColumnUpdate)(sums, add, sub, count);
+void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch) {
+  HWY_DYNAMIC_DISPATCH(RowLarge)(n, uniform, rows, out, width, scratch);
 }
-void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
-  HWY_DYNAMIC_DISPATCH(BoxRow)(cells, window, scale, out, count);
+void WideColumnUpdate(uint16_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
+  HWY_DYNAMIC_DISPATCH(ColumnUpdate8)(sums, add, sub, count);
+}
+void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count, bool words) {
+  HWY_DYNAMIC_DISPATCH(ColumnUpdate32)(sums, add, sub, count, words);
+}
+void WideBoxRow(const uint16_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
+  HWY_DYNAMIC_DISPATCH(BoxRow8)(cells, window, scale, out, count);
+}
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, bool words) {
+  HWY_DYNAMIC_DISPATCH(BoxRow32)(cells, window, scale, out, count, words);
 }
 }  // namespace kelmira::predefined
 #endif

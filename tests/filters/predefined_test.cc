@@ -174,11 +174,12 @@ TEST(Predefined3x3, EveryFilterMatchesTheTable) {
         const int w = 2 + kt::Rng()() % 39, h = 2 + kt::Rng()() % 39;
         const bool inPlace = round % 3 == 2;
         CheckGray<ZBW8>(f, f.f8, w, h, round % 8, inPlace, round % 2 == 0);
-        if (!wide) CheckGray<ZBW16>(f, f.f16, w, h, 2 * (round % 4), inPlace, round % 2 == 1);
+        CheckGray<ZBW16>(f, f.f16, w, h, 2 * (round % 4), inPlace, round % 2 == 1);
       }
       // Long rows for several vectors of every width, edges of the pieces included.
       CheckGray<ZBW8>(f, f.f8, 70 + kt::Rng()() % 100, 3, wide, false, false);
       CheckGray<ZBW8>(f, f.f8, 4100, 2, 3, true, true);
+      CheckGray<ZBW16>(f, f.f16, 1100, 3, 2, wide == 1, false);
     }
 }
 
@@ -341,7 +342,8 @@ void CheckRoutes() {
   // The small routes, boxes (default halfY, limited halves, a thin box), Gaussians of each shape.
   const Route kRoutes[] = {{0, 0, 9, 5},   {0, 1, 9, 5},     {1, 0, 9, 5},  {1, 1, 9, 5},  {2, 0xFFFFFFFFu, 17, 12},
                            {0, 2, 6, 9},   {3, 0, 40, 3},    {1000, 2, 23, 8}, {15, 15, 70, 40}, {4, 1000, 5, 7},
-                           {3, 1, 12, 9},  {1, 3, 12, 9},    {2, 2, 9, 9},  {0, 3, 4, 8},  {0xFFFFFFFEu, 0xFFFFFFFEu, 30, 6}};
+                           {3, 1, 12, 9},  {1, 3, 12, 9},    {2, 2, 9, 9},  {0, 3, 4, 8},  {0xFFFFFFFEu, 0xFFFFFFFEu, 30, 6},
+                           {2, 129, 20, 131}};
   for (const Route& r : kRoutes) {
     const unsigned hy = r.hy == 0xFFFFFFFFu ? r.hx : r.hy;
     kt::Framed<T> src(r.w, r.h, 3), dst(r.w, r.h, 6);
@@ -375,7 +377,7 @@ TEST(PredefinedRoutes, UniformAndGaussianTables) {
   for (int wide : {0, 1}) {
     kt::WideSetting setting(wide);
     CheckRoutes<ZBW8>();
-    if (!wide) CheckRoutes<ZBW16>();
+    CheckRoutes<ZBW16>();
   }
   // Random boxes on random views against the definition.
   for (int wide : {0, 1}) {
@@ -419,6 +421,7 @@ TEST(PredefinedWide, EveryTargetGivesTheScalarPixels) {
       for (int offset : {0, 3, 5}) {
         CheckGray<ZBW8>(f, f.f8, 100 + offset * 7, 4, offset, offset == 3, false);
         CheckGray<ZBW8>(f, f.f8, 9, 3, offset, offset == 5, true);
+        CheckGray<ZBW16>(f, f.f16, 100 + offset * 7, 4, offset, offset == 3, false);
       }
     for (const Large& l : kLarge) {
       kt::Framed<ZBW8> src(150, 9, 1), dst(150, 9, 4);
@@ -431,6 +434,10 @@ TEST(PredefinedWide, EveryTargetGivesTheScalarPixels) {
       Fill(src.get());
       LumConvolUniform(src.get(), dst.get(), half, 3);
       ASSERT_EQ(Read(dst.get()).p, ExpectedBox(Read(src.get()), half, 3, false).p) << half;
+      kt::Framed<ZBW16> src16(131, 6, 3), dst16(131, 6, 6);
+      Fill(src16.get());
+      LumConvolUniform(src16.get(), dst16.get(), half, 3);
+      ASSERT_EQ(Read(dst16.get()).p, ExpectedBox(Read(src16.get()), half, 3, true).p) << half;
     }
   }
   hwy::SetSupportedTargetsForTest(0);

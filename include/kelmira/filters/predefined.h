@@ -83,7 +83,8 @@ KELMIRA_PREDEFINED_3X3(LumConvolLaplacianY)
 #undef KELMIRA_PREDEFINED_3X3
 
 // Same frame as above, on ZBW8 and ZBW16 only. Uniform3x3 is Lowpass1, Gaussian3x3 is Lowpass3,
-// both replicate; a flat 255 stays 255 under Gaussian3x3. Traces "LumConvolUniform3x3 (BW8)",
+// both replicate; a flat 255 stays 255 under Gaussian3x3. On ZBW16 these two also run wide when
+// ZGetMMX() is non-zero, with exactly the pixels of the scalar worker. Traces "LumConvolUniform3x3 (BW8)",
 // "LumConvolGaussian3x3 (BW16)", "LumConvolUniformX (BW8)", "LumConvolGaussianX (BW16)", ...
 KELMIRA_API void LumConvolUniform3x3(ZROI<ZBW8>* src, ZROI<ZBW8>* dst);
 KELMIRA_API void LumConvolUniform3x3(ZROI<ZBW16>* src, ZROI<ZBW16>* dst);
