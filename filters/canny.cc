@@ -138,6 +138,8 @@ void Suppress(ZROI<ZBW32>* gradient, ZROI<ZBW32>* direction, ZROI<ZBW8>* magnitu
 // indices, without the two BW32 images: the gradient of row y + 1 goes straight into a padded
 // magnitude line and the index image, then row y is suppressed. The pixels are those of
 // LumGradientVector followed by NonMaximaSuppression, whose codes the indices stand for.
+// Row y of the magnitude is written after the gradient of row y + 1, the last to read smoothed
+// row y, so `smoothed` may be the magnitude image itself.
 bool GradientAndSuppress(const ZROI<ZBW8>* smoothed, ZROI<ZBW8>* index, ZROI<ZBW8>* magnitude, bool wide) {
   const int w = smoothed->GetWidth(), h = smoothed->GetHeight();
   const size_t stride = static_cast<size_t>(w) + 2;
@@ -225,16 +227,18 @@ void LumCannyDetector(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, SMOOTH_MODE s
   if (!frame::Ok()) return frame::Leave(trace);
   const int w = source->GetWidth(), h = source->GetHeight();
   // The copy of the smoothing modes that do not smooth is the source itself: it is only read.
+  // The smoothed view lives in the magnitude image: GradientAndSuppress writes a magnitude row
+  // only after the last gradient row that reads it as a smoothed row.
   const bool smooth = smoothMode >= SMOOTH_GAUSSIAN_3X3 && smoothMode <= SMOOTH_MEDIAN;
-  ZImage<ZBW8> smoothed, magnitude, index;
-  for (ZImage<ZBW8>* t : {smooth ? &smoothed : nullptr, &magnitude, &index})
-    if (t != nullptr && (!frame::Step([&] { t->SetSize(w, h); }) || t->GetVoid())) {
+  ZImage<ZBW8> magnitude, index;
+  for (ZImage<ZBW8>* t : {&magnitude, &index})
+    if (!frame::Step([&] { t->SetSize(w, h); }) || t->GetVoid()) {
       if (frame::Ok()) frame::Fail(Z_ERROR_NO_MEMORY);
       return frame::Leave(trace);
     }
-  if (smooth) kelmira::canny::Smooth(source, &smoothed, smoothMode);
+  if (smooth) kelmira::canny::Smooth(source, &magnitude, smoothMode);
   ZOk();
-  if (!kelmira::canny::GradientAndSuppress(smooth ? &smoothed : source, &index, &magnitude, ZGetMMX() != 0)) {
+  if (!kelmira::canny::GradientAndSuppress(smooth ? &magnitude : source, &index, &magnitude, ZGetMMX() != 0)) {
     frame::Fail(Z_ERROR_NO_MEMORY);
     return frame::Leave(trace);
   }

@@ -167,6 +167,24 @@ void SuppressIndexRow(const uint8_t* index, const uint8_t* above, const uint8_t*
   }
 }
 
+// The first x in [0, n) with p[x] >= v, or n: the seed search of Hysteresis, a vector at a time
+// since seeds are rare.
+int FindAtLeast(const uint8_t* p, int n, int v) {
+  const hn::ScalableTag<uint8_t> d;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  if (v <= 0) return 0;
+  const auto t = hn::Set(d, static_cast<uint8_t>(v));
+  int x = 0;
+  for (; x + lanes <= n; x += lanes) {
+    const auto m = hn::LoadU(d, p + x);
+    const intptr_t i = hn::FindFirstTrue(d, hn::Eq(hn::Max(m, t), m));  // m >= t
+    if (i >= 0) return x + static_cast<int>(i);
+  }
+  for (; x < n; ++x)
+    if (p[x] >= v) return x;
+  return n;
+}
+
 }  // namespace kelmira::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -176,6 +194,9 @@ HWY_EXPORT(MagnitudeRow);
 HWY_EXPORT(SuppressRow);
 HWY_EXPORT(GradientIndexRow);
 HWY_EXPORT(SuppressIndexRow);
+HWY_EXPORT(FindAtLeast);
+
+int WideFindAtLeast(const uint8_t* p, int n, int v) { return HWY_DYNAMIC_DISPATCH(FindAtLeast)(p, n, v); }
 
 void WideGradientIndexRow(const uint8_t* north, const uint8_t* c, const uint8_t* south, uint8_t* magnitude,
                           uint8_t* index, int x0, int n) {
