@@ -156,6 +156,7 @@ void Grow(S& s, std::vector<Frame>& stack, int x0, int y0, int seed) {
 
 // The first x in [from, w) of a magnitude row with a value of at least `high`, or w.
 inline int NextSeed(const uint8_t* row, int from, int w, int high, bool wide) {
+  if (from >= w) return from;
   if (wide) return from + gradient::WideFindAtLeast(row + from, w - from, high);
   while (from < w && row[from] < high) ++from;
   return from;
@@ -175,13 +176,15 @@ void RunHysteresis(S& s, int low, int high, bool wide) {
 }
 
 template <class S>
-void RunGrowing(S& s, int seedThreshold) {
+void RunGrowing(S& s, int seedThreshold, bool wide) {
   if (!s.Allocate()) return;
   std::vector<Frame> stack;
+  const int least = seedThreshold > 1 ? seedThreshold : 1;  // a magnitude of 0 never seeds
   for (int y = 1; y + 1 < s.h; ++y)
-    for (int x = 1; x + 1 < s.w; ++x) {
+    for (int x = NextSeed(s.MagnitudeRow(y), 1, s.w - 1, least, wide); x + 1 < s.w;
+         x = NextSeed(s.MagnitudeRow(y), x + 1, s.w - 1, least, wide)) {
       const int v = s.Magnitude(x, y), d = s.Direction(x, y);
-      if (v == 0 || v < seedThreshold || d < 0) continue;
+      if (d < 0) continue;
       const Step a = kAcross[d][0], b = kAcross[d][1];
       if (v < s.Magnitude(x + a.dx, y + a.dy) || v < s.Magnitude(x + b.dx, y + b.dy)) continue;
       try {
@@ -198,7 +201,7 @@ void FollowIndexed(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* i
                    int high) {
   CompactStage s(magnitude, destination, index);
   if (growing)
-    RunGrowing(s, low);
+    RunGrowing(s, low, ZGetMMX() != 0);
   else
     RunHysteresis(s, low, high, ZGetMMX() != 0);
 }
@@ -218,5 +221,5 @@ void ContourGrowing(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW32>*
   using namespace kelmira::canny;
   if (Unusable(magnitude, destination, direction)) return;
   Stage s(magnitude, destination, direction);
-  RunGrowing(s, seedThreshold);
+  RunGrowing(s, seedThreshold, ZGetMMX() != 0);
 }
