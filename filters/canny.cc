@@ -134,11 +134,23 @@ void Suppress(ZROI<ZBW32>* gradient, ZROI<ZBW32>* direction, ZROI<ZBW8>* magnitu
   }
 }
 
+// The 256 bins of one row, counted into four partial tables so that runs of one value do not
+// stall on one counter.
+void CountRow(const uint8_t* p, int w, uint32_t (*part)[256]) {
+  int x = 0;
+  for (; x + 4 <= w; x += 4) ++part[0][p[x]], ++part[1][p[x + 1]], ++part[2][p[x + 2]], ++part[3][p[x + 3]];
+  for (; x < w; ++x) ++part[0][p[x]];
+}
+
 // The detector's route from the smoothed view to the suppressed magnitude and the direction
 // indices, without the two BW32 images: the gradient of row y + 1 goes straight into a padded
 // magnitude line and the index image, then row y is suppressed. The pixels are those of
 // LumGradientVector followed by NonMaximaSuppression, whose codes the indices stand for.
-bool GradientAndSuppress(const ZROI<ZBW8>* smoothed, ZROI<ZBW8>* index, ZROI<ZBW8>* magnitude, bool wide) {
+// Row y of the magnitude is written after the gradient of row y + 1, the last to read smoothed
+// row y, so `smoothed` may be the magnitude image itself. The histogram of the magnitude is
+// counted row by row while the row is still in the cache.
+bool GradientAndSuppress(const ZROI<ZBW8>* smoothed, ZROI<ZBW8>* index, ZROI<ZBW8>* magnitude, bool wide,
+                         uint32_t* bins) {
   const int w = smoothed->GetWidth(), h = smoothed->GetHeight();
   const size_t stride = static_cast<size_t>(w) + 2;
   std::vector<uint8_t> lines;
@@ -168,32 +180,20 @@ bool GradientAndSuppress(const ZROI<ZBW8>* smoothed, ZROI<ZBW8>* index, ZROI<ZBW
       for (int x = 1; x + 1 < w; ++x) one(x);
     if (w > 1) one(w - 1);
   };
+  uint32_t part[4][256] = {};
   gradientRow(0);
   for (int y = 0; y < h; ++y) {
     if (y + 1 < h) gradientRow(y + 1);
     const uint8_t* above = y > 0 ? line(y - 1) : zeros;
     const uint8_t* below = y + 1 < h ? line(y + 1) : zeros;
-    if (wide) {
+    if (wide)
       gradient::WideSuppressIndexRow(idx[y], above, line(y), below, mag[y], w);
-      continue;
-    }
-    for (int x = 0; x < w; ++x) mag[y][x] = Suppressed(idx[y][x], above, line(y), below, x);
-  }
-  return true;
-}
-
-// The 256 bins of a BW8 view, four partial tables so that runs of one value do not stall.
-void Histogram(const ZROI<ZBW8>* view, uint32_t* bins) {
-  uint32_t part[4][256] = {};
-  const int w = view->GetWidth(), h = view->GetHeight();
-  const rows::Rows<const uint8_t> in(view);
-  for (int y = 0; y < h; ++y) {
-    const uint8_t* p = in[y];
-    int x = 0;
-    for (; x + 4 <= w; x += 4) ++part[0][p[x]], ++part[1][p[x + 1]], ++part[2][p[x + 2]], ++part[3][p[x + 3]];
-    for (; x < w; ++x) ++part[0][p[x]];
+    else
+      for (int x = 0; x < w; ++x) mag[y][x] = Suppressed(idx[y][x], above, line(y), below, x);
+    CountRow(mag[y], w, part);
   }
   for (int i = 0; i < 256; ++i) bins[i] = part[0][i] + part[1][i] + part[2][i] + part[3][i];
+  return true;
 }
 
 void Smooth(ZROI<ZBW8>* source, ZROI<ZBW8>* smoothed, SMOOTH_MODE mode) {
@@ -225,21 +225,22 @@ void LumCannyDetector(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, SMOOTH_MODE s
   if (!frame::Ok()) return frame::Leave(trace);
   const int w = source->GetWidth(), h = source->GetHeight();
   // The copy of the smoothing modes that do not smooth is the source itself: it is only read.
+  // The smoothed view lives in the magnitude image: GradientAndSuppress writes a magnitude row
+  // only after the last gradient row that reads it as a smoothed row.
   const bool smooth = smoothMode >= SMOOTH_GAUSSIAN_3X3 && smoothMode <= SMOOTH_MEDIAN;
-  ZImage<ZBW8> smoothed, magnitude, index;
-  for (ZImage<ZBW8>* t : {smooth ? &smoothed : nullptr, &magnitude, &index})
-    if (t != nullptr && (!frame::Step([&] { t->SetSize(w, h); }) || t->GetVoid())) {
+  ZImage<ZBW8> magnitude, index;
+  for (ZImage<ZBW8>* t : {&magnitude, &index})
+    if (!frame::Step([&] { t->SetSize(w, h); }) || t->GetVoid()) {
       if (frame::Ok()) frame::Fail(Z_ERROR_NO_MEMORY);
       return frame::Leave(trace);
     }
-  if (smooth) kelmira::canny::Smooth(source, &smoothed, smoothMode);
+  if (smooth) kelmira::canny::Smooth(source, &magnitude, smoothMode);
   ZOk();
-  if (!kelmira::canny::GradientAndSuppress(smooth ? &smoothed : source, &index, &magnitude, ZGetMMX() != 0)) {
+  uint32_t bins[256];
+  if (!kelmira::canny::GradientAndSuppress(smooth ? &magnitude : source, &index, &magnitude, ZGetMMX() != 0, bins)) {
     frame::Fail(Z_ERROR_NO_MEMORY);
     return frame::Leave(trace);
   }
-  uint32_t bins[256];
-  kelmira::canny::Histogram(&magnitude, bins);
   int t1 = 0, t2 = 0;
   kelmira::canny::FindThresholds(bins, t1, t2);
   const int low = t1 == 0 ? 1 : t1;

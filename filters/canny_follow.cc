@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "filters/canny_internal.h"
+#include "filters/gradient_wide.h"
 #include "foundation/rows.h"
 #include "kelmira/filters.h"
 
@@ -65,6 +66,7 @@ class Stage {
     dst[y][x] = value;
   }
   int Magnitude(int x, int y) const { return mag[y][x]; }
+  const uint8_t* MagnitudeRow(int y) const { return mag[y]; }
   int Direction(int x, int y) const { return DirectionIndex(dir[y][x]); }
 
   const int w, h;
@@ -91,6 +93,7 @@ class CompactStage {
     dst[y][x] = value;
   }
   int Magnitude(int x, int y) const { return mag[y][x]; }
+  const uint8_t* MagnitudeRow(int y) const { return mag[y]; }
   int Direction(int x, int y) const { return idx[y][x] & 3; }
 
   const int w, h;
@@ -151,12 +154,21 @@ void Grow(S& s, std::vector<Frame>& stack, int x0, int y0, int seed) {
   }
 }
 
+// The first x in [from, w) of a magnitude row with a value of at least `high`, or w.
+inline int NextSeed(const uint8_t* row, int from, int w, int high, bool wide) {
+  if (from >= w) return from;
+  if (wide) return from + gradient::WideFindAtLeast(row + from, w - from, high);
+  while (from < w && row[from] < high) ++from;
+  return from;
+}
+
 template <class S>
-void RunHysteresis(S& s, int low, int high) {
+void RunHysteresis(S& s, int low, int high, bool wide) {
   if (!s.Allocate()) return;  // the stage has no error to report: nothing is written
   for (int y = 0; y < s.h; ++y)
-    for (int x = 0; x < s.w; ++x) {
-      if (s.Magnitude(x, y) < high || s.Visited(x, y)) continue;
+    for (int x = NextSeed(s.MagnitudeRow(y), 0, s.w, high, wide); x < s.w;
+         x = NextSeed(s.MagnitudeRow(y), x + 1, s.w, high, wide)) {
+      if (s.Visited(x, y)) continue;
       s.Visit(x, y, 128);
       Walk(s, x, y, kForward, low);
       Walk(s, x, y, kBackward, low);
@@ -164,13 +176,15 @@ void RunHysteresis(S& s, int low, int high) {
 }
 
 template <class S>
-void RunGrowing(S& s, int seedThreshold) {
+void RunGrowing(S& s, int seedThreshold, bool wide) {
   if (!s.Allocate()) return;
   std::vector<Frame> stack;
+  const int least = seedThreshold > 1 ? seedThreshold : 1;  // a magnitude of 0 never seeds
   for (int y = 1; y + 1 < s.h; ++y)
-    for (int x = 1; x + 1 < s.w; ++x) {
+    for (int x = NextSeed(s.MagnitudeRow(y), 1, s.w - 1, least, wide); x + 1 < s.w;
+         x = NextSeed(s.MagnitudeRow(y), x + 1, s.w - 1, least, wide)) {
       const int v = s.Magnitude(x, y), d = s.Direction(x, y);
-      if (v == 0 || v < seedThreshold || d < 0) continue;
+      if (d < 0) continue;
       const Step a = kAcross[d][0], b = kAcross[d][1];
       if (v < s.Magnitude(x + a.dx, y + a.dy) || v < s.Magnitude(x + b.dx, y + b.dy)) continue;
       try {
@@ -187,9 +201,9 @@ void FollowIndexed(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* i
                    int high) {
   CompactStage s(magnitude, destination, index);
   if (growing)
-    RunGrowing(s, low);
+    RunGrowing(s, low, ZGetMMX() != 0);
   else
-    RunHysteresis(s, low, high);
+    RunHysteresis(s, low, high, ZGetMMX() != 0);
 }
 
 }  // namespace kelmira::canny
@@ -199,7 +213,7 @@ void Hysteresis(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZImage<ZBW32>* d
   using namespace kelmira::canny;
   if (Unusable(magnitude, destination, direction)) return;
   Stage s(magnitude, destination, direction);
-  RunHysteresis(s, low, high);
+  RunHysteresis(s, low, high, ZGetMMX() != 0);
 }
 
 void ContourGrowing(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW32>* direction,
@@ -207,5 +221,5 @@ void ContourGrowing(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW32>*
   using namespace kelmira::canny;
   if (Unusable(magnitude, destination, direction)) return;
   Stage s(magnitude, destination, direction);
-  RunGrowing(s, seedThreshold);
+  RunGrowing(s, seedThreshold, ZGetMMX() != 0);
 }

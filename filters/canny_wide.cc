@@ -109,7 +109,7 @@ void GradientIndexRow(const uint8_t* north, const uint8_t* c, const uint8_t* sou
   const D16 d;
   const hn::Rebind<uint8_t, D16> d8;
   const int lanes = static_cast<int>(hn::Lanes(d));
-  const auto k50 = hn::Set(d, 50), k121 = hn::Set(d, 121), zero = hn::Zero(d), one = hn::Set(d, 1);
+  const auto k50 = hn::Set(d, 50), k121 = hn::Set(d, 121), zero = hn::Zero(d);
   const auto i1 = hn::Set(d, 1), i2 = hn::Set(d, 2), i3 = hn::Set(d, 3);
   int x = x0;
   const int end = x0 + n;
@@ -121,9 +121,9 @@ void GradientIndexRow(const uint8_t* north, const uint8_t* c, const uint8_t* sou
     // 121 * 255 fits in 16 bits: the integer form of the 2.42 test needs no wider lanes here.
     const auto d0 = hn::Gt(hn::Mul(a, k50), hn::Mul(b, k121));
     const auto d90 = hn::Gt(hn::Mul(b, k50), hn::Mul(a, k121));
-    const auto sx = hn::Sub(hn::IfThenElseZero(hn::Gt(gx, zero), one), hn::IfThenElseZero(hn::Lt(gx, zero), one));
-    const auto sy = hn::Sub(hn::IfThenElseZero(hn::Gt(gy, zero), one), hn::IfThenElseZero(hn::Lt(gy, zero), one));
-    const auto diagonal = hn::IfThenElse(hn::Eq(sx, sy), i1, i3);
+    // Past the two tests gx and gy are both 0 or both not 0, so their signs are equal exactly
+    // when gx ^ gy is not negative.
+    const auto diagonal = hn::IfThenElse(hn::Lt(hn::Xor(gx, gy), zero), i3, i1);
     const auto code = hn::IfThenZeroElse(d0, hn::IfThenElse(d90, i2, diagonal));
     hn::StoreU(hn::DemoteTo(d8, code), d8, index + x);
   }
@@ -167,6 +167,24 @@ void SuppressIndexRow(const uint8_t* index, const uint8_t* above, const uint8_t*
   }
 }
 
+// The first x in [0, n) with p[x] >= v, or n: the seed search of Hysteresis, a vector at a time
+// since seeds are rare.
+int FindAtLeast(const uint8_t* p, int n, int v) {
+  const hn::ScalableTag<uint8_t> d;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  if (v <= 0) return 0;
+  const auto t = hn::Set(d, static_cast<uint8_t>(v));
+  int x = 0;
+  for (; x + lanes <= n; x += lanes) {
+    const auto m = hn::LoadU(d, p + x);
+    const intptr_t i = hn::FindFirstTrue(d, hn::Eq(hn::Max(m, t), m));  // m >= t
+    if (i >= 0) return x + static_cast<int>(i);
+  }
+  for (; x < n; ++x)
+    if (p[x] >= v) return x;
+  return n;
+}
+
 }  // namespace kelmira::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -176,6 +194,9 @@ HWY_EXPORT(MagnitudeRow);
 HWY_EXPORT(SuppressRow);
 HWY_EXPORT(GradientIndexRow);
 HWY_EXPORT(SuppressIndexRow);
+HWY_EXPORT(FindAtLeast);
+
+int WideFindAtLeast(const uint8_t* p, int n, int v) { return HWY_DYNAMIC_DISPATCH(FindAtLeast)(p, n, v); }
 
 void WideGradientIndexRow(const uint8_t* north, const uint8_t* c, const uint8_t* south, uint8_t* magnitude,
                           uint8_t* index, int x0, int n) {

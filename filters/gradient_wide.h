@@ -29,6 +29,9 @@ void WideGradientIndexRow(const uint8_t* north, const uint8_t* c, const uint8_t*
 void WideSuppressIndexRow(const uint8_t* index, const uint8_t* above, const uint8_t* here, const uint8_t* below,
                           uint8_t* magnitude, int n);
 
+// The first x in [0, n) with p[x] >= v, or n if there is none.
+int WideFindAtLeast(const uint8_t* p, int n, int v);
+
 }  // namespace kelmira::gradient
 
 #endif  // KELMIRA_FILTERS_GRADIENT_WIDE_H

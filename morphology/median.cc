@@ -1,8 +1,9 @@
-// The 3x3 median on BW8. Each row sorts the columns of three source rows into three padded
-// lines (lows, middles, highs, the edge columns repeated), then takes the median of nine from
-// three neighbouring sorted columns. Row y is written only after rows y - 1 .. y + 1 have been
-// read; in place, a copy of row y keeps it for the next row. A destination that overlaps the
-// source at another placement gets the source copied whole first.
+// The 3x3 median on BW8, two output rows per pass over four source rows. The scalar worker
+// takes each pixel's median from its three sorted columns, the neighbours clamped to the view;
+// the wide one runs the columns between the first and the last through the kernel, which reads
+// the neighbours from the rows in place, and leaves the two edge columns to the scalar step. In
+// place, the rows a pass overwrites are saved first. A destination that overlaps the source at
+// another placement gets the source copied whole first.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -19,23 +20,21 @@ namespace {
 
 inline uint8_t Median3(uint8_t a, uint8_t b, uint8_t c) { return std::max(std::min(a, b), std::min(std::max(a, b), c)); }
 
-// The scalar twins of the wide kernels, one pixel at a time.
-void ScalarSortColumns(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* lo, uint8_t* mid, uint8_t* hi,
-                       int n) {
-  for (int x = 0; x < n; ++x) {
-    const uint8_t p = std::min(a[x], b[x]), q = std::max(a[x], b[x]), r = std::max(p, c[x]);
-    lo[x] = std::min(p, c[x]);
-    mid[x] = std::min(q, r);
-    hi[x] = std::max(q, r);
+// The median of the 3x3 window of rows (a, b, c) around column x, the columns clamped to [0, w):
+// the median of the largest low, the median of the middles and the smallest high of the three
+// sorted columns, as the wide kernel takes it.
+uint8_t MedianAt(const uint8_t* a, const uint8_t* b, const uint8_t* c, int x, int w) {
+  uint8_t lo[3], mid[3], hi[3];
+  for (int i = 0; i < 3; ++i) {
+    const int col = std::clamp(x - 1 + i, 0, w - 1);
+    const uint8_t p = std::min(b[col], c[col]), q = std::max(b[col], c[col]);
+    lo[i] = std::min(a[col], p);
+    mid[i] = std::max(p, std::min(a[col], q));
+    hi[i] = std::max(a[col], q);
   }
-}
-
-void ScalarMedianOfColumns(const uint8_t* lo, const uint8_t* mid, const uint8_t* hi, uint8_t* out, int n) {
-  for (int x = 0; x < n; ++x) {
-    const uint8_t l = std::max(std::max(lo[x], lo[x + 1]), lo[x + 2]);
-    const uint8_t h = std::min(std::min(hi[x], hi[x + 1]), hi[x + 2]);
-    out[x] = Median3(l, Median3(mid[x], mid[x + 1], mid[x + 2]), h);
-  }
+  const uint8_t l = std::max(std::max(lo[0], lo[1]), lo[2]);
+  const uint8_t h = std::min(std::min(hi[0], hi[1]), hi[2]);
+  return Median3(l, Median3(mid[0], mid[1], mid[2]), h);
 }
 
 // True when the byte ranges of the two views meet but the views are not the same placement.
@@ -60,32 +59,45 @@ bool Run(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, bool wide) {
     source = &copy;
   }
   const bool inPlace = source->GetImagePtr(0, 0) == destination->GetImagePtr(0, 0);
-  std::vector<uint8_t> lines;
-  const size_t stride = static_cast<size_t>(w) + 2;
-  try {
-    lines.resize(4 * stride);
-  } catch (const std::bad_alloc&) {
-    return false;
+  const size_t rowBytes = static_cast<size_t>(w);
+  // In place: copies of source rows y - 1, y and y + 1 of the pass at y, rotated between passes.
+  std::vector<uint8_t> buffer;
+  uint8_t* saved[3] = {};
+  if (inPlace) {
+    try {
+      buffer.resize(3 * rowBytes);
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+    for (int i = 0; i < 3; ++i) saved[i] = buffer.data() + static_cast<size_t>(i) * rowBytes;
   }
-  uint8_t* lo = lines.data();
-  uint8_t* mid = lo + stride;
-  uint8_t* hi = mid + stride;
-  uint8_t* saved = hi + stride;  // in place: source row y - 1
   const rows::Rows<uint8_t> in(source), out(destination);
-  for (int y = 0; y < h; ++y) {
-    const uint8_t* a = y == 0 ? in[0] : inPlace ? saved : in[y - 1];
-    const uint8_t* b = in[y];
-    const uint8_t* c = in[y + 1 < h ? y + 1 : h - 1];
-    if (wide)
-      WideSortColumns(a, b, c, lo + 1, mid + 1, hi + 1, w);
-    else
-      ScalarSortColumns(a, b, c, lo + 1, mid + 1, hi + 1, w);
-    for (uint8_t* line : {lo, mid, hi}) line[0] = line[1], line[w + 1] = line[w];
-    if (inPlace) std::memcpy(saved, b, static_cast<size_t>(w));
-    if (wide)
-      WideMedianOfColumns(lo, mid, hi, out[y], w);
-    else
-      ScalarMedianOfColumns(lo, mid, hi, out[y], w);
+  for (int y = 0; y < h; y += 2) {
+    const int y1 = std::min(y + 1, h - 1), y3 = std::min(y + 2, h - 1);
+    const uint8_t *r0 = in[y > 0 ? y - 1 : 0], *r1 = in[y], *r2 = in[y1], *r3 = in[y3];
+    if (inPlace) {
+      // saved[0] already holds row y - 1, the last row saved by the pass before.
+      std::memcpy(saved[1], in[y], rowBytes);
+      if (y1 != y) std::memcpy(saved[2], in[y1], rowBytes);
+      r0 = y > 0 ? saved[0] : saved[1];
+      r1 = saved[1];
+      r2 = saved[y1 != y ? 2 : 1];
+      if (y3 == y1) r3 = r2;
+    }
+    uint8_t* out0 = out[y];
+    uint8_t* out1 = y + 1 < h ? out[y + 1] : nullptr;
+    auto scalar = [&](int x) {
+      out0[x] = MedianAt(r0, r1, r2, x, w);
+      if (out1 != nullptr) out1[x] = MedianAt(r1, r2, r3, x, w);
+    };
+    if (wide && w > 2) {
+      scalar(0);
+      WideMedianPair(r0, r1, r2, r3, out0, out1, 1, w - 2);
+      scalar(w - 1);
+    } else {
+      for (int x = 0; x < w; ++x) scalar(x);
+    }
+    if (inPlace) std::swap(saved[0], saved[2]);
   }
   return true;
 }

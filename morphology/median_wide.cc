@@ -1,8 +1,10 @@
-// Wide kernels of the 3x3 median: a sorting network on whole vectors of pixels (32 of them with
-// AVX2, 64 with AVX-512). The columns of three are sorted once, then the median of nine is the
-// median of the largest low, the median of the middles and the smallest high: exact, so the
-// pixels are those of the scalar worker. A row's last partial vector is done again as a whole
-// vector ending at the row's end: every output is a function of its inputs alone.
+// Wide kernel of the 3x3 median: a sorting network on whole vectors of pixels (32 of them with
+// AVX2, 64 with AVX-512), two output rows per pass. Each column of three is sorted with the pair
+// of middle rows ordered once for both output rows; the median of nine is then the median of
+// the largest low, the median of the middles and the smallest high: exact, so the pixels are
+// those of the scalar worker. The neighbour columns are read from the rows themselves, without
+// line buffers. A row's last partial vector is done again as a whole vector ending at the row's
+// end: every output is a function of its inputs alone.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "morphology/median_wide.cc"
 #include "hwy/foreach_target.h"  // IWYU pragma: keep
@@ -19,52 +21,54 @@ HWY_INLINE V Median3(V a, V b, V c) {
   return hn::Max(hn::Min(a, b), hn::Min(hn::Max(a, b), c));
 }
 
-// Runs step(x) over [0, n) in whole vectors, the last one moved back to end at n; n < lanes runs
-// the scalar step over each pixel.
-template <class Step, class One>
-HWY_INLINE void Vectors(int n, int lanes, Step&& step, One&& one) {
-  if (n < lanes) {
-    for (int x = 0; x < n; ++x) one(x);
-    return;
+// The low, middle and high of (a, p, q) with p <= q.
+template <class V>
+struct Sorted {
+  HWY_INLINE Sorted(V a, V p, V q) : lo(hn::Min(a, p)), mid(hn::Max(p, hn::Min(a, q))), hi(hn::Max(a, q)) {}
+  V lo, mid, hi;
+};
+
+template <class V>
+HWY_INLINE V MedianOfNine(const Sorted<V>& w, const Sorted<V>& c, const Sorted<V>& e) {
+  const V lo = hn::Max(hn::Max(w.lo, c.lo), e.lo);
+  const V hi = hn::Min(hn::Min(w.hi, c.hi), e.hi);
+  return Median3(lo, Median3(w.mid, c.mid, e.mid), hi);
+}
+
+template <class D>
+HWY_INLINE void PairAt(D d, const uint8_t* HWY_RESTRICT r0, const uint8_t* HWY_RESTRICT r1,
+                       const uint8_t* HWY_RESTRICT r2, const uint8_t* HWY_RESTRICT r3, uint8_t* out0, uint8_t* out1,
+                       int x) {
+  using V = hn::Vec<D>;
+  V p[3], q[3];
+  for (int i = 0; i < 3; ++i) {
+    const V b = hn::LoadU(d, r1 + x - 1 + i), c = hn::LoadU(d, r2 + x - 1 + i);
+    p[i] = hn::Min(b, c);
+    q[i] = hn::Max(b, c);
   }
-  int x = 0;
-  for (; x + lanes <= n; x += lanes) step(x);
-  if (x < n) step(n - lanes);
+  {
+    const Sorted<V> w(hn::LoadU(d, r0 + x - 1), p[0], q[0]), c(hn::LoadU(d, r0 + x), p[1], q[1]),
+        e(hn::LoadU(d, r0 + x + 1), p[2], q[2]);
+    hn::StoreU(MedianOfNine(w, c, e), d, out0 + x);
+  }
+  if (out1 == nullptr) return;
+  const Sorted<V> w(hn::LoadU(d, r3 + x - 1), p[0], q[0]), c(hn::LoadU(d, r3 + x), p[1], q[1]),
+      e(hn::LoadU(d, r3 + x + 1), p[2], q[2]);
+  hn::StoreU(MedianOfNine(w, c, e), d, out1 + x);
 }
 
-void SortColumns(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* lo, uint8_t* mid, uint8_t* hi,
-                 int n) {
-  const hn::ScalableTag<uint8_t> d;
-  Vectors(
-      n, static_cast<int>(hn::Lanes(d)),
-      [&](int x) {
-        const auto va = hn::LoadU(d, a + x), vb = hn::LoadU(d, b + x), vc = hn::LoadU(d, c + x);
-        const auto p = hn::Min(va, vb), q = hn::Max(va, vb);
-        const auto r = hn::Max(p, vc);
-        hn::StoreU(hn::Min(p, vc), d, lo + x);
-        hn::StoreU(hn::Min(q, r), d, mid + x);
-        hn::StoreU(hn::Max(q, r), d, hi + x);
-      },
-      [&](int x) {
-        const uint8_t p = a[x] < b[x] ? a[x] : b[x], q = a[x] < b[x] ? b[x] : a[x];
-        const uint8_t r = p < c[x] ? c[x] : p;
-        lo[x] = p < c[x] ? p : c[x];
-        mid[x] = q < r ? q : r;
-        hi[x] = q < r ? r : q;
-      });
-}
-
-void MedianOfColumns(const uint8_t* lo, const uint8_t* mid, const uint8_t* hi, uint8_t* out, int n) {
+void MedianPair(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const uint8_t* r3, uint8_t* out0,
+                uint8_t* out1, int x0, int n) {
   const hn::ScalableTag<uint8_t> d;
   const hn::CappedTag<uint8_t, 1> d1;
-  auto at = [&](auto tag, int x) {
-    const auto l = hn::Max(hn::Max(hn::LoadU(tag, lo + x), hn::LoadU(tag, lo + x + 1)), hn::LoadU(tag, lo + x + 2));
-    const auto h = hn::Min(hn::Min(hn::LoadU(tag, hi + x), hn::LoadU(tag, hi + x + 1)), hn::LoadU(tag, hi + x + 2));
-    const auto m = Median3(hn::LoadU(tag, mid + x), hn::LoadU(tag, mid + x + 1), hn::LoadU(tag, mid + x + 2));
-    hn::StoreU(Median3(l, m, h), tag, out + x);
-  };
-  Vectors(
-      n, static_cast<int>(hn::Lanes(d)), [&](int x) { at(d, x); }, [&](int x) { at(d1, x); });
+  const int lanes = static_cast<int>(hn::Lanes(d)), end = x0 + n;
+  if (n < lanes) {
+    for (int x = x0; x < end; ++x) PairAt(d1, r0, r1, r2, r3, out0, out1, x);
+    return;
+  }
+  int x = x0;
+  for (; x + lanes <= end; x += lanes) PairAt(d, r0, r1, r2, r3, out0, out1, x);
+  if (x < end) PairAt(d, r0, r1, r2, r3, out0, out1, end - lanes);
 }
 
 }  // namespace kelmira::HWY_NAMESPACE
@@ -72,15 +76,11 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace kelmira::median {
-HWY_EXPORT(SortColumns);
-HWY_EXPORT(MedianOfColumns);
+HWY_EXPORT(MedianPair);
 
-void WideSortColumns(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* lo, uint8_t* mid, uint8_t* hi,
-                     int n) {
-  HWY_DYNAMIC_DISPATCH(SortColumns)(a, b, c, lo, mid, hi, n);
-}
-void WideMedianOfColumns(const uint8_t* lo, const uint8_t* mid, const uint8_t* hi, uint8_t* out, int n) {
-  HWY_DYNAMIC_DISPATCH(MedianOfColumns)(lo, mid, hi, out, n);
+void WideMedianPair(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const uint8_t* r3, uint8_t* out0,
+                    uint8_t* out1, int x0, int n) {
+  HWY_DYNAMIC_DISPATCH(MedianPair)(r0, r1, r2, r3, out0, out1, x0, n);
 }
 }  // namespace kelmira::median
 #endif

@@ -1,16 +1,16 @@
-// Wide row kernels of the 3x3 median (morphology/median_wide.cc).
+// Wide row kernel of the 3x3 median (morphology/median_wide.cc).
 #ifndef KELMIRA_MORPHOLOGY_MEDIAN_WIDE_H
 #define KELMIRA_MORPHOLOGY_MEDIAN_WIDE_H
 
 #include <cstdint>
 
 namespace kelmira::median {
-// Each column of three sorted: lo[x] <= mid[x] <= hi[x] are a[x], b[x], c[x] in order, x in [0, n).
-void WideSortColumns(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* lo, uint8_t* mid, uint8_t* hi,
-                     int n);
-// out[x] = median of the nine values of sorted columns x .. x + 2, x in [0, n): the largest of
-// the three lows, the median of the middles and the smallest of the highs, in their median.
-void WideMedianOfColumns(const uint8_t* lo, const uint8_t* mid, const uint8_t* hi, uint8_t* out, int n);
+// Two output rows from four consecutive source rows r0..r3: out0[x] is the median of the 3x3
+// window of rows r0..r2 around column x, out1[x] that of rows r1..r3, for x in [x0, x0 + n).
+// Columns x0 - 1 and x0 + n are read, so the edge columns of a view are left to the caller.
+// A null out1 skips the second row.
+void WideMedianPair(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const uint8_t* r3, uint8_t* out0,
+                    uint8_t* out1, int x0, int n);
 }  // namespace kelmira::median
 
 #endif  // KELMIRA_MORPHOLOGY_MEDIAN_WIDE_H

@@ -563,7 +563,7 @@ TEST(CannyDetector, EndToEndAgainstTheModels) {
     int w, h, smooth, follow;
   };
   for (const Case& c : {Case{48, 40, 0, 0}, Case{48, 40, 0, 1}, Case{48, 40, 4, 0}, Case{37, 29, 4, 1},
-                        Case{48, 40, 9, 0}, Case{2, 2, 1, 0}, Case{48, 40, 1, 0}, Case{40, 48, 2, 1}, Case{48, 40, 3, 0}, Case{4, 9, 2, 1}, Case{6, 30, 3, 0}, Case{1, 7, 4, 1}}) {
+                        Case{48, 40, 9, 0}, Case{2, 2, 1, 0}, Case{48, 40, 1, 0}, Case{40, 48, 2, 1}, Case{48, 40, 3, 0}, Case{4, 9, 2, 1}, Case{6, 30, 3, 0}, Case{1, 7, 4, 1}, Case{150, 12, 1, 0}, Case{150, 12, 1, 1}}) {
     SCOPED_TRACE(testing::Message() << c.w << "x" << c.h << " smooth " << c.smooth << " follow " << c.follow);
     for (int wide : {0, 1}) {
       kt::WideSetting setting(wide);

@@ -10,7 +10,8 @@
 // pixels at other placements work too (the source is read before it is overwritten). The wide and
 // scalar paths give the same pixels.
 // Returns 0, or the error number on failure. Errors: 1400 null or void source or separate
-// destination, 1402 sizes differ, 1303 no memory for the line buffers. Trace "LumMedian".
+// destination, 1402 sizes differ, 1303 no memory for the rows saved in place or the copy of an
+// overlapping source. Trace "LumMedian".
 KELMIRA_API short int LumMedian(ZROI<ZBW8>* source, ZROI<ZBW8>* destination);
 
 #endif  // KELMIRA_MORPHOLOGY_MEDIAN_H
