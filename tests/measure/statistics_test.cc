@@ -198,17 +198,6 @@ TEST(PixelStatistics, WrapsAndRounding) {
   });
 }
 
-TEST(PixelStatistics, TheTwoAreaFormsDifferAtTheThreshold) {
-  ZImage<ZBW8> image(3, 1);
-  for (int x = 0; x < 3; ++x) image.SetPixel(ZBW8(uint8_t(127 + x)), x, 0);
-  int area = -1, below, between, above;
-  ASSERT_EQ(LumArea(&image, 128, area), 0);
-  EXPECT_EQ(area, 2);                    // 128 and 129
-  EXPECT_EQ(LumArea(&image, 128u), 1u);  // 129 only
-  ASSERT_EQ(LumPixelCount(&image, 129, 128, below, between, above), 0);
-  EXPECT_TRUE(below == 2 && between == 0 && above == 1);
-}
-
 // ----- comparison of two images -----
 
 struct Fit {
