@@ -157,23 +157,6 @@ void CheckMoments() {
 TEST(Moments, Bw8AgreesWithTheModelOnEveryShape) { CheckMoments<ZBW8>(); }
 TEST(Moments, Bw16AgreesWithTheModelOnEveryShape) { CheckMoments<ZBW16>(); }
 
-TEST(Moments, Bw8RowSumsWrapAt32BitsAndBw16DoNot) {
-  // One long row of the largest value: the row sum of g * x * x is far past 2^32.
-  ZImage<ZBW8> a8(6000, 2);
-  ZImage<ZBW16> a16(6000, 2);
-  LumCopy(ZBW8(255), &a8);
-  LumCopy(ZBW16(65535), &a16);
-  const Weight plain = [](uint64_t v) { return uint32_t(v); };
-  const double exact = 2 * (5999.0 * 6000 * 11999 / 6);
-  kt::ForScalarAndWide([&](int) {
-    const std::vector<float> r8 = Weighted<ZBW8>(&a8, 2), r16 = Weighted<ZBW16>(&a16, 2);
-    EXPECT_TRUE(Same(r8, ModelMoments(mr::Read<ZBW8>(&a8), true, 2, plain)));
-    EXPECT_TRUE(Same(r16, ModelMoments(mr::Read<ZBW16>(&a16), false, 2, plain)));
-    EXPECT_GT(std::fabs(r8[3] - 255 * exact), 255 * exact * 1e-6);
-    EXPECT_LT(std::fabs(r16[3] - 65535 * exact), 65535 * exact * 1e-6);
-  });
-}
-
 // One bright pixel at (3, 2) of 200 in a 6 x 4 view of 10; the binary form traces on success too;
 // nothing above the threshold leaves the centre and inertia outputs alone.
 TEST(Moments, WorkedCasesAndTheFrame) {
