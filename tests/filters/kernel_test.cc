@@ -1,6 +1,7 @@
 // ZKernel: defaults, the fourteen tables and the side effects of a bad type, growth, resizing
 // that moves no coefficient, the element accessors with their checks and traces.
 #include <cstring>
+#include <tuple>
 
 #include "support/kelmira_test.h"
 
@@ -11,12 +12,8 @@ using Strings = std::vector<std::string>;
 std::vector<float> Table(const ZKernel& k) { return {k.GetDataPtr(), k.GetDataPtr() + k.GetSizeX() * k.GetSizeY()}; }
 
 void ExpectFields(const ZKernel& k, short sx, short sy, float gain, unsigned offset, short rect, unsigned outside) {
-  EXPECT_EQ(k.GetSizeX(), sx);
-  EXPECT_EQ(k.GetSizeY(), sy);
-  EXPECT_EQ(k.GetGain(), gain);
-  EXPECT_EQ(k.GetOffset(), offset);
-  EXPECT_EQ(k.GetRectifier(), rect);
-  EXPECT_EQ(k.GetOutsideValue(), outside);
+  EXPECT_EQ(std::make_tuple(k.GetSizeX(), k.GetSizeY(), k.GetGain(), k.GetOffset(), k.GetRectifier(), k.GetOutsideValue()),
+            std::make_tuple(sx, sy, gain, offset, rect, outside));
 }
 
 TEST(Kernel, ConstructorsSettersAndDestructor) {
@@ -84,18 +81,14 @@ TEST(Kernel, TheFourteenTablesAndABadType) {
 
 TEST(Kernel, TablesGrowAndResizingMovesNoCoefficient) {
   ZKernel k(1, 1, 2.0f, 3, 1, 4);
-  float t9[9], t25[25], t49[49];
-  for (int i = 0; i < 49; ++i) t49[i] = i - 20.0f;
-  for (int i = 0; i < 9; ++i) t9[i] = -3.0f * i;
-  for (int i = 0; i < 25; ++i) t25[i] = i * 0.5f;
-  EXPECT_EQ(k.SetKernelData(t25), 0);
-  EXPECT_EQ(Table(k), std::vector<float>(t25, t25 + 25));
-  EXPECT_EQ(k.SetKernelData(t9), 0);
-  EXPECT_EQ(k.GetAllocatedSize(), 25u);
-  EXPECT_EQ(Table(k), std::vector<float>(t9, t9 + 9));
-  EXPECT_EQ(k.SetKernelData(t49), 0);
-  EXPECT_EQ(k.GetAllocatedSize(), 49u);
-  EXPECT_EQ(Table(k), std::vector<float>(t49, t49 + 49));
+  float t[49];
+  for (int n : {25, 9, 49}) {  // the table grows to 25, stays for 9, grows to 49
+    for (int i = 0; i < n; ++i) t[i] = float(n * 100 + i);
+    EXPECT_EQ(n == 9 ? k.SetKernelData(reinterpret_cast<const float(&)[9]>(t))
+              : n == 25 ? k.SetKernelData(reinterpret_cast<const float(&)[25]>(t)) : k.SetKernelData(t), 0);
+    EXPECT_EQ(k.GetAllocatedSize(), n == 9 ? 25u : unsigned(n));
+    EXPECT_EQ(Table(k), std::vector<float>(t, t + n));
+  }
   ExpectFields(k, 7, 7, 2.0f, 3, 1, 4);  // the table forms keep the other fields
 
   ZKernel r(3, 3, 1.0f, 0, 2, 0);

@@ -51,25 +51,6 @@ TEST(RowRule, SplitsForEveryAlignmentAndWidth) {
   }
 }
 
-TEST(RowRule, WorkedCasesOfTheByteRow) {
-  alignas(64) static uint8_t row[64];
-  // 8 bytes after the first aligned address are needed: 8 at offset 0 is scalar? no: 8 - 0 > 7.
-  EXPECT_EQ(SplitRow(row, 8, 1, true).middle, 8);
-  EXPECT_EQ(SplitRow(row, 7, 1, true).middle, 0);
-  // Offset 3, width 12: aligned start at 8, end at 15 -> 7 bytes: whole row scalar.
-  const Split a = SplitRow(row + 3, 12, 1, true);
-  EXPECT_EQ(a.head, 12);
-  // Offset 3, width 13: head 5, middle 8, tail 0.
-  const Split b = SplitRow(row + 3, 13, 1, true);
-  EXPECT_EQ(b.head, 5);
-  EXPECT_EQ(b.middle, 8);
-  EXPECT_EQ(b.tail, 0);
-  // BW16 at an odd address never reaches an 8-byte boundary.
-  EXPECT_EQ(SplitRow(row + 1, 30, 2, true).head, 30);
-  // The switch off: everything scalar.
-  EXPECT_EQ(SplitRow(row, 40, 1, false).head, 40);
-}
-
 TEST(RowRule, WalkRowCallsEachPhaseOnItsRange) {
   alignas(64) static uint8_t row[64];
   std::vector<std::pair<int, int>> scalar, wide;

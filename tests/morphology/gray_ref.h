@@ -11,29 +11,8 @@
 
 namespace mref {
 
-// A gray image as plain numbers.
-struct Plane {
-  int w = 0, h = 0;
-  std::vector<int> v;
-  int& at(int x, int y) { return v[static_cast<size_t>(y) * w + x]; }
-  int at(int x, int y) const { return v[static_cast<size_t>(y) * w + x]; }
-  bool operator==(const Plane& o) const { return w == o.w && h == o.h && v == o.v; }
-};
-
-template <class T>
-Plane Read(ZROI<T>* view, int component = 0) {
-  Plane p{view->GetWidth(), view->GetHeight(), {}};
-  p.v.resize(static_cast<size_t>(p.w) * p.h);
-  for (int y = 0; y < p.h; ++y)
-    for (int x = 0; x < p.w; ++x) {
-      const T* px = view->GetImagePtr(x, y);
-      if constexpr (sizeof(T) == 3)
-        p.at(x, y) = reinterpret_cast<const uint8_t*>(px)[component];
-      else
-        p.at(x, y) = static_cast<int>(px->value);
-    }
-  return p;
-}
+using Plane = kt::Plane;
+using kt::Read;
 
 // Minimum (or maximum) over the offsets that `inside(dx, dy)` accepts, clipped to the plane.
 template <class Inside>
@@ -41,7 +20,7 @@ Plane Window(const Plane& in, bool max, int reach, Inside&& inside) {
   Plane out = in;
   for (int y = 0; y < in.h; ++y)
     for (int x = 0; x < in.w; ++x) {
-      int m = in.at(x, y);
+      int64_t m = in.at(x, y);
       for (int dy = -reach; dy <= reach; ++dy)
         for (int dx = -reach; dx <= reach; ++dx) {
           const int sx = x + dx, sy = y + dy;
@@ -67,14 +46,14 @@ inline Plane Disk(const Plane& in, bool max, int radius) {
 
 inline Plane Minus(const Plane& a, const Plane& b) {
   Plane out = a;
-  for (size_t i = 0; i < a.v.size(); ++i) out.v[i] = std::max(a.v[i] - b.v[i], 0);
+  for (size_t i = 0; i < a.p.size(); ++i) out.p[i] = std::max<int64_t>(a.p[i] - b.p[i], 0);
   return out;
 }
 
 // One step of the older forms: horizontal with the border, stored as a byte, then vertical.
 inline Plane BorderStep(const Plane& in, bool max, int border) {
-  auto pick = [max](int a, int b) { return max ? std::max(a, b) : std::min(a, b); };
-  auto px = [&](const Plane& p, int x, int y) { return x < 0 || x >= p.w || y < 0 || y >= p.h ? border : p.at(x, y); };
+  auto pick = [max](int64_t a, int64_t b) { return max ? std::max(a, b) : std::min(a, b); };
+  auto px = [&](const Plane& p, int x, int y) -> int64_t { return x < 0 || x >= p.w || y < 0 || y >= p.h ? border : p.at(x, y); };
   Plane h = in, out = in;
   for (int y = 0; y < in.h; ++y)
     for (int x = 0; x < in.w; ++x)

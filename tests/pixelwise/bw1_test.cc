@@ -180,29 +180,20 @@ TEST(BW1Outer, BadInputIsReportedNeverThrownAndLeavesTheDestination) {
   BitView d(10, 2, 3);
   ZImage<ZBW1> narrow(9, 2), ok(10, 2);
   ZROI<ZBW1> none;
-  struct Case {
-    std::function<void()> call;
-    int error;
-    const char* trace;
-  };
-  const std::vector<Case> cases = {
-      {[&] { LumCopy(static_cast<ZROI<ZBW1>*>(nullptr), &d.view); }, Z_ERROR_NULL_IMAGE, "LumCopy (BW1)"},
-      {[&] { LumCopy(ZBW1(1), nullptr); }, Z_ERROR_NULL_IMAGE, "LumCopy (BW1)"},
-      {[&] { LumCopy(&narrow, &d.view); }, Z_ERROR_DIFFERENT_SIZES, "LumCopy(BW1)"},
-      {[&] { LumCopy(&none, &d.view); }, Z_ERROR_NULL_IMAGE, "LumCopy(BW1)"},
-      {[&] { LumCopy(ZBW1(1), &none); }, Z_ERROR_NULL_IMAGE, "LumCopy(BW1)"},
-      {[&] { LumOper(ARITH_LOGIC_BIT_OR, &ok, nullptr, &d.view); }, Z_ERROR_NULL_IMAGE, "LumOper (BW1)"},
-      {[&] { LumOper(ARITH_LOGIC_BIT_OR, &ok, &narrow, &d.view); }, Z_ERROR_DIFFERENT_SIZES, "LumOper (BW1)"},
-      {[&] { LumOper(ARITH_LOGIC_BIT_OR, &ok, &none, &d.view); }, Z_ERROR_NULL_IMAGE, "LumOper (BW1)"},
-      {[&] { LumOper(ARITH_LOGIC_INVERT, &narrow, &d.view); }, Z_ERROR_DIFFERENT_SIZES, "LumOper (BW1)"},
-      {[&] { LumOper(ARITH_LOGIC_COPY, ZBW1(1), &none); }, Z_ERROR_NULL_IMAGE, "LumOper (BW1)"},
-  };
-  for (const Case& c : cases) {
-    c.call();
-    EXPECT_TRUE(kt::Failed(c.error, {c.trace})) << c.trace;
-    EXPECT_TRUE(d.OutsideIntact());
-    for (int x = 0; x < 10; ++x) EXPECT_EQ(d.At(x, 1), d.Old(x, 1));
-  }
+  kt::CheckRefusals({
+      {[&] { LumCopy(static_cast<ZROI<ZBW1>*>(nullptr), &d.view); }, Z_ERROR_NULL_IMAGE, {"LumCopy (BW1)"}},
+      {[&] { LumCopy(ZBW1(1), nullptr); }, Z_ERROR_NULL_IMAGE, {"LumCopy (BW1)"}},
+      {[&] { LumCopy(&narrow, &d.view); }, Z_ERROR_DIFFERENT_SIZES, {"LumCopy(BW1)"}},
+      {[&] { LumCopy(&none, &d.view); }, Z_ERROR_NULL_IMAGE, {"LumCopy(BW1)"}},
+      {[&] { LumCopy(ZBW1(1), &none); }, Z_ERROR_NULL_IMAGE, {"LumCopy(BW1)"}},
+      {[&] { LumOper(ARITH_LOGIC_BIT_OR, &ok, nullptr, &d.view); }, Z_ERROR_NULL_IMAGE, {"LumOper (BW1)"}},
+      {[&] { LumOper(ARITH_LOGIC_BIT_OR, &ok, &narrow, &d.view); }, Z_ERROR_DIFFERENT_SIZES, {"LumOper (BW1)"}},
+      {[&] { LumOper(ARITH_LOGIC_BIT_OR, &ok, &none, &d.view); }, Z_ERROR_NULL_IMAGE, {"LumOper (BW1)"}},
+      {[&] { LumOper(ARITH_LOGIC_INVERT, &narrow, &d.view); }, Z_ERROR_DIFFERENT_SIZES, {"LumOper (BW1)"}},
+      {[&] { LumOper(ARITH_LOGIC_COPY, ZBW1(1), &none); }, Z_ERROR_NULL_IMAGE, {"LumOper (BW1)"}},
+  });
+  EXPECT_TRUE(d.OutsideIntact());
+  for (int x = 0; x < 10; ++x) EXPECT_EQ(d.At(x, 1), d.Old(x, 1));
 }
 
 }  // namespace

@@ -88,19 +88,6 @@ TEST(LumConvertAligned, BW1ToGrayGivesTheValueOfASetBit) {
   CheckFromBW1(ZBW32(0xDEADBEEFu));
 }
 
-TEST(LumConvertAligned, WorkedRowOfTenPixels) {
-  kt::Aligned<ZBW8> gray(10, 1);
-  kt::Aligned<ZBW1> bits(10, 1);
-  gray.FillBytes(1);
-  bits.FillBytes(0x3c);
-  for (int wide : {0, 1}) {
-    kt::WideSetting setting(wide);
-    LumConvertAligned(gray.get(), bits.get());
-    EXPECT_EQ(RowBytes(bits.get(), 0)[0], 0xFF);
-    EXPECT_EQ(RowBytes(bits.get(), 0)[1], 0xC0);
-  }
-}
-
 template <class F>
 Z_ERRORS Thrown(F&& call) {
   try {
@@ -133,10 +120,6 @@ TEST(LumConvertAligned, ThrowsTheNumbersOfTheInnerLevel) {
   EXPECT_EQ(RowBytes(&parent, 0)[3], 0x44);
 }
 
-}  // namespace
-
-namespace {
-
 bool BitAt(ZImage<ZBW1>& image, int x, int y) { return (RowBytes(&image, y)[x / 8] >> (7 - x % 8)) & 1; }
 
 // Views at every bit offset of a parent: the plain forms write the view's bits and keep every
@@ -150,8 +133,7 @@ void CheckAnyOffset(G value, const char* toTrace, const char* fromTrace) {
       for (int y = 0; y < height + 2; ++y)
         for (int i = 0; i < parent.GetRowPitch(); ++i) RowBytes(&parent, y)[i] = static_cast<uint8_t>(kt::Rng()());
       ZImage<ZBW1> before(width + 24, height + 2);
-      for (int y = 0; y < height + 2; ++y)
-        std::memcpy(RowBytes(&before, y), RowBytes(&parent, y), static_cast<size_t>(parent.GetRowPitch()));
+      LumCopy(&parent, &before);
       ZROI<ZBW1> view(&parent, offset + 8, 1, width, height);
       kt::Aligned<G> gray(width, height, offset);
       FillSparse(gray);

@@ -90,28 +90,6 @@ TEST(LumConvert, AlphaAndGrayToColour) {
   }
 }
 
-TEST(LumConvert, WorkedColourCases) {
-  kt::Aligned<ZC24> c24(1, 1);
-  kt::Aligned<ZBW8> bw8(1, 1);
-  kt::Aligned<ZC15> c15(1, 1);
-  *c24->GetImagePtr(0, 0) = ZC24(255, 255, 255);
-  LumConvert(c24.get(), bw8.get());
-  EXPECT_EQ(bw8->GetImagePtr(0, 0)->value, 254);  // white is 254
-  *c15->GetImagePtr(0, 0) = ZC15(0x7fff);
-  LumConvert(c15.get(), c24.get());
-  EXPECT_TRUE(kt::Same(*c24->GetImagePtr(0, 0), ZC24(248, 248, 248)));
-  LumConvert(c15.get(), bw8.get());
-  EXPECT_EQ(bw8->GetImagePtr(0, 0)->value, 248);
-  // Bit 15 of the destination word stays as it was, both ways it can be.
-  *c15->GetImagePtr(0, 0) = ZC15(0x8000);
-  *c24->GetImagePtr(0, 0) = ZC24(8, 16, 24);
-  LumConvert(c24.get(), c15.get());
-  EXPECT_EQ(c15->GetImagePtr(0, 0)->value, 0x8000 | 3 << 10 | 2 << 5 | 1);
-  *c15->GetImagePtr(0, 0) = ZC15(0x7fff);
-  LumConvert(c24.get(), c15.get());
-  EXPECT_EQ(c15->GetImagePtr(0, 0)->value, 3 << 10 | 2 << 5 | 1);
-}
-
 // ----- bit depth -----
 
 template <class S, class D>
@@ -133,17 +111,6 @@ TEST(LumConvert, BitDepthShiftsModulo32WithoutClipping) {
     CheckDepth<ZBW8, ZBW32>(shift, false);
     CheckDepth<ZBW16, ZBW32>(shift, false);
   }
-  kt::Aligned<ZBW16> s(1, 1);
-  kt::Aligned<ZBW8> d(1, 1);
-  s->GetImagePtr(0, 0)->value = 0x1234;
-  LumConvert(s.get(), d.get(), 4);
-  EXPECT_EQ(d->GetImagePtr(0, 0)->value, 0x23);
-  LumConvert(s.get(), d.get(), 0);
-  EXPECT_EQ(d->GetImagePtr(0, 0)->value, 0x34);
-  LumConvert(s.get(), d.get(), 8);
-  EXPECT_EQ(d->GetImagePtr(0, 0)->value, 0x12);
-  LumConvert(s.get(), d.get(), 36);  // 36 acts as 4
-  EXPECT_EQ(d->GetImagePtr(0, 0)->value, 0x23);
 }
 
 // ----- floating point -----
@@ -191,16 +158,6 @@ TEST(LumConvert, FloatToIntegerRoundsHalfUpAndClips) {
   CheckFromFloat<ZFLOAT64, ZBW8>(255.0);
   CheckFromFloat<ZFLOAT64, ZBW16>(65535.0);
   CheckFromFloat<ZFLOAT64, ZBW32>(4294967296.0);
-
-  kt::Aligned<ZFLOAT32> s(3, 1);
-  kt::Aligned<ZBW8> d(3, 1);
-  s->GetImagePtr(0, 0)->value = -0.4f;
-  s->GetImagePtr(1, 0)->value = 254.5f;
-  s->GetImagePtr(2, 0)->value = 1000.0f;
-  LumConvert(s.get(), d.get());
-  EXPECT_EQ(d->GetImagePtr(0, 0)->value, 0);
-  EXPECT_EQ(d->GetImagePtr(1, 0)->value, 255);
-  EXPECT_EQ(d->GetImagePtr(2, 0)->value, 255);
 }
 
 template <class S, class F>
@@ -217,23 +174,11 @@ TEST(LumConvert, IntegerToFloat) {
   CheckToFloat<ZBW8, ZFLOAT64>();
   CheckToFloat<ZBW16, ZFLOAT64>();
   CheckToFloat<ZBW32, ZFLOAT64>();
-  kt::Aligned<ZBW32> s(1, 1);
-  kt::Aligned<ZFLOAT32> d(1, 1);
-  s->GetImagePtr(0, 0)->value = 16777217u;  // rounded by the float format
-  LumConvert(s.get(), d.get());
-  EXPECT_EQ(d->GetImagePtr(0, 0)->value, 16777216.0f);
 }
 
 TEST(LumConvertTo422, GrayWithNeutralChroma) {
   CheckAgainst<ZBW8, ZBW16>([](ZROI<ZBW8>* s, ZROI<ZBW16>* d) { LumConvertTo422(s, d); },
                             [](ZBW8 s, ZBW16) { return ZBW16(static_cast<uint16_t>(0x8000 + s)); });
-  kt::Aligned<ZBW8> s(1, 1);
-  kt::Aligned<ZBW16> d(1, 1);
-  s->GetImagePtr(0, 0)->value = 0x42;
-  LumConvertTo422(s.get(), d.get());
-  const uint8_t* bytes = reinterpret_cast<const uint8_t*>(d->GetImagePtr(0, 0));
-  EXPECT_EQ(bytes[0], 0x42);
-  EXPECT_EQ(bytes[1], 0x80);
 }
 
 // ----- failures: every form, its number and its trace -----
@@ -299,10 +244,6 @@ TEST(LumConvert, EveryFormFailsWithItsNumberAndTrace) {
   LumConvert(ca.get(), c.get(), a5.get());
   EXPECT_TRUE(kt::Failed(Z_ERROR_DIFFERENT_SIZES, {"LumConvert ( C24A to C24 with Alpha)"}));
 }
-
-}  // namespace
-
-namespace {
 
 // Images larger than the last-level cache take the wide kernels' streamed stores: the result
 // must not change. Rows of odd pitch give every head length.

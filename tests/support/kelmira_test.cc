@@ -61,4 +61,21 @@ std::vector<uint8_t> Bytes(const ZGenericROI* view) {
   return out;
 }
 
+Plane RandomPlane(int w, int h, int64_t lo, int64_t hi, int ends) {
+  Plane m(w, h);
+  std::uniform_int_distribution<int64_t> u(lo, hi);
+  for (int64_t& v : m.p) {
+    const int e = ends > 0 ? static_cast<int>(Rng()() % static_cast<unsigned>(ends)) : 2;
+    v = e == 0 ? lo : e == 1 ? hi : u(Rng());
+  }
+  return m;
+}
+
+void CheckRefusals(const std::vector<Refusal>& rows) {
+  for (size_t i = 0; i < rows.size(); ++i) {
+    rows[i].call();
+    EXPECT_TRUE(Failed(rows[i].error, rows[i].trace)) << "row " << i;
+  }
+}
+
 }  // namespace kt

@@ -45,7 +45,6 @@ class Framed {
     uint8_t* base = AlignedBase();
     for (size_t i = 0; i < m_store.size(); ++i) m_store[i] = Guard(i);
     image.SetImagePtr(width, height, base + m_offset, m_pitch);
-    (void)base;
   }
   Framed(const Framed&) = delete;
   Framed& operator=(const Framed&) = delete;
@@ -128,6 +127,49 @@ std::vector<int> Upto(int last, int first = 1);  // first..last
 // The bytes of a view's rows, to tell later whether a failed call wrote anything.
 std::vector<uint8_t> Bytes(const ZGenericROI* view);
 
+
+// ----- pixels as numbers, for the reference models -----
+
+// A plane of numbers: a view's pixel values (or one component of a C24 view), row by row.
+struct Plane {
+  int w = 0, h = 0;
+  std::vector<int64_t> p;
+  Plane(int width = 0, int height = 0, int64_t v = 0) : w(width), h(height), p(size_t(width) * height, v) {}
+  int64_t& at(int x, int y) { return p[size_t(y) * w + x]; }
+  int64_t at(int x, int y) const { return p[size_t(y) * w + x]; }
+  int64_t clamped(int x, int y) const { return at(x < 0 ? 0 : x >= w ? w - 1 : x, y < 0 ? 0 : y >= h ? h - 1 : y); }
+  bool inside(int x, int y) const { return x >= 0 && y >= 0 && x < w && y < h; }
+  bool operator==(const Plane& o) const { return w == o.w && h == o.h && p == o.p; }
+};
+template <class T>
+Plane Read(ZROI<T>* v, int component = 0) {
+  Plane m(v->GetWidth(), v->GetHeight());
+  for (int y = 0; y < m.h; ++y)
+    for (int x = 0; x < m.w; ++x) {
+      const T px = v->GetPixel(x, y);  // by value: any alignment
+      if constexpr (std::is_same_v<T, ZC24>) m.at(x, y) = (&px.c0)[component];
+      else m.at(x, y) = px.value;
+    }
+  return m;
+}
+template <class T>
+void Write(ZROI<T>* v, const Plane& m) {
+  for (int y = 0; y < m.h; ++y)
+    for (int x = 0; x < m.w; ++x) v->SetPixel(T(static_cast<decltype(T::value)>(m.at(x, y))), x, y);
+}
+// Random values in [lo, hi], each end about once in `ends` pixels besides, where the clips turn.
+Plane RandomPlane(int w, int h, int64_t lo, int64_t hi, int ends = 0);
+
+// ----- bad input as a table -----
+
+// A call, the error number it must leave and the trace (innermost first).
+struct Refusal {
+  std::function<void()> call;
+  int error;
+  std::vector<std::string> trace;
+};
+void CheckRefusals(const std::vector<Refusal>& rows);
+
 // ----- pixel-wise operators against a per-pixel reference -----
 
 
@@ -189,12 +231,12 @@ bool Same(const T& a, const T& b) {
 }
 
 // Runs `call(source, destination)` on every geometry with the wide paths off and on (each
-// geometry on the next Highway target in turn), and
-// compares each destination pixel with ref(sourcePixel, oldDestinationPixel). `fill` gives the
-// source its content; the destination starts random so that kept bits show.
+// geometry on the next Highway target in turn), and compares each destination pixel with
+// ref(sourcePixel, oldDestinationPixel). `fill` gives the source its content; the destination
+// starts random so that kept bits show. With `inPlace`, the source is then its own destination.
 template <class S, class D>
 void CheckAgainst(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::function<D(S, D)>& ref,
-                  const std::function<void(Framed<S>&)>& fill = nullptr) {
+                  const std::function<void(Framed<S>&)>& fill = nullptr, bool inPlace = false) {
   const std::vector<int64_t> targets = Targets();
   size_t round = 0;
   for (const Geometry& g : Geometries()) {
@@ -220,6 +262,17 @@ void CheckAgainst(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std
       const std::vector<D> out = Pixels(destination.get());
       for (size_t i = 0; i < out.size(); ++i)
         ASSERT_TRUE(Same(out[i], ref(in[i], old[i]))) << "pixel " << i;
+      if constexpr (std::is_same_v<S, D>) {
+        if (!inPlace) continue;
+        {
+          WideSetting setting(wide);
+          call(source.get(), source.get());
+        }
+        ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+        ASSERT_TRUE(source.GuardsIntact());
+        const std::vector<S> now = Pixels(source.get());
+        for (size_t i = 0; i < now.size(); ++i) ASSERT_TRUE(Same(now[i], ref(in[i], in[i]))) << "in place, pixel " << i;
+      }
     }
   }
 }
