@@ -232,7 +232,8 @@ void LumCannyDetector(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, SMOOTH_MODE s
       if (frame::Ok()) frame::Fail(Z_ERROR_NO_MEMORY);
       return frame::Leave(trace);
     }
-  if (smooth) kelmira::canny::Smooth(source, &smoothed, smoothMode);
+  // A smoothing that fails (the median's line buffers) leaves its number and trace: 1303.
+  if (smooth && !frame::Step([&] { kelmira::canny::Smooth(source, &smoothed, smoothMode); })) return frame::Leave(trace);
   ZOk();
   if (!kelmira::canny::GradientAndSuppress(smooth ? &smoothed : source, &index, &magnitude, ZGetMMX() != 0)) {
     frame::Fail(Z_ERROR_NO_MEMORY);
@@ -243,7 +244,10 @@ void LumCannyDetector(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, SMOOTH_MODE s
   int t1 = 0, t2 = 0;
   kelmira::canny::FindThresholds(bins, t1, t2);
   const int low = t1 == 0 ? 1 : t1;
-  if (followingMode == EDGE_FOLLOWING_HYSTERESIS || followingMode == EDGE_FOLLOWING_CONTOUR_GROWING)
-    kelmira::canny::FollowIndexed(&magnitude, destination, &index, followingMode == EDGE_FOLLOWING_CONTOUR_GROWING,
-                                  low, t2);
+  if ((followingMode == EDGE_FOLLOWING_HYSTERESIS || followingMode == EDGE_FOLLOWING_CONTOUR_GROWING) &&
+      !kelmira::canny::FollowIndexed(&magnitude, destination, &index,
+                                     followingMode == EDGE_FOLLOWING_CONTOUR_GROWING, low, t2)) {
+    frame::Fail(Z_ERROR_NO_MEMORY);
+    frame::Leave(trace);
+  }
 }

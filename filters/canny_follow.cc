@@ -151,9 +151,10 @@ void Grow(S& s, std::vector<Frame>& stack, int x0, int y0, int seed) {
   }
 }
 
+// Both return false when their memory cannot be had: the stages report nothing, the detector 1303.
 template <class S>
-void RunHysteresis(S& s, int low, int high) {
-  if (!s.Allocate()) return;  // the stage has no error to report: nothing is written
+bool RunHysteresis(S& s, int low, int high) {
+  if (!s.Allocate()) return false;  // nothing is written
   for (int y = 0; y < s.h; ++y)
     for (int x = 0; x < s.w; ++x) {
       if (s.Magnitude(x, y) < high || s.Visited(x, y)) continue;
@@ -161,11 +162,12 @@ void RunHysteresis(S& s, int low, int high) {
       Walk(s, x, y, kForward, low);
       Walk(s, x, y, kBackward, low);
     }
+  return true;
 }
 
 template <class S>
-void RunGrowing(S& s, int seedThreshold) {
-  if (!s.Allocate()) return;
+bool RunGrowing(S& s, int seedThreshold) {
+  if (!s.Allocate()) return false;
   std::vector<Frame> stack;
   for (int y = 1; y + 1 < s.h; ++y)
     for (int x = 1; x + 1 < s.w; ++x) {
@@ -176,20 +178,18 @@ void RunGrowing(S& s, int seedThreshold) {
       try {
         Grow(s, stack, x, y, v);
       } catch (const std::bad_alloc&) {
-        return;  // what was grown stays
+        return false;  // what was grown stays
       }
     }
+  return true;
 }
 
 }  // namespace
 
-void FollowIndexed(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* index, bool growing, int low,
+bool FollowIndexed(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* index, bool growing, int low,
                    int high) {
   CompactStage s(magnitude, destination, index);
-  if (growing)
-    RunGrowing(s, low);
-  else
-    RunHysteresis(s, low, high);
+  return growing ? RunGrowing(s, low) : RunHysteresis(s, low, high);
 }
 
 }  // namespace kelmira::canny
