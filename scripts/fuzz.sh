@@ -30,7 +30,7 @@ if [ "${1:-}" = --coverage ]; then
   # The library's own sources: not the tests, the system headers or Highway.
   llvm-cov-14 report "$cov/tests/fuzz/kelmira_fuzz_oper" -instr-profile="$cov/oper.profdata" \
     -ignore-filename-regex='(^|/)(tests|usr|hwy)/' >"$cov/report.txt"
-  echo "operator fuzzer, line coverage of the library ($(grep -c '^Running:\|^#[0-9]*.*INITED' "$cov/replay.log" || true) replays; report: $cov/report.txt)"
+  echo "operator fuzzer, line coverage of the library over $(sed -n 's/.*seed corpus: files: \([0-9]*\).*/\1/p' "$cov/replay.log") inputs (report: $cov/report.txt)"
   awk -v root="$PWD/" '$1 ~ /\.(cc|h)$/ { f = $1; sub(root, "", f); n = split(f, part, "/"); s = n > 1 ? part[1] : "."
       lines[s] += $8; missed[s] += $9; all += $8; allMissed += $9 }
     END { for (s in lines) printf "  %-12s %6d lines  %5.1f%%\n", s, lines[s], 100 * (lines[s] - missed[s]) / lines[s]

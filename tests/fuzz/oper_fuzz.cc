@@ -159,8 +159,7 @@ size_t g_front = 0;            // bytes of the input read from its front: the pa
                  s.view->GetVoid() ? -1 : s.view->GetBitOffset(0, 0), s.view->GetVoid(), s.chain.size(),
                  s.identical ? ", the source itself" : s.aliasOf >= 0 ? ", shares the source's parent" : "");
   }
-  if (g_call != nullptr)
-    for (const auto& t : g_call->trace) std::fprintf(stderr, "  trace: %s\n", t.c_str());
+  for (size_t i = 0; g_call != nullptr && i < g_call->trace.size(); ++i) std::fprintf(stderr, "  trace: %s\n", g_call->trace[i].c_str());
   std::abort();
 }
 
@@ -279,8 +278,7 @@ bool OneCall(FuzzedDataProvider& in) {
   g_front += block.size();
   c.params.Load(block.data(), block.size());
 
-  g_call = &c;
-  ++g_calls;
+  g_call = &c, ++g_calls;
   const Outcome wide = RunPath(e, c, 1, seed, mode, nullDestination);
   const Outcome scalar = RunPath(e, c, 0, seed, mode, nullDestination);
   if (wide.error != scalar.error) Fail(e, "wide and scalar errors differ", wide.error);

@@ -86,7 +86,6 @@ struct Entry {
   Form call;
   bool pathsMayDiffer = false;   // the wide path's documented results differ from the scalar one's
   bool mayIgnoreSource = false;  // documented to do nothing, successfully, for some arguments
-                                 // (the older morphology forms with no passes)
   bool untraced = false;         // documented to fail without a trace string of its own
   bool wholeLastByte = false;    // writes the last byte of each one-bit row whole (bits past it 0)
 };
