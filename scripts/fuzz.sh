@@ -21,7 +21,7 @@ if [ "${1:-}" = --coverage ]; then
     -DCMAKE_EXE_LINKER_FLAGS="-fprofile-instr-generate" >/dev/null
   cmake --build "$cov" --target kelmira_fuzz_oper kelmira_fuzz_seeds -- -j2 -l 6 >/dev/null
   rm -rf "$cov/seeds" "$cov/profiles" && mkdir -p "$cov/profiles"
-  "$cov/tests/fuzz/kelmira_fuzz_seeds" "$cov/seeds" >/dev/null
+  LLVM_PROFILE_FILE="$cov/seeds.profraw" "$cov/tests/fuzz/kelmira_fuzz_seeds" "$cov/seeds" >/dev/null
   [ $# -gt 0 ] || set -- build/fuzz/corpus/oper
   mkdir -p "$@"
   LLVM_PROFILE_FILE="$cov/profiles/%p.profraw" "$cov/tests/fuzz/kelmira_fuzz_oper" -runs=0 -rss_limit_mb=4096 \
