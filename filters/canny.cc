@@ -234,7 +234,8 @@ void LumCannyDetector(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, SMOOTH_MODE s
       if (frame::Ok()) frame::Fail(Z_ERROR_NO_MEMORY);
       return frame::Leave(trace);
     }
-  if (smooth) kelmira::canny::Smooth(source, &magnitude, smoothMode);
+  // A smoothing that fails (the median's line buffers) leaves its number and trace: 1303.
+  if (smooth && !frame::Step([&] { kelmira::canny::Smooth(source, &magnitude, smoothMode); })) return frame::Leave(trace);
   ZOk();
   uint32_t bins[256];
   if (!kelmira::canny::GradientAndSuppress(smooth ? &magnitude : source, &index, &magnitude, ZGetMMX() != 0, bins)) {
@@ -244,7 +245,10 @@ void LumCannyDetector(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, SMOOTH_MODE s
   int t1 = 0, t2 = 0;
   kelmira::canny::FindThresholds(bins, t1, t2);
   const int low = t1 == 0 ? 1 : t1;
-  if (followingMode == EDGE_FOLLOWING_HYSTERESIS || followingMode == EDGE_FOLLOWING_CONTOUR_GROWING)
-    kelmira::canny::FollowIndexed(&magnitude, destination, &index, followingMode == EDGE_FOLLOWING_CONTOUR_GROWING,
-                                  low, t2);
+  if ((followingMode == EDGE_FOLLOWING_HYSTERESIS || followingMode == EDGE_FOLLOWING_CONTOUR_GROWING) &&
+      !kelmira::canny::FollowIndexed(&magnitude, destination, &index,
+                                     followingMode == EDGE_FOLLOWING_CONTOUR_GROWING, low, t2)) {
+    frame::Fail(Z_ERROR_NO_MEMORY);
+    frame::Leave(trace);
+  }
 }

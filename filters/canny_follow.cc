@@ -162,9 +162,10 @@ inline int NextSeed(const uint8_t* row, int from, int w, int high, bool wide) {
   return from;
 }
 
+// Both return false when their memory cannot be had: the stages report nothing, the detector 1303.
 template <class S>
-void RunHysteresis(S& s, int low, int high, bool wide) {
-  if (!s.Allocate()) return;  // the stage has no error to report: nothing is written
+bool RunHysteresis(S& s, int low, int high, bool wide) {
+  if (!s.Allocate()) return false;  // nothing is written
   for (int y = 0; y < s.h; ++y)
     for (int x = NextSeed(s.MagnitudeRow(y), 0, s.w, high, wide); x < s.w;
          x = NextSeed(s.MagnitudeRow(y), x + 1, s.w, high, wide)) {
@@ -173,11 +174,12 @@ void RunHysteresis(S& s, int low, int high, bool wide) {
       Walk(s, x, y, kForward, low);
       Walk(s, x, y, kBackward, low);
     }
+  return true;
 }
 
 template <class S>
-void RunGrowing(S& s, int seedThreshold, bool wide) {
-  if (!s.Allocate()) return;
+bool RunGrowing(S& s, int seedThreshold, bool wide) {
+  if (!s.Allocate()) return false;
   std::vector<Frame> stack;
   const int least = seedThreshold > 1 ? seedThreshold : 1;  // a magnitude of 0 never seeds
   for (int y = 1; y + 1 < s.h; ++y)
@@ -190,20 +192,18 @@ void RunGrowing(S& s, int seedThreshold, bool wide) {
       try {
         Grow(s, stack, x, y, v);
       } catch (const std::bad_alloc&) {
-        return;  // what was grown stays
+        return false;  // what was grown stays
       }
     }
+  return true;
 }
 
 }  // namespace
 
-void FollowIndexed(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* index, bool growing, int low,
+bool FollowIndexed(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* index, bool growing, int low,
                    int high) {
   CompactStage s(magnitude, destination, index);
-  if (growing)
-    RunGrowing(s, low, ZGetMMX() != 0);
-  else
-    RunHysteresis(s, low, high, ZGetMMX() != 0);
+  return growing ? RunGrowing(s, low, ZGetMMX() != 0) : RunHysteresis(s, low, high, ZGetMMX() != 0);
 }
 
 }  // namespace kelmira::canny

@@ -20,8 +20,9 @@ bool Unusable(const ZGenericROI* a, const ZGenericROI* b, const ZGenericROI* c);
 
 // The detector's edge following over its own images: `index` holds the direction index (0..3 for
 // the codes 0, 45, 90, 135) of each pixel and its top bit is free for the visited mark. Growing
-// takes `low` as its seed threshold.
-void FollowIndexed(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* index, bool growing, int low,
+// takes `low` as its seed threshold. False when its memory could not be had (growing keeps what
+// it had grown).
+bool FollowIndexed(ZROI<ZBW8>* magnitude, ZROI<ZBW8>* destination, ZROI<ZBW8>* index, bool growing, int low,
                    int high);
 
 }  // namespace kelmira::canny

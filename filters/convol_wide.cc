@@ -96,16 +96,19 @@ HWY_INLINE int PairedRowN(const uint8_t* const* rows, uint8_t* destination, int 
   int x = x0;
   // The odd sum of the last pair reads pixel x + lanes + R: keep it inside the row.
   for (; x + lanes < x0 + count; x += lanes) {
-    auto even = vBias, odd = vBias, unused = vZero;
+    // Some targets (EMU128) put the odd-indexed products of each lane into the second sum:
+    // added back, each lane holds its full pair sum on every target.
+    auto even = vBias, odd = vBias, evenSecond = vZero, oddSecond = vZero;
     for (int j = 0; j < N; ++j) {
       const uint8_t* row = rows[j] + x - R;
       for (int k = 0; k < kPairs; ++k) {
         const auto pe = hn::BitCast(d16, hn::PromoteTo(hn::Rebind<uint16_t, decltype(d8)>(), hn::LoadU(d8, row + 2 * k)));
         const auto po = hn::BitCast(d16, hn::PromoteTo(hn::Rebind<uint16_t, decltype(d8)>(), hn::LoadU(d8, row + 2 * k + 1)));
-        even = hn::ReorderWidenMulAccumulate(d32, pe, pairs[j * kPairs + k], even, unused);
-        odd = hn::ReorderWidenMulAccumulate(d32, po, pairs[j * kPairs + k], odd, unused);
+        even = hn::ReorderWidenMulAccumulate(d32, pe, pairs[j * kPairs + k], even, evenSecond);
+        odd = hn::ReorderWidenMulAccumulate(d32, po, pairs[j * kPairs + k], odd, oddSecond);
       }
     }
+    even = hn::Add(even, evenSecond), odd = hn::Add(odd, oddSecond);
     auto re = finish == Finish::kQ8 ? hn::ShiftRight<8>(even) : hn::ShiftRight<15>(even);
     auto ro = finish == Finish::kQ8 ? hn::ShiftRight<8>(odd) : hn::ShiftRight<15>(odd);
     if (finish == Finish::kQ15Abs) re = hn::Abs(re), ro = hn::Abs(ro);

@@ -189,6 +189,7 @@ template <class T>
 bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsigned halfY, bool wide) {
   using Sum = std::conditional_t<sizeof(T) == 1, uint32_t, uint64_t>;
   const int width = source->GetWidth(), height = source->GetHeight();
+  if (width <= 0 || height <= 0) return true;  // no pixel: nothing to sum, nothing to write
   const int hx = halfX > static_cast<unsigned>(width - 1) ? width - 1 : static_cast<int>(halfX);
   const int hy = halfY > static_cast<unsigned>(height - 1) ? height - 1 : static_cast<int>(halfY);
   const uint64_t area = (2 * static_cast<uint64_t>(hx) + 1) * (2 * static_cast<uint64_t>(hy) + 1);

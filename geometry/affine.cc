@@ -225,10 +225,12 @@ void ByPlanes(ZROI<ZC24>* src, ZROI<ZC24>* dst, Op&& op) {
 // With the wide paths on and separate views that both have pixels, one interleaved walk of the
 // three components does what the planes would do: the same pixels, and on failure the gray
 // form's number and traces (`inner`, innermost first), which it would meet on the first plane
-// before writing anything. False when it cannot take the call.
+// before writing anything. False when it cannot take the call; a view of width or height 0 is
+// left to the planes too, whose temporary plane is then void (1400).
 bool Interleaved(ZROI<ZC24>* src, const Forward& m, ZROI<ZC24>* dst, int bits,
                  std::initializer_list<const char*> inner) {
   if (ZGetMMX() == 0 || src->GetVoid() || dst->GetVoid() || Overlap(src, dst)) return false;
+  if (src->GetWidth() <= 0 || src->GetHeight() <= 0 || dst->GetWidth() <= 0 || dst->GetHeight() <= 0) return false;
   Inverse inv;
   Z_ERRORS error = Z_ERROR_NONE;
   if (!Invert(m.a, m.b, m.c, m.d, m.e, m.f, &inv))

@@ -114,7 +114,7 @@ bool Rms(ZROI<P>* source, ZROI<P>* reference, LUM_REFERENCE_NOISE mode, float* r
 
 template <class P>
 bool Focusing(ZROI<P>* view, float* result) {
-  if (!frame::NotVoid(view)) return false;
+  if (!Usable(view)) return false;
   const Values<P> rows(view);
   const bool wide = Wide();
   const int width = view->GetWidth(), n = width - 1;
@@ -219,7 +219,7 @@ void Normalize16(ZROI<ZBW16>* source, ZROI<ZBW16>* destination, float average, f
   float d = 0.0f, m = 0.0f;
   if (!frame::Step([&] { LumPixelStdDev(source, d, m); })) return;
   if (destination == nullptr) destination = source;
-  if (!frame::NotVoid(destination) || !frame::SameSize(source, destination)) return;
+  if (!Usable(destination) || !frame::SameSize(source, destination)) return;
   const float k = deviation / d;
   const Values<ZBW16> in(source);
   const rows::Rows<ZBW16> out(destination);

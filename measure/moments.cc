@@ -19,7 +19,7 @@ namespace {
 // trace string goes in on every exit.
 template <class F>
 void MomentFrame(const char* trace, ZGenericROI* view, F&& body) {
-  if (view == nullptr || view->GetGenericImagePtr(0, 0) == nullptr) ZSetError(Z_ERROR_NULL_IMAGE);
+  if (!HasPixels(view)) ZSetError(Z_ERROR_NULL_IMAGE);
   else body();
   ZTraceError(trace);
 }
@@ -125,7 +125,7 @@ void Weighted(const char* trace, ZROI<P>* view, float* const* outputs, int count
 
 // Entry of the usual frame, then the view's pixels (1400).
 bool Pixels(const ZGenericROI* view) {
-  return view != nullptr && view->GetGenericImagePtr(0, 0) != nullptr ? true : frame::Fail(Z_ERROR_NULL_IMAGE);
+  return HasPixels(view) || frame::Fail(Z_ERROR_NULL_IMAGE);
 }
 
 // A weight table must hold at least 256 entries.

@@ -117,11 +117,13 @@ HWY_INLINE hn::Vec<hn::Repartition<int32_t, D8>> AddSquares8(D8 d8, hn::Vec<D8> 
   const hn::Repartition<int16_t, D8> di16;
   const hn::Repartition<int32_t, D8> d32;
   const auto zero = hn::Zero(d8);
-  auto unused = hn::Zero(d32);
+  // Some targets (EMU128) put half of the products into the second sum: it is added back.
+  auto second = hn::Zero(d32);
   const auto v0 = hn::BitCast(di16, hn::ZipLower(d16, v, zero)), v1 = hn::BitCast(di16, hn::ZipUpper(d16, v, zero));
   const auto w0 = hn::BitCast(di16, hn::ZipLower(d16, w, zero)), w1 = hn::BitCast(di16, hn::ZipUpper(d16, w, zero));
-  acc = hn::ReorderWidenMulAccumulate(d32, v0, w0, acc, unused);
-  return hn::ReorderWidenMulAccumulate(d32, v1, w1, acc, unused);
+  acc = hn::ReorderWidenMulAccumulate(d32, v0, w0, acc, second);
+  acc = hn::ReorderWidenMulAccumulate(d32, v1, w1, acc, second);
+  return hn::Add(acc, second);
 }
 
 // Squares of bytes gathered in 32-bit lanes, four bytes a lane per vector. With VNNI (AVX3_DL)

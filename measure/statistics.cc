@@ -23,7 +23,7 @@ uint64_t PixelCount(const ZGenericROI* view) {
 
 template <class P>
 bool Extremes(ZROI<P>* view, Storage<P>& minimum, Storage<P>& maximum) {
-  if (!frame::NotVoid(view)) return false;
+  if (!Usable(view)) return false;
   const Values<P> rows(view);
   const bool wide = Wide();
   minimum = maximum = rows[0][0];
@@ -56,7 +56,7 @@ void RowSums(bool wide, const Storage<P>* row, int width, SumSq* out, bool squar
 // Averages: the sums of BW8 and of the C24 bytes wrap at 32 bits; those of BW16 do not.
 template <class P>
 bool Averages(ZROI<P>* view, float* averages) {
-  if (!frame::NotVoid(view)) return false;
+  if (!Usable(view)) return false;
   const Values<P> rows(view);
   const bool wide = Wide();
   uint64_t total[kChannels<P>] = {};
@@ -90,7 +90,7 @@ struct Moments2 {
 // variances[k] and means[k] per channel; for C24 also the pooled variance in variances[3].
 template <class P>
 bool Variances(ZROI<P>* view, float* variances, float* means) {
-  if (!frame::NotVoid(view)) return false;
+  if (!Usable(view)) return false;
   const Values<P> rows(view);
   const bool wide = Wide();
   Moments2 m[kChannels<P>];
@@ -128,7 +128,7 @@ bool Variances(ZROI<P>* view, float* variances, float* means) {
 // Min, max and the mean of the row means.
 template <class P>
 bool Stat(ZROI<P>* view, Storage<P>& minimum, Storage<P>& maximum, float& average) {
-  if (!frame::NotVoid(view)) return false;
+  if (!Usable(view)) return false;
   const Values<P> rows(view);
   const bool wide = Wide();
   const int width = view->GetWidth();
@@ -149,7 +149,7 @@ struct Counts {
 
 template <class P>
 bool Count(ZROI<P>* view, uint32_t low, uint32_t high, Counts& c) {
-  if (!frame::NotVoid(view)) return false;
+  if (!Usable(view)) return false;
   const Values<P> rows(view);
   const bool wide = Wide();
   for (int y = 0; y < view->GetHeight(); ++y) {
@@ -190,7 +190,7 @@ short int DoubleThresholdForm(const char* trace, ZROI<P>* view, uint32_t low, ui
 template <class P>
 unsigned int AllPixels(const char* trace, ZROI<P>* view) {
   return ValueForm<unsigned int>(trace, [&]() -> unsigned int {
-    if (!frame::NotVoid(view)) return 0;
+    if (!Usable(view)) return 0;
     if (!HasRuns(view)) return static_cast<unsigned int>(PixelCount(view));
     unsigned int n = 0;
     ForEachStretch<P>(view, false, [&](const Storage<P>*, int count, int, int) { n += static_cast<unsigned>(count); });
@@ -202,7 +202,7 @@ unsigned int AllPixels(const char* trace, ZROI<P>* view) {
 template <class P>
 unsigned int Binarized(const char* trace, ZROI<P>* view, unsigned int threshold) {
   return ValueForm<unsigned int>(trace, [&]() -> unsigned int {
-    if (!frame::NotVoid(view)) return 0;
+    if (!Usable(view)) return 0;
     const bool wide = Wide();
     const uint32_t level = threshold >= PixelTraits<P>::kMax ? 0xFFFFFFFFu : threshold + 1;
     uint64_t n = 0;
@@ -216,7 +216,7 @@ unsigned int Binarized(const char* trace, ZROI<P>* view, unsigned int threshold)
 template <class P>
 unsigned int CountForm(const char* trace, ZROI<P>* view, int (*predicate)(P&)) {
   return ValueForm<unsigned int>(trace, [&]() -> unsigned int {
-    if (!frame::NotVoid(view)) return 0;
+    if (!Usable(view)) return 0;
     if (predicate == nullptr) return frame::Fail(Z_ERROR_NULL_IMAGE);
     const rows::Rows<P> rows(view);
     unsigned int n = 0;
@@ -230,7 +230,7 @@ unsigned int CountForm(const char* trace, ZROI<P>* view, int (*predicate)(P&)) {
 
 // Sum and count of the pixels over the runs, or the rectangle.
 bool RunSum(ZROI<ZBW8>* view, uint64_t& sum, uint64_t& count) {
-  if (!frame::NotVoid(view)) return false;
+  if (!Usable(view)) return false;
   const bool wide = Wide();
   sum = count = 0;
   return ForEachStretch<ZBW8>(view, false, [&](const uint8_t* p, int n, int, int) {
@@ -241,7 +241,7 @@ bool RunSum(ZROI<ZBW8>* view, uint64_t& sum, uint64_t& count) {
 
 ZBW8 RunExtreme(const char* trace, ZROI<ZBW8>* view, bool maximum) {
   return ValueForm<ZBW8>(trace, [&]() -> ZBW8 {
-    if (!frame::NotVoid(view)) return 0;
+    if (!Usable(view)) return 0;
     const bool wide = Wide();
     uint8_t lo = 255, hi = 0;
     bool any = false;
@@ -256,7 +256,7 @@ ZBW8 RunExtreme(const char* trace, ZROI<ZBW8>* view, bool maximum) {
 // The 256-bin histogram of the view, over its runs when it has any: the same bins as the
 // histogram operator gives.
 bool Histogram(ZROI<ZBW8>* view, ZBWHistogramVector& histogram) {
-  if (!frame::NotVoid(view)) return false;
+  if (!Usable(view)) return false;
   histogram.SetNumElements(256);
   if (!frame::Ok() || histogram.GetDataPtr() == nullptr) return frame::Fail(Z_ERROR_NO_MEMORY);
   histogram.Clear();

@@ -62,8 +62,18 @@ R ValueForm(const char* trace, F&& body) {
   return result;
 }
 
+// A view with pixels to read: not null, not void, and neither its width nor its height 0. A view
+// of no extent is refused with 1400 like a void one, before any row is touched.
+inline bool HasPixels(const ZGenericROI* view) {
+  return view != nullptr && view->GetGenericImagePtr(0, 0) != nullptr && view->GetWidth() > 0 && view->GetHeight() > 0;
+}
+inline bool Usable(const ZGenericROI* view) {
+  ZOk();
+  return HasPixels(view) || frame::Fail(Z_ERROR_NULL_IMAGE);
+}
+
 inline bool Pair(const ZGenericROI* a, const ZGenericROI* b) {
-  return frame::NotVoid(a) && frame::NotVoid(b) && frame::SameSize(a, b);
+  return Usable(a) && Usable(b) && frame::SameSize(a, b);
 }
 
 inline bool HasRuns(const ZGenericROI* view) {

@@ -81,6 +81,7 @@ void LocalMean(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, in
 
 void LocalMeanWorker(const ZROI<ZBW8>* source, ZROI<ZBW8>* destination, int halfSize, int offset) {
   const int w = destination->GetWidth(), h = destination->GetHeight();
+  if (w <= 0 || h <= 0) return;  // a view of no extent: no pixel to write, no row to read
   const int r = std::clamp(halfSize, 0, (std::min(w, h) - 1) / 2);
   const bool wide = ZGetMMX() != 0;
   std::vector<uint32_t> columns, window;
@@ -115,6 +116,7 @@ void AdaptiveWorker(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, LUM_THRESHOLD_M
   if (width < 1) return (void)frame::Fail(Z_ERROR_ARGUMENT_4);
   if (height < 1) return (void)frame::Fail(Z_ERROR_ARGUMENT_5);
   const int w = source->GetWidth(), h = source->GetHeight();
+  if (w <= 0 || h <= 0) return;  // a view of no extent: no window, nothing to write
   const int nx = static_cast<int>(std::ceil(static_cast<double>(w) / width));
   const int ny = static_cast<int>(std::ceil(static_cast<double>(h) / height));
   ZImage<ZBW8> grid(nx + 1, ny + 1);

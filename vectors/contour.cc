@@ -34,14 +34,17 @@ class PathSink {
   }
   static constexpr bool Full() { return false; }
 
+  // The element is built in zeroed memory and stored as bytes, so that the pad byte of ZBW8Path
+  // is 0 rather than whatever the stack or the store held: it goes to files as it stands.
   bool Put(int x, int y, int d, uint32_t value) {
-    Element e{};
+    Element e;
+    std::memset(static_cast<void*>(&e), 0, sizeof e);
     e.m_n16X = static_cast<int16_t>(x);
     e.m_n16Y = static_cast<int16_t>(y);
     if constexpr (std::is_same_v<Element, ZBW8Path>) e.m_bw8Pixel = ZBW8(static_cast<uint8_t>(m_chain ? d : value));
     if constexpr (std::is_same_v<Element, ZBW16Path>) e.m_bw16Pixel = ZBW16(static_cast<uint16_t>(m_chain ? d : value));
     if (m_count < m_capacity) {
-      m_data[m_count++] = e;
+      std::memcpy(static_cast<void*>(m_data + m_count++), &e, sizeof e);
       return true;
     }
     Sync();
@@ -49,6 +52,7 @@ class PathSink {
     if (ZGetError() != Z_ERROR_NONE) return false;
     m_count = m_vector->GetNumElements();
     Reload();
+    std::memcpy(static_cast<void*>(m_data + m_count - 1), &e, sizeof e);  // AddElement may copy the fields alone
     return true;
   }
 

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -20,35 +22,23 @@ std::string Scratch(const char* name) {
 }
 
 void WriteFile(const std::string& path, const uint8_t* data, size_t size) {
-  FILE* f = std::fopen(path.c_str(), "wb");
-  if (f == nullptr) std::abort();
-  if (size != 0 && std::fwrite(data, 1, size, f) != size) std::abort();
-  std::fclose(f);
+  if (!std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size)))
+    std::abort();
 }
 
 std::vector<uint8_t> ReadFile(const std::string& path) {
-  std::vector<uint8_t> bytes;
-  FILE* f = std::fopen(path.c_str(), "rb");
-  if (f == nullptr) std::abort();
-  uint8_t buffer[4096];
-  size_t got;
-  while ((got = std::fread(buffer, 1, sizeof buffer, f)) > 0) bytes.insert(bytes.end(), buffer, buffer + got);
-  std::fclose(f);
-  return bytes;
+  std::ifstream f(path, std::ios::binary);
+  return std::vector<uint8_t>(std::istreambuf_iterator<char>(f), {});
 }
 
 // The count never runs past the store, and each covered element is readable (ASan watches).
 void CheckHeld(const ZVectorTemplate<Element>& v) {
   if (v.GetNumElements() > v.GetMaxElements()) std::abort();
   if (v.GetNumElements() != 0 && v.GetDataPtr() == nullptr) std::abort();
+  const auto* bytes = reinterpret_cast<const unsigned char*>(v.GetDataPtr());
   unsigned char sum = 0;
-  for (unsigned i = 0; i < v.GetNumElements(); ++i) {
-    unsigned char raw[sizeof(Element)];
-    std::memcpy(raw, v.GetDataPtr() + i, sizeof raw);
-    for (unsigned char b : raw) sum = static_cast<unsigned char>(sum + b);
-  }
-  volatile unsigned char sink = sum;
-  (void)sink;
+  for (size_t i = 0; i < v.GetNumElements() * sizeof(Element); ++i) sum = static_cast<unsigned char>(sum + bytes[i]);
+  [[maybe_unused]] volatile unsigned char sink = sum;
 }
 
 }  // namespace

@@ -19,11 +19,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 
 namespace kfuzz {
 namespace {
 
+constexpr size_t kFormSpace = 512;
 constexpr size_t kArenaBytes = 64 * 1024;  // a 70 x 70 image of 8-byte pixels with slack and offset
 
 struct Arena {
@@ -39,49 +41,35 @@ Arena* Arenas() {
       auto* base = static_cast<uint8_t*>(
           mmap(nullptr, kArenaBytes + 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
       if (base == MAP_FAILED) std::abort();
-      mprotect(base, page, PROT_NONE);
-      mprotect(base + page + kArenaBytes, page, PROT_NONE);
-      a[i].begin = base + page;
-      a[i].expected.resize(kArenaBytes);
+      mprotect(base, page, PROT_NONE), mprotect(base + page + kArenaBytes, page, PROT_NONE);
+      a[i].begin = base + page, a[i].expected.resize(kArenaBytes);
     }
     return a;
   }();
   return arenas;
 }
 
-Kind ParseKind(const std::string& token) {
-  static const char* names[kKinds] = {"b1", "b8", "b16", "b32", "c15", "c16", "c24", "c24a", "f32", "f64"};
-  for (int k = 0; k < kKinds; ++k)
-    if (token == names[k]) return static_cast<Kind>(k);
-  std::fprintf(stderr, "bad kind %s\n", token.c_str());
-  std::abort();
-}
-
-// The kinds of a signature, sources then destinations.
+// The kinds of a signature, sources then destinations (an unknown name aborts in ByKind).
 void ParseSignature(const char* signature, std::vector<Kind>& sources, std::vector<Kind>& destinations) {
+  static const char* names[kKinds] = {"b1", "b8", "b16", "b32", "c15", "c16", "c24", "c24a", "f32", "f64"};
   std::vector<Kind>* into = &sources;
   std::string token;
   for (const char* p = signature;; ++p) {
-    if (*p == ' ' || *p == '>' || *p == '\0') {
-      if (!token.empty()) into->push_back(ParseKind(token));
-      token.clear();
-      if (*p == '>') into = &destinations;
-      if (*p == '\0') break;
-    } else {
+    if (*p != ' ' && *p != '>' && *p != '\0') {
       token += *p;
+      continue;
     }
+    if (!token.empty()) into->push_back(static_cast<Kind>(std::find(names, names + kKinds, token) - names));
+    token.clear();
+    if (*p == '>') into = &destinations;
+    if (*p == '\0') break;
   }
 }
 
-int BytesPerPixel(Kind k) {
-  static const int size[kKinds] = {0, 1, 2, 4, 2, 2, 3, 4, 4, 8};
-  return size[k];
+int Alignment(Kind k) { return std::array<int, kKinds>{1, 1, 2, 4, 2, 2, 1, 4, 4, 8}[k]; }
+int RowBytes(Kind k, int width) {
+  return k == kBW1 ? (width + 7) / 8 : width * std::array<int, kKinds>{0, 1, 2, 4, 2, 2, 3, 4, 4, 8}[k];
 }
-int Alignment(Kind k) {
-  static const int align[kKinds] = {1, 1, 2, 4, 2, 2, 1, 4, 4, 8};
-  return align[k];
-}
-int RowBytes(Kind k, int width) { return k == kBW1 ? (width + 7) / 8 : width * BytesPerPixel(k); }
 
 // A view of a view of ... of `parent`, as the input says: mostly inside, sometimes anywhere.
 template <class T>
@@ -93,15 +81,11 @@ void Carve(Slot& s, FuzzedDataProvider& in, const std::shared_ptr<ZGenericROI>& 
     const int pw = std::max(0, outer->GetWidth()), ph = std::max(0, outer->GetHeight());
     int x, y, w, h;
     if (in.ConsumeIntegralInRange(0, 7) != 0) {
-      x = in.ConsumeIntegralInRange(0, pw);
-      y = in.ConsumeIntegralInRange(0, ph);
-      w = in.ConsumeIntegralInRange(0, pw - x);
-      h = in.ConsumeIntegralInRange(0, ph - y);
+      x = in.ConsumeIntegralInRange(0, pw), y = in.ConsumeIntegralInRange(0, ph);
+      w = in.ConsumeIntegralInRange(0, pw - x), h = in.ConsumeIntegralInRange(0, ph - y);
     } else {
-      x = in.ConsumeIntegralInRange(-3, 73);
-      y = in.ConsumeIntegralInRange(-3, 73);
-      w = in.ConsumeIntegralInRange(-1, 73);
-      h = in.ConsumeIntegralInRange(-1, 73);
+      x = in.ConsumeIntegralInRange(-3, 73), y = in.ConsumeIntegralInRange(-3, 73);
+      w = in.ConsumeIntegralInRange(-1, 73), h = in.ConsumeIntegralInRange(-1, 73);
     }
     s.chain.push_back(std::make_shared<ZROI<T>>(outer, x, y, w, h));
   }
@@ -134,19 +118,8 @@ void Share(Slot& s, const Slot& of, FuzzedDataProvider& in) {
 
 template <template <class> class Fn, class... A>
 void ByKind(Kind k, A&&... a) {
-  switch (k) {
-    case kBW1: Fn<ZBW1>::Run(a...); break;
-    case kBW8: Fn<ZBW8>::Run(a...); break;
-    case kBW16: Fn<ZBW16>::Run(a...); break;
-    case kBW32: Fn<ZBW32>::Run(a...); break;
-    case kC15: Fn<ZC15>::Run(a...); break;
-    case kC16: Fn<ZC16>::Run(a...); break;
-    case kC24: Fn<ZC24>::Run(a...); break;
-    case kC24A: Fn<ZC24A>::Run(a...); break;
-    case kF32: Fn<ZFLOAT32>::Run(a...); break;
-    case kF64: Fn<ZFLOAT64>::Run(a...); break;
-    default: std::abort();
-  }
+#define KFUZZ_CASE(kind, T) case kind: Fn<T>::Run(a...); break;
+  switch (k) { KFUZZ_TYPES(KFUZZ_CASE) default: std::abort(); }
 }
 template <class T> struct BuildOf { static void Run(Slot& s, FuzzedDataProvider& in) { Build<T>(s, in); } };
 template <class T> struct ShareOf {
@@ -160,14 +133,10 @@ void Fill(uint8_t seed, uint8_t mode) {
     uint8_t* p = Arenas()[a].begin;
     for (size_t i = 0; i < kArenaBytes; i += 8) {
       x ^= x << 13, x ^= x >> 7, x ^= x << 17;
-      uint64_t v = x;
-      switch (mode % 6) {
-        case 1: v = 0; break;
-        case 2: v = ~0ull; break;
-        case 3: v &= 0x8000400020001000ull & (x >> 3); v |= v >> 1; v |= v >> 2; v |= v >> 4; break;  // sparse
-        case 4: v &= 0x0101010101010101ull; break;
-        default: break;
-      }
+      // Noise, zeros, ones, sparse set bits, zeros and ones, noise.
+      uint64_t v = mode % 6 == 1 ? 0 : mode % 6 == 2 ? ~0ull : mode % 6 == 3 ? 0x8000400020001000ull & x & (x >> 3)
+                 : mode % 6 == 4 ? x & 0x0101010101010101ull : x;
+      if (mode % 6 == 3) v |= v >> 1, v |= v >> 2, v |= v >> 4;
       std::memcpy(p + i, &v, 8);
     }
     std::memcpy(Arenas()[a].expected.data(), p, kArenaBytes);
@@ -175,23 +144,22 @@ void Fill(uint8_t seed, uint8_t mode) {
 }
 
 const Call* g_call = nullptr;  // the call under test, for the report
+unsigned long g_calls = 0;     // calls made, each on both paths: printed at exit
+size_t g_front = 0;            // bytes of the input read from its front: the parameter blocks
 
 [[noreturn]] void Fail(const Entry& e, const char* what, int detail = 0) {
   std::fprintf(stderr, "%s: %s (%d), error %d\n", e.name, what, detail, g_call != nullptr ? g_call->error : -1);
   for (int i = 0; g_call != nullptr && i < kSlots; ++i) {
     const Slot& s = g_call->slots[i];
     if (!s.used) continue;
-    if (s.null) {
-      std::fprintf(stderr, "  slot %d: null\n", i);
-      continue;
-    }
+    if (s.null) std::fprintf(stderr, "  slot %d: null\n", i);
+    if (s.null) continue;
     std::fprintf(stderr, "  slot %d: %d x %d at (%d, %d), bit offset %d, void %d, levels %zu%s\n", i, s.view->GetWidth(),
                  s.view->GetHeight(), s.view->GetTotalOrgX(), s.view->GetTotalOrgY(),
                  s.view->GetVoid() ? -1 : s.view->GetBitOffset(0, 0), s.view->GetVoid(), s.chain.size(),
                  s.identical ? ", the source itself" : s.aliasOf >= 0 ? ", shares the source's parent" : "");
   }
-  if (g_call != nullptr)
-    for (const auto& t : g_call->trace) std::fprintf(stderr, "  trace: %s\n", t.c_str());
+  for (size_t i = 0; g_call != nullptr && i < g_call->trace.size(); ++i) std::fprintf(stderr, "  trace: %s\n", g_call->trace[i].c_str());
   std::abort();
 }
 
@@ -220,28 +188,29 @@ void Allow(const ZGenericROI* view, Kind k, bool wholeLastByte) {
   }
 }
 
-struct Outcome {
-  int error = 0;
-  std::vector<std::string> trace;
-  std::string results;
-  std::vector<std::vector<uint8_t>> arenas;
-};
+struct Outcome { int error; std::vector<std::string> trace; std::string results; std::vector<std::vector<uint8_t>> arenas; };
+
+// Leaves a pattern of the path's own on the stack that the call's frames will occupy, so that a
+// result read from uninitialised stack memory (a pad byte, a local never set) differs between the
+// two paths instead of depending on earlier inputs.
+__attribute__((noinline)) void SoilStack(uint8_t byte) {
+  volatile uint8_t pad[32768];
+  for (auto& b : pad) b = byte;
+}
 
 Outcome RunPath(const Entry& e, Call& c, int wide, uint8_t seed, uint8_t mode, bool nullDestination) {
   Fill(seed, mode);
+  SoilStack(wide ? 0xA5 : 0x5A);
   ZSetMMX(wide);
-  c.params.Rewind();
-  c.results.clear();
-  c.thrown = 0;
-  c.error = -1;
+  c.params.Rewind(), c.results.clear(), c.thrown = 0, c.error = -1;
+  ZOk();
+  std::memset(&c.out, 0x7F, sizeof c.out);
   e.call(c);
+  c.Log(c.out);
   if (c.error < 0) Fail(e, "the form did not capture the error state");
-  Outcome o;
-  o.error = c.error;
-  o.trace = c.trace;
+  Outcome o{c.error, c.trace, c.results, {}};
   if (std::getenv("KELMIRA_FUZZ_VERBOSE") != nullptr)
     std::fprintf(stderr, "%s (%s): error %d, thrown %d\n", e.name, wide ? "wide" : "scalar", o.error, c.thrown);
-  o.results = c.results;
   if (o.error != 0 && o.trace.empty() && c.thrown == 0 && !e.untraced) Fail(e, "failure without a trace");
   for (int i = 0; i < kSources; ++i) {
     const Slot& s = c.slots[i];
@@ -253,9 +222,9 @@ Outcome RunPath(const Entry& e, Call& c, int wide, uint8_t seed, uint8_t mode, b
   if (nullDestination) Allow(c.slots[0].view, c.slots[0].kind, e.wholeLastByte);  // in place on the first source
   for (int a = 0; a < kSlots; ++a) {
     const Arena& arena = Arenas()[a];
-    if (std::memcmp(arena.expected.data(), arena.begin, kArenaBytes) == 0) continue;
-    for (size_t i = 0; i < kArenaBytes; ++i)
-      if (arena.expected[i] != arena.begin[i]) Fail(e, wide ? "wide path wrote outside a destination" : "scalar path wrote outside a destination", static_cast<int>(i));
+    const auto at = std::mismatch(arena.expected.begin(), arena.expected.end(), arena.begin).first - arena.expected.begin();
+    if (at != static_cast<ptrdiff_t>(kArenaBytes))
+      Fail(e, wide ? "wide path wrote outside a destination" : "scalar path wrote outside a destination", static_cast<int>(at));
   }
   for (int a = 0; a < kSlots; ++a) o.arenas.emplace_back(Arenas()[a].begin, Arenas()[a].begin + kArenaBytes);
   return o;
@@ -265,7 +234,12 @@ Outcome RunPath(const Entry& e, Call& c, int wide, uint8_t seed, uint8_t mode, b
 bool OneCall(FuzzedDataProvider& in) {
   if (in.remaining_bytes() < 4) return false;
   const auto& table = AllForms();
-  const Entry& e = table[in.ConsumeIntegral<uint16_t>() % table.size()];
+  if (std::getenv("KELMIRA_FUZZ_VERBOSE") != nullptr) std::fprintf(stderr, "form index below byte %zu\n", g_front + in.remaining_bytes());
+  // Modulo a fixed number, forms being appended at the end: the corpus keeps its meaning as the
+  // table grows. An index past the table makes no call.
+  const size_t pick = in.ConsumeIntegral<uint16_t>() % kFormSpace;
+  if (pick >= table.size()) return true;
+  const Entry& e = table[pick];
   std::vector<Kind> sources, destinations;
   ParseSignature(e.signature, sources, destinations);
 
@@ -301,31 +275,37 @@ bool OneCall(FuzzedDataProvider& in) {
   }
   const uint8_t seed = in.ConsumeIntegral<uint8_t>(), mode = in.ConsumeIntegral<uint8_t>();
   const std::vector<uint8_t> block = in.ConsumeBytes<uint8_t>(48);
+  g_front += block.size();
   c.params.Load(block.data(), block.size());
 
-  g_call = &c;
+  g_call = &c, ++g_calls;
   const Outcome wide = RunPath(e, c, 1, seed, mode, nullDestination);
   const Outcome scalar = RunPath(e, c, 0, seed, mode, nullDestination);
   if (wide.error != scalar.error) Fail(e, "wide and scalar errors differ", wide.error);
   if (wide.trace != scalar.trace) Fail(e, "wide and scalar traces differ");
   if (partialOverlap || e.pathsMayDiffer) return true;
-  if (wide.results != scalar.results) Fail(e, "wide and scalar results differ");
+  if (wide.results != scalar.results) {
+    for (const auto* r : {&wide.results, &scalar.results})  // both logs in hexadecimal, when verbose
+      for (size_t i = 0; std::getenv("KELMIRA_FUZZ_VERBOSE") != nullptr && i <= r->size(); ++i)
+        std::fprintf(stderr, i < r->size() ? "%02x" : "\n", i < r->size() ? static_cast<uint8_t>((*r)[i]) : 0);
+    const auto at = std::mismatch(wide.results.begin(), wide.results.end(), scalar.results.begin(), scalar.results.end());
+    Fail(e, "wide and scalar results differ at byte", static_cast<int>(at.first - wide.results.begin()));
+  }
   for (int a = 0; a < kSlots; ++a)
     if (wide.arenas[a] != scalar.arenas[a]) {
-      size_t at = 0;
-      while (wide.arenas[a][at] == scalar.arenas[a][at]) ++at;
-      Fail(e, "wide and scalar pixels differ at arena byte", static_cast<int>(a * 100000 + at));
+      const auto at = std::mismatch(wide.arenas[a].begin(), wide.arenas[a].end(), scalar.arenas[a].begin()).first;
+      Fail(e, "wide and scalar pixels differ at arena byte", static_cast<int>(a * 100000 + (at - wide.arenas[a].begin())));
     }
   return true;
 }
 
 }  // namespace
-
 }  // namespace kfuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  [[maybe_unused]] static const int counted = std::atexit([] { std::fprintf(stderr, "operator calls: %lu\n", kfuzz::g_calls); });
   FuzzedDataProvider in(data, size);
-  for (int call = 0; call < 4 && kfuzz::OneCall(in); ++call) {
-  }
+  kfuzz::g_front = 0;
+  for (int call = 0; call < 4 && kfuzz::OneCall(in); ++call) continue;
   return 0;
 }

@@ -16,17 +16,12 @@ namespace kfuzz {
 
 enum Kind : uint8_t { kBW1, kBW8, kBW16, kBW32, kC15, kC16, kC24, kC24A, kF32, kF64, kKinds };
 
+// The pixel types in the order of Kind.
+#define KFUZZ_TYPES(X) X(kBW1, ZBW1) X(kBW8, ZBW8) X(kBW16, ZBW16) X(kBW32, ZBW32) X(kC15, ZC15) X(kC16, ZC16) \
+  X(kC24, ZC24) X(kC24A, ZC24A) X(kF32, ZFLOAT32) X(kF64, ZFLOAT64)
 template <class T> constexpr Kind KindOf();
-template <> constexpr Kind KindOf<ZBW1>() { return kBW1; }
-template <> constexpr Kind KindOf<ZBW8>() { return kBW8; }
-template <> constexpr Kind KindOf<ZBW16>() { return kBW16; }
-template <> constexpr Kind KindOf<ZBW32>() { return kBW32; }
-template <> constexpr Kind KindOf<ZC15>() { return kC15; }
-template <> constexpr Kind KindOf<ZC16>() { return kC16; }
-template <> constexpr Kind KindOf<ZC24>() { return kC24; }
-template <> constexpr Kind KindOf<ZC24A>() { return kC24A; }
-template <> constexpr Kind KindOf<ZFLOAT32>() { return kF32; }
-template <> constexpr Kind KindOf<ZFLOAT64>() { return kF64; }
+#define KFUZZ_KIND(kind, T) template <> constexpr Kind KindOf<T>() { return kind; }
+KFUZZ_TYPES(KFUZZ_KIND)
 
 constexpr int kSources = 3, kDestinations = 2, kSlots = kSources + kDestinations;
 
@@ -34,8 +29,7 @@ constexpr int kSources = 3, kDestinations = 2, kSlots = kSources + kDestinations
 // and the view that the call receives (null when the input asks for a null argument).
 struct Slot {
   Kind kind = kBW8;
-  bool used = false;
-  bool null = false;
+  bool used = false, null = false;
   int arena = -1;          // index of the arena holding the parent's pixels
   int aliasOf = -1;        // destination: the source whose parent it shares (-1: its own)
   bool identical = false;  // destination: the very view of source aliasOf
@@ -68,8 +62,7 @@ class Params {
     if (b < 240) return static_cast<float>(static_cast<int8_t>(Byte())) / 16.0f;
     const uint32_t bits = U32();
     float f;
-    std::memcpy(&f, &bits, 4);
-    return f;
+    return std::memcpy(&f, &bits, 4), f;
   }
   // An operation code: the documented ones mostly, any int now and then.
   ARITH_LOGIC_OPERATIONS Code() {
@@ -93,7 +86,6 @@ struct Entry {
   Form call;
   bool pathsMayDiffer = false;   // the wide path's documented results differ from the scalar one's
   bool mayIgnoreSource = false;  // documented to do nothing, successfully, for some arguments
-                                 // (the older morphology forms with no passes)
   bool untraced = false;         // documented to fail without a trace string of its own
   bool wholeLastByte = false;    // writes the last byte of each one-bit row whole (bits past it 0)
 };
@@ -110,29 +102,29 @@ class Call {
   // destructor of a kernel clears the error state.
   int error = 0;
   std::vector<std::string> trace;
+  // Outputs that forms pass by reference: set to a pattern before each path and logged after it.
+  struct { float f[16]; int n[4]; unsigned u[4]; uint8_t b[4]; uint16_t w[4]; } out;
+  std::unique_ptr<ZVectorTemplate<ZRun>> runs;
+  std::unique_ptr<ZBW8Vector> table;
   void Capture() {
-    error = ZGetError();
-    trace.clear();
+    error = ZGetError(), trace.clear();
     for (int i = 0; i < ZGetTraceCount(); ++i) trace.emplace_back(ZGetTraceEntry(i));
   }
 
   // Runs a form that reports by throwing (the aligned one-bit forms, made to be called inside a
   // handler of the caller's own): the number it throws is kept as the call's failure.
-  template <class F>
-  void Catching(F&& body) {
-    try {
-      body();
-    } catch (const Marvane::Ovidra::Exception& e) {
-      thrown = e.code;
-      Log(thrown);
-      Capture();
-    }
+  template <class F> void Catching(F&& body) {
+    try { body(); } catch (const Marvane::Ovidra::Exception& e) { thrown = e.code, Log(thrown), Capture(); }
   }
 
-  template <class T>
-  ZROI<T>* S(int i) { return View<T>(i); }
-  template <class T>
-  ZROI<T>* D(int i) { return View<T>(kSources + i); }
+  template <class T> ZROI<T>* S(int i) { return View<T>(i); }
+  template <class T> ZROI<T>* D(int i) { return View<T>(kSources + i); }
+  // The parent image of slot i, for the arguments that take a ZImage.
+  template <class T> ZImage<T>* I(int i) { return View<T>(i) ? static_cast<ZImage<T>*>(slots[i].chain.front().get()) : nullptr; }
+  // Source i, given a run list from the parameters now and then.
+  template <class T> ZROI<T>* R(int i);
+  // A table of n entries that lives as long as the call.
+  ZBW8Vector* Table(unsigned n);
 
   ARITH_LOGIC_OPERATIONS Code() { return params.Code(); }
   int Int(int lo, int hi) { return params.Int(lo, hi); }
@@ -140,20 +132,23 @@ class Call {
   float Float() { return params.Float(); }
   uint8_t Byte() { return params.Byte(); }
 
-  template <class V>
-  void Log(const V& value) { results.append(reinterpret_cast<const char*>(&value), sizeof value); }
+  template <class V> void Log(const V& value) { results.append(reinterpret_cast<const char*>(&value), sizeof value); }
   // Forms that return their error number must return what the thread's state says.
   void Returned(short value) {
-    if (value != static_cast<short>(ZGetError())) {
-      std::fprintf(stderr, "returned %d but the error state is %d\n", value, static_cast<int>(ZGetError()));
-      std::abort();
-    }
+    if (value != static_cast<short>(ZGetError()))
+      std::fprintf(stderr, "returned %d but the error state is %d\n", value, static_cast<int>(ZGetError())), std::abort();
     Log(value);
   }
   template <class T>
   void LogVector(const ZVectorTemplate<T>& v) {
     Log(v.GetNumElements());
     if (v.GetDataPtr() != nullptr) results.append(reinterpret_cast<const char*>(v.GetDataPtr()), v.GetNumElements() * sizeof(T));
+  }
+  template <class T>
+  void LogPixels(const ZImage<T>& m) {
+    Log(m.GetWidth()), Log(m.GetHeight());
+    for (int y = 0; y < m.GetHeight() && m.GetImagePtr(0, 0) != nullptr; ++y)
+      results.append(reinterpret_cast<const char*>(m.GetImagePtr(0, y)), m.GetWidth() * sizeof(T));
   }
   // A kernel of the size, values and settings that the input gives (also read as a pattern).
   std::unique_ptr<ZKernel> Kernel();
@@ -164,20 +159,15 @@ class Call {
   template <class T>
   ZROI<T>* View(int i) {
     Slot& s = slots[i];
-    if (!s.used || s.kind != KindOf<T>()) {
-      std::fprintf(stderr, "form reads slot %d as another type than its signature\n", i);
-      std::abort();
-    }
+    if (!s.used || s.kind != KindOf<T>())
+      std::fprintf(stderr, "form reads slot %d as another type than its signature\n", i), std::abort();
     return static_cast<ZROI<T>*>(s.view);
   }
 };
 
 // The tables of the families; each returns its forms.
-std::vector<Entry> PixelwiseForms();
-std::vector<Entry> FilterForms();
-std::vector<Entry> MorphologyForms();
-std::vector<Entry> ThresholdForms();
-std::vector<Entry> VectorForms();
+std::vector<Entry> PixelwiseForms(), FilterForms(), MorphologyForms(), ThresholdForms(), VectorForms(), PredefinedForms(),
+    MeasureForms();
 // Every form, in a fixed order: an input picks one by its index.
 const std::vector<Entry>& AllForms();
 

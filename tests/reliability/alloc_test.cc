@@ -145,8 +145,8 @@ std::string Judge(const kr::Case& c, const kr::Result& r, bool threw, const kr::
   if (!r.guards) return "wrote outside the destination";
   if (r.error == 0) return r == normal || c.failing == kr::kLenient ? "" : "succeeded with another result";
   if (r.error != Z_ERROR_NO_WORK_MEMORY && r.error != Z_ERROR_NO_MEMORY) return "error " + std::to_string(r.error);
-  if (r.trace.empty()) return "no trace";
-  if (c.failing == kr::kClean && r.snapshot != untouched) return "wrote into a destination";
+  if (r.trace.empty() && c.failing != kr::kUntraced) return "no trace";
+  if ((c.failing == kr::kClean || c.failing == kr::kUntraced) && r.snapshot != untouched) return "wrote into a destination";
   return "";
 }
 

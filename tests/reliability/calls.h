@@ -54,6 +54,7 @@ enum Failing {
   kPartial,  // a failure may leave part of the destination written (plane by plane, step by step)
   kLenient,  // a compound keeps only its last step's state, and the older vertical pass skips
              // its half when its buffer fails: the failure may be absorbed with other pixels
+  kUntraced,  // clean, and documented to fail without a trace string
 };
 
 struct Case {

@@ -17,8 +17,9 @@ KELMIRA_API void LumGradientVector(ZROI<ZBW8>* source, ZROI<ZBW32>* destination)
 // ---------------------------------------------------------------------------------------------
 // Canny detector
 // ---------------------------------------------------------------------------------------------
+// Both enumerations are int-wide, so that a host may pass any number through static_cast.
 // The smoothing before the gradient. Any other number (0 among them) copies the source.
-enum SMOOTH_MODE {
+enum SMOOTH_MODE : int {
   SMOOTH_NONE = 0,
   SMOOTH_GAUSSIAN_3X3 = 1,  // LumConvolGaussian3x3; views narrower or lower than 3 are copied
   SMOOTH_GAUSSIAN_5X5 = 2,  // LumConvolGaussian5x5; below 5 copied
@@ -27,7 +28,7 @@ enum SMOOTH_MODE {
 };
 
 // How edges are followed from the suppressed gradient. Any other number writes nothing.
-enum EDGE_FOLLOWING_MODE {
+enum EDGE_FOLLOWING_MODE : int {
   EDGE_FOLLOWING_HYSTERESIS = 0,
   EDGE_FOLLOWING_CONTOUR_GROWING = 1,
 };
