@@ -109,6 +109,26 @@ inline void RequireSameSize(const ZGenericROI* view, const ZGenericROI* other) {
   ThrowOnError();
 }
 
+// Entry of an inner level: clear, gate, and throw what the gate left.
+inline void EnterInner() {
+  ZOk();
+  Gate();
+  ThrowOnError();
+}
+
+// The inner level's checks of one source and its destination, in their order: void, void, size.
+inline void RequireOperands(const ZGenericROI* source, const ZGenericROI* destination) {
+  RequireNotVoid(source);
+  RequireNotVoid(destination);
+  RequireSameSize(source, destination);
+}
+
+// True when a packed view starts on a byte; the inner forms refuse any other.
+inline bool ByteAligned(const ZGenericROI* view) { return view->GetBitOffset(0, 0) == 0; }
+inline void RequireByteAligned(const ZGenericROI* view) {
+  if (!ByteAligned(view)) Throw(Z_ERROR_BW1_NOT_ALIGNED);
+}
+
 // The one handler of an outer one-bit operator. Temporaries of `body` unwind before it runs.
 template <class F>
 inline void Guard(const char* trace, F&& body) {

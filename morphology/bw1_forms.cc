@@ -22,21 +22,18 @@ struct Window {
   uint32_t b;
 };
 
-bool Aligned(const ZGenericROI* view) { return view->GetBitOffset(0, 0) == 0; }
-
 // The frame of an aligned form: clear, gate, the source's void check; a null destination is the
 // source; a separate one has its void and size checks; both must start on a byte.
 void EnterAligned(Bits* source, Bits*& destination) {
-  ZOk();
-  frame::Gate();
-  frame::ThrowOnError();
+  frame::EnterInner();
   frame::RequireNotVoid(source);
   if (destination == nullptr) destination = source;
   if (destination != source) {
     frame::RequireNotVoid(destination);
     frame::RequireSameSize(source, destination);
   }
-  if (!Aligned(source) || !Aligned(destination)) frame::Throw(Z_ERROR_BW1_NOT_ALIGNED);
+  frame::RequireByteAligned(source);
+  frame::RequireByteAligned(destination);
 }
 
 // Sizes a temporary after `view`; 1303 when its pixels cannot be had.
@@ -116,8 +113,8 @@ void Plain(const char* trace, const char* nullTrace, Bits* source, Bits* destina
   }
   frame::Guard(trace, [&] {
     ZImage<ZBW1> alignedSource, alignedDestination;
-    const bool copySource = !Aligned(source);
-    const bool copyDestination = destination != nullptr && !Aligned(destination);
+    const bool copySource = !frame::ByteAligned(source);
+    const bool copyDestination = destination != nullptr && !frame::ByteAligned(destination);
     Bits* s = source;
     if (copySource) {
       SizeAfter(alignedSource, source);
@@ -136,13 +133,10 @@ void Plain(const char* trace, const char* nullTrace, Bits* source, Bits* destina
 }
 
 void MedianAligned(Bits* source, Bits* destination) {
-  ZOk();
-  frame::Gate();
-  frame::ThrowOnError();
-  frame::RequireNotVoid(source);
-  frame::RequireNotVoid(destination);
-  frame::RequireSameSize(source, destination);
-  if (!Aligned(source) || !Aligned(destination)) frame::Throw(Z_ERROR_BW1_NOT_ALIGNED);
+  frame::EnterInner();
+  frame::RequireOperands(source, destination);
+  frame::RequireByteAligned(source);
+  frame::RequireByteAligned(destination);
   Median(source, destination);
 }
 

@@ -150,20 +150,12 @@ void Colour(const char* trace, ZROI<ZC24>* source, ZROI<ZC24>* destination, ZKer
 
 // ----- packed one-bit views -----
 
-void RequireAligned(const ZGenericROI* view) {
-  if (view->GetBitOffset(0, 0) != 0) frame::Throw(Z_ERROR_BW1_NOT_ALIGNED);
-}
-
 short int Aligned(ZROI<ZBW1>* source, ZROI<ZBW1>* destination, ZKernel* kernel, KERNEL_ROTATION rotation,
                   int& iterations, bool thick) {
-  ZOk();
-  frame::Gate();
-  frame::ThrowOnError();
-  frame::RequireNotVoid(source);
-  frame::RequireNotVoid(destination);
-  frame::RequireSameSize(source, destination);
-  RequireAligned(source);
-  RequireAligned(destination);
+  frame::EnterInner();
+  frame::RequireOperands(source, destination);
+  frame::RequireByteAligned(source);
+  frame::RequireByteAligned(destination);
   Pattern pattern;
   if (const Z_ERRORS e = ReadPattern(kernel, &pattern); e != Z_ERROR_NONE) frame::Throw(e);
   const int limit = iterations;

@@ -17,23 +17,12 @@ namespace {
 
 using Bits = const ZROI<ZBW1>*;
 
-bool Aligned(const ZGenericROI* view) { return view->GetBitOffset(0, 0) == 0; }
-void RequireAligned(const ZGenericROI* view) {
-  if (!Aligned(view)) frame::Throw(Z_ERROR_BW1_NOT_ALIGNED);
-}
-void EnterInner() {
-  ZOk();
-  frame::Gate();
-  frame::ThrowOnError();
-}
 // Entry of the one-source inner forms: gate, then the checks in their order (void, size, aligned).
 void EnterOneSource(const ZGenericROI* source, const ZGenericROI* destination) {
-  EnterInner();
-  frame::RequireNotVoid(source);
-  frame::RequireNotVoid(destination);
-  frame::RequireSameSize(source, destination);
-  RequireAligned(source);
-  RequireAligned(destination);
+  frame::EnterInner();
+  frame::RequireOperands(source, destination);
+  frame::RequireByteAligned(source);
+  frame::RequireByteAligned(destination);
 }
 
 // The bits of a last byte that belong to a row of `width` pixels.
@@ -103,14 +92,14 @@ void ThroughAligned(std::initializer_list<Bits> sources, ZROI<ZBW1>* destination
   int k = 0;
   for (Bits s : sources) {
     aligned[k] = s;
-    if (!Aligned(s)) {
+    if (!frame::ByteAligned(s)) {
       copies[k] = temporary();
       LumBW1Alignment(s, copies[k].get());
       aligned[k] = copies[k].get();
     }
     ++k;
   }
-  if (Aligned(destination)) return inner(aligned[0], aligned[1], destination);
+  if (frame::ByteAligned(destination)) return inner(aligned[0], aligned[1], destination);
   const auto work = temporary();
   if (readsDestination) LumBW1Alignment(destination, work.get());
   inner(aligned[0], aligned[1], work.get());
@@ -141,9 +130,9 @@ using kelmira::bw1::Bits;
 // ----- inner level -----
 
 void LumCopyAligned(ZBW1 value, ZROI<ZBW1>* destination) {
-  bw1::EnterInner();
+  frame::EnterInner();
   frame::RequireNotVoid(destination);
-  bw1::RequireAligned(destination);
+  frame::RequireByteAligned(destination);
   bw1::Fill(destination, value);
 }
 
@@ -176,15 +165,15 @@ bool TwoSourceCode(int code) {
 void LumOperAligned(ARITH_LOGIC_OPERATIONS code, const ZROI<ZBW1>* sourceA, const ZROI<ZBW1>* sourceB,
                     ZROI<ZBW1>* destination) {
   if (!bw1::TwoSourceCode(code)) frame::Throw(Z_ERROR_BAD_OPERATION);
-  bw1::EnterInner();
+  frame::EnterInner();
   frame::RequireNotVoid(sourceA);
   frame::RequireNotVoid(sourceB);
   frame::RequireNotVoid(destination);
   frame::RequireSameSize(sourceA, destination);
   frame::RequireSameSize(sourceB, destination);
-  bw1::RequireAligned(sourceA);
-  bw1::RequireAligned(sourceB);
-  bw1::RequireAligned(destination);
+  frame::RequireByteAligned(sourceA);
+  frame::RequireByteAligned(sourceB);
+  frame::RequireByteAligned(destination);
   switch (code) {
     case 13: return bw1::ByteRows(sourceA, sourceB, destination, bw1::ApplyCode<13>);
     case 14: return bw1::ByteRows(sourceA, sourceB, destination, bw1::ApplyCode<14>);
@@ -196,11 +185,9 @@ void LumOperAligned(ARITH_LOGIC_OPERATIONS code, const ZROI<ZBW1>* sourceA, cons
 }
 
 void LumBW1Alignment(const ZROI<ZBW1>* source, ZROI<ZBW1>* destination) {
-  bw1::EnterInner();
-  frame::RequireNotVoid(source);
-  frame::RequireNotVoid(destination);
-  frame::RequireSameSize(source, destination);
-  bw1::RequireAligned(destination);
+  frame::EnterInner();
+  frame::RequireOperands(source, destination);
+  frame::RequireByteAligned(destination);
   // Each destination byte takes its bits from two neighbouring source bytes; a shift of 0 is a
   // plain copy. The source row is never read past its last byte.
   const int s = source->GetBitOffset(0, 0);
@@ -224,12 +211,12 @@ void LumBW1Alignment(const ZROI<ZBW1>* source, ZROI<ZBW1>* destination) {
 }
 
 void LumBW1UnAlignment(const ZROI<ZBW1>* source, ZROI<ZBW1>* destination) {
-  bw1::EnterInner();
+  frame::EnterInner();
   frame::RequireNotVoid(source);
-  bw1::RequireAligned(source);
+  frame::RequireByteAligned(source);
   frame::RequireNotVoid(destination);
   frame::RequireSameSize(source, destination);
-  if (bw1::Aligned(destination)) return LumCopyAligned(source, destination);
+  if (frame::ByteAligned(destination)) return LumCopyAligned(source, destination);
   // The destination's bytes hold bits ahead of and past the view: every byte is written under a
   // mask of the view's bits, and each takes its bits from two neighbouring source bytes.
   const int s = destination->GetBitOffset(0, 0);

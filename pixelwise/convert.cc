@@ -145,18 +145,10 @@ void ToFloat(const ZROI<S>* source, ZROI<F>* destination) {
 
 // ----- packed one-bit, on byte-aligned views (exception style) -----
 
-void RequireAligned(const ZROI<ZBW1>* view) {
-  if (view->GetBitOffset(0, 0) != 0) frame::Throw(Z_ERROR_BW1_NOT_ALIGNED);
-}
-
 template <class S, class D>
 void RequireOperands(const ZROI<S>* source, ZROI<D>* destination) {
-  ZOk();
-  frame::Gate();
-  frame::ThrowOnError();
-  frame::RequireNotVoid(source);
-  frame::RequireNotVoid(destination);
-  frame::RequireSameSize(source, destination);
+  frame::EnterInner();
+  frame::RequireOperands(source, destination);
 }
 
 // 0x80 in each byte of `v` that is not 0.
@@ -168,7 +160,7 @@ inline uint64_t NonZeroBytes(uint64_t v) {
 template <class S>
 void ToBW1Aligned(const ZROI<S>* source, ZROI<ZBW1>* destination) {
   RequireOperands(source, destination);
-  RequireAligned(destination);
+  frame::RequireByteAligned(destination);
   const rows::Rows<const S> in(source);
   const rows::Rows<ZBW1> out(destination);
   const int width = destination->GetWidth();
@@ -207,7 +199,7 @@ void ToBW1Aligned(const ZROI<S>* source, ZROI<ZBW1>* destination) {
 template <class D>
 void FromBW1Aligned(const ZROI<ZBW1>* source, ZROI<D>* destination, D value) {
   RequireOperands(source, destination);
-  RequireAligned(source);
+  frame::RequireByteAligned(source);
   // One entry for each byte value: its eight destination pixels.
   D table[256][8];
   for (int b = 0; b < 256; ++b)

@@ -110,13 +110,9 @@ struct Failure {
 // that the outer form can still move the (all 0) result into an unaligned destination.
 template <class T>
 Failure PackAligned(ZROI<T>* source, ZROI<ZBW1>* destination, unsigned level, float relative) {
-  ZOk();
-  frame::Gate();
-  frame::ThrowOnError();
-  frame::RequireNotVoid(source);
-  frame::RequireNotVoid(destination);
-  frame::RequireSameSize(source, destination);
-  if (destination->GetBitOffset(0, 0) != 0) frame::Throw(Z_ERROR_BW1_NOT_ALIGNED);
+  frame::EnterInner();
+  frame::RequireOperands(source, destination);
+  frame::RequireByteAligned(destination);
   Failure failed;
   if (const Z_ERRORS e = ResolveLevel(source, level, relative, 65536); e != Z_ERROR_NONE) failed.Keep(e);
   ZOk();
