@@ -165,6 +165,31 @@ HWY_INLINE void Emit(const Walk& w, VU sx, VU sy, uint8_t* out, int count) {
 // pixels come from 16-byte loads of those rows through byte shuffles. The caller keeps the maps
 // whose steps are small (|A|, |D| < 2^20), so that the end lanes bound every lane. `px`, `py` are
 // lane 0's position. False when the vector does not qualify (nothing written).
+// The four neighbours of each lane's sample from a few rows of a table: `fetch(k, dx)` gives every
+// lane's sample of row k at column offset dx, and lane l takes rows which[l] and which[l] + 1, where
+// `at(k)` marks the lanes whose upper row is k. Each row is fetched once and carried to the next step.
+template <class V, class Fetch, class At>
+HWY_INLINE void Neighbours(int rows, Fetch fetch, At at, V& p00, V& p01, V& p10, V& p11) {
+  V u0 = fetch(1, 0), u1 = fetch(1, 1);
+  p00 = fetch(0, 0), p01 = fetch(0, 1), p10 = u0, p11 = u1;
+  for (int k = 1; k < rows; ++k) {
+    const V l0 = fetch(k + 1, 0), l1 = fetch(k + 1, 1);
+    const auto here = at(k);
+    p00 = hn::IfThenElse(here, u0, p00);
+    p01 = hn::IfThenElse(here, u1, p01);
+    p10 = hn::IfThenElse(here, l0, p10);
+    p11 = hn::IfThenElse(here, l1, p11);
+    u0 = l0, u1 = l1;
+  }
+}
+
+// The interpolation weights of the samples' fractions, in `bits` bits.
+HWY_INLINE void Weights(VU sx, VU sy, int bits, VU& tx, VU& ty) {
+  const VU fraction = hn::Set(DU(), 0xFFFFu);
+  tx = hn::ShiftRightSame(hn::And(sx, fraction), 16 - bits);
+  ty = hn::ShiftRightSame(hn::And(sy, fraction), 16 - bits);
+}
+
 template <bool Bilinear>
 HWY_INLINE bool Shuffled(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py, uint8_t* out, int count) {
   const DU du;
@@ -197,22 +222,14 @@ HWY_INLINE bool Shuffled(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py, 
     v = hn::TableLookupBytes(at(0), idx);
     for (int k = 1; k < rows; ++k) v = hn::IfThenElse(hn::Eq(which, hn::Set(d8, k)), hn::TableLookupBytes(at(k), idx), v);
   } else {
-    const auto next = [&](int k) { return hn::LoadU(d16, row + static_cast<ptrdiff_t>(k) * w.srcPitch + 1); };
-    auto u0 = hn::TableLookupBytes(at(1), idx), u1 = hn::TableLookupBytes(next(1), idx);
-    auto p00 = hn::TableLookupBytes(at(0), idx), p01 = hn::TableLookupBytes(next(0), idx), p10 = u0, p11 = u1;
-    for (int k = 1; k < rows; ++k) {
-      const auto l0 = hn::TableLookupBytes(at(k + 1), idx), l1 = hn::TableLookupBytes(next(k + 1), idx);
-      const auto here = hn::Eq(which, hn::Set(d8, k));
-      p00 = hn::IfThenElse(here, u0, p00);
-      p01 = hn::IfThenElse(here, u1, p01);
-      p10 = hn::IfThenElse(here, l0, p10);
-      p11 = hn::IfThenElse(here, l1, p11);
-      u0 = l0, u1 = l1;
-    }
+    const auto fetch = [&](int k, int dx) {
+      return hn::TableLookupBytes(hn::LoadU(d16, row + static_cast<ptrdiff_t>(k) * w.srcPitch + dx), idx);
+    };
+    hn::Vec<decltype(d8)> p00, p01, p10, p11;
+    Neighbours(rows, fetch, [&](int k) { return hn::Eq(which, hn::Set(d8, k)); }, p00, p01, p10, p11);
     const int bits = w.bits;
-    const VU fraction = hn::Set(du, 0xFFFFu);
-    const VU tx = hn::ShiftRightSame(hn::And(sx, fraction), 16 - bits);
-    const VU ty = hn::ShiftRightSame(hn::And(sy, fraction), 16 - bits);
+    VU tx, ty;
+    Weights(sx, sy, bits, tx, ty);
     const VU top = Mix(hn::PromoteTo(du, p00), hn::PromoteTo(du, p01), tx, bits);
     const VU bottom = Mix(hn::PromoteTo(du, p10), hn::PromoteTo(du, p11), tx, bits);
     v = hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRightSame(Mix(top, bottom, ty, bits), 2 * bits)));
@@ -297,24 +314,12 @@ HWY_INLINE bool Shuffled3(const Walk& w, VU sx, VU sy, uint32_t px, uint32_t py,
     StorePacked(v, out, count, room);
   } else {
     const VU offset1 = hn::Add(offset, hn::Set(du, 3u));
-    // Row k's pixels for every lane, carried from one step to the next.
-    const VU first = at(0), second = at(1);
-    VU u0 = Pixel3(second, offset), u1 = Pixel3(second, offset1);
-    VU p00 = Pixel3(first, offset), p01 = Pixel3(first, offset1), p10 = u0, p11 = u1;
-    for (int k = 1; k < rows; ++k) {
-      const VU lower = at(k + 1);
-      const VU l0 = Pixel3(lower, offset), l1 = Pixel3(lower, offset1);
-      const auto here = hn::Eq(which, hn::Set(du, k));
-      p00 = hn::IfThenElse(here, u0, p00);
-      p01 = hn::IfThenElse(here, u1, p01);
-      p10 = hn::IfThenElse(here, l0, p10);
-      p11 = hn::IfThenElse(here, l1, p11);
-      u0 = l0, u1 = l1;
-    }
+    const auto fetch = [&](int k, int dx) { return Pixel3(at(k), dx == 0 ? offset : offset1); };
+    VU p00, p01, p10, p11;
+    Neighbours(rows, fetch, [&](int k) { return hn::Eq(which, hn::Set(du, k)); }, p00, p01, p10, p11);
     const int bits = w.bits;
-    const VU fraction = hn::Set(du, 0xFFFFu);
-    const VU tx = hn::ShiftRightSame(hn::And(sx, fraction), 16 - bits);
-    const VU ty = hn::ShiftRightSame(hn::And(sy, fraction), 16 - bits);
+    VU tx, ty;
+    Weights(sx, sy, bits, tx, ty);
     VU c[3];
     for (int k = 0; k < 3; ++k) {
       const VU top = Mix(channel(p00, k), channel(p01, k), tx, bits);
