@@ -63,6 +63,10 @@ inline void BothPaths(size_t round, const std::function<void()>& run) {
   kt::ForScalarAndWide([&](int) { run(); });
 }
 
+// Every moment form of view a (values g) against the model, on the path in force.
+template <class T>
+void CheckMoments(ZROI<T>* a, const Grid& g);
+
 }  // namespace mr
 
 #endif  // KELMIRA_TESTS_MEASURE_REF_H

@@ -191,7 +191,8 @@ std::vector<double> Expected(const Grid& a, const Grid& b, bool narrow, bool bw8
   return e;
 }
 
-// Every statistic of one pixel type on every shape against the model, both paths, bit for bit.
+// Every statistic and moment of one pixel type on every shape against the models, both paths, bit
+// for bit.
 template <class T>
 void CheckEveryShape() {
   size_t round = 0;
@@ -200,12 +201,14 @@ void CheckEveryShape() {
     kt::Aligned<T> a(s.width, s.height, s.offset), b(s.width, s.height, (s.offset * 3 + 1) % 16);
     mr::Fill(a);
     mr::Fill(b);
-    const std::vector<double> want = Expected(mr::Read(a.get()), mr::Read(b.get()), sizeof(T) != 2, sizeof(T) == 1);
+    const Grid ga = mr::Read(a.get());
+    const std::vector<double> want = Expected(ga, mr::Read(b.get()), sizeof(T) != 2, sizeof(T) == 1);
     mr::BothPaths(round++, [&] {
       const Results got = Measure(a.get(), b.get());
       ASSERT_EQ(got.size(), want.size());
       for (size_t i = 0; i < got.size(); ++i)
         EXPECT_TRUE(kt::Same(got[i].second, want[i])) << got[i].first << ": " << got[i].second << ", want " << want[i];
+      if constexpr (!std::is_same_v<T, ZC24>) mr::CheckMoments(a.get(), ga);
     });
     ASSERT_TRUE(a.GuardsIntact() && b.GuardsIntact());
   }
