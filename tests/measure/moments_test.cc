@@ -95,7 +95,12 @@ Values Binary(ZROI<T>* v, unsigned threshold, int order) {
 // centre; on BW8 the binary inertia, and the centroid and weighted inertia with and without a
 // weight table.
 template <class T>
-std::vector<std::pair<std::string, Values>> Outputs(ZROI<T>* a, const Grid& g, bool lib, ZBW8Vector* table) {
+std::vector<std::pair<std::string, Values>> Outputs(ZROI<T>* a, const Grid& g, bool lib) {
+  static ZBW8Vector table = [] {
+    ZBW8Vector t(256);
+    for (int i = 0; i < 256; ++i) t[unsigned(i)] = ZBW8(uint8_t(i % 7 == 0 ? 0 : 255 - i));
+    return t;
+  }();
   using S = decltype(T::value);
   const unsigned max = S(~S{0}), threshold = max / 2;
   const bool narrow = sizeof(S) == 1;
@@ -115,7 +120,7 @@ std::vector<std::pair<std::string, Values>> Outputs(ZROI<T>* a, const Grid& g, b
   if constexpr (sizeof(S) == 1) {
     if (lib) LumInertia(a, threshold, o[0], o[1], o[2], &o[3], &o[4], &n), o[5] = float(n);
     r.emplace_back("binary inertia", lib ? o : Inertia(g, binary));
-    for (ZBW8Vector* lut : {static_cast<ZBW8Vector*>(nullptr), table}) {
+    for (ZBW8Vector* lut : {static_cast<ZBW8Vector*>(nullptr), &table}) {
       const Weight weight = [&](uint64_t v) -> uint32_t { return lut ? (*lut)[unsigned(v)].value : uint32_t(v); };
       o.assign(6, kUnwritten), n = unsigned(kUnwritten);
       if (lib) LumCentroid(a, o[0], o[1], lut);
@@ -138,13 +143,8 @@ bool Same(const Values& a, const Values& b) {
 // statistics' shape sweep calls it.
 template <class T>
 void mr::CheckMoments(ZROI<T>* a, const Grid& g) {
-  static ZBW8Vector table = [] {
-    ZBW8Vector t(256);
-    for (int i = 0; i < 256; ++i) t[unsigned(i)] = ZBW8(uint8_t(i % 7 == 0 ? 0 : 255 - i));
-    return t;
-  }();
   ZOk();
-  const auto want = Outputs(a, g, false, &table), got = Outputs(a, Grid{}, true, &table);
+  const auto want = Outputs(a, g, false), got = Outputs(a, Grid{}, true);
   for (size_t i = 0; i < got.size(); ++i) EXPECT_TRUE(Same(got[i].second, want[i].second)) << got[i].first;
   EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
 }
