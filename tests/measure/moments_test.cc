@@ -1,7 +1,7 @@
 // Moments, centres and inertia against a direct model of their rules (32-bit wrapping row sums on
 // BW8, the (x - y) device, per-pixel float sums of orders 3 and 4, the 32-bit products of the
-// inertia), on random views at every byte offset with the wide paths off and on; the frame that
-// keeps an earlier error; run lists and weight tables.
+// inertia), checked on every view of the statistics' walk; the frame that keeps an earlier error
+// and traces every exit; run lists (of the statistics too) and weight tables.
 #include <algorithm>
 #include <array>
 #include <cmath>

@@ -1,6 +1,7 @@
-// Pixel statistics and comparison against a direct model of their rules, on random views at every
-// byte offset with the wide paths off and on; the wraps, the two LumArea conventions, run lists,
-// the callback, normalisation, and the error numbers and trace strings.
+// Pixel statistics, comparison, the callback count and normalisation against a direct model of
+// their rules, on random views at every byte offset with the wide paths off and on (the moment
+// forms join the same walk); the wraps, the two LumArea conventions, the correlogram's saturation,
+// and the error numbers and trace strings.
 #include <algorithm>
 #include <array>
 #include <cmath>
