@@ -21,6 +21,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <sstream>
+#include <type_traits>
 
 namespace kfuzz {
 namespace {
@@ -50,20 +52,12 @@ Arena* Arenas() {
 }
 
 // The kinds of a signature, sources then destinations (an unknown name aborts in ByKind).
-void ParseSignature(const char* signature, std::vector<Kind>& sources, std::vector<Kind>& destinations) {
+void ParseSignature(const std::string& signature, std::vector<Kind>& sources, std::vector<Kind>& destinations) {
   static const char* names[kKinds] = {"b1", "b8", "b16", "b32", "c15", "c16", "c24", "c24a", "f32", "f64"};
-  std::vector<Kind>* into = &sources;
-  std::string token;
-  for (const char* p = signature;; ++p) {
-    if (*p != ' ' && *p != '>' && *p != '\0') {
-      token += *p;
-      continue;
-    }
-    if (!token.empty()) into->push_back(static_cast<Kind>(std::find(names, names + kKinds, token) - names));
-    token.clear();
-    if (*p == '>') into = &destinations;
-    if (*p == '\0') break;
-  }
+  const size_t arrow = std::min(signature.find('>'), signature.size());
+  std::istringstream in(signature.substr(0, arrow)), out(signature.substr(std::min(arrow + 1, signature.size())));
+  for (std::string name; in >> name;) sources.push_back(static_cast<Kind>(std::find(names, names + kKinds, name) - names));
+  for (std::string name; out >> name;) destinations.push_back(static_cast<Kind>(std::find(names, names + kKinds, name) - names));
 }
 
 int Alignment(Kind k) { return std::array<int, kKinds>{1, 1, 2, 4, 2, 2, 1, 4, 4, 8}[k]; }
@@ -110,21 +104,12 @@ void Build(Slot& s, FuzzedDataProvider& in) {
   Carve<T>(s, in, image);
 }
 
-// Another view carved from the parent of slot `of`.
-template <class T>
-void Share(Slot& s, const Slot& of, FuzzedDataProvider& in) {
-  Carve<T>(s, in, of.chain.front());
-}
-
-template <template <class> class Fn, class... A>
-void ByKind(Kind k, A&&... a) {
-#define KFUZZ_CASE(kind, T) case kind: Fn<T>::Run(a...); break;
+// Calls f with the pixel type of kind k, as a std::type_identity.
+template <class F>
+void ByKind(Kind k, F&& f) {
+#define KFUZZ_CASE(kind, T) case kind: f(std::type_identity<T>{}); break;
   switch (k) { KFUZZ_TYPES(KFUZZ_CASE) default: std::abort(); }
 }
-template <class T> struct BuildOf { static void Run(Slot& s, FuzzedDataProvider& in) { Build<T>(s, in); } };
-template <class T> struct ShareOf {
-  static void Run(Slot& s, const Slot& of, FuzzedDataProvider& in) { Share<T>(s, of, in); }
-};
 
 // Pixel content of every arena, from a seed and a mode the input gives.
 void Fill(uint8_t seed, uint8_t mode) {
@@ -202,7 +187,7 @@ Outcome RunPath(const Entry& e, Call& c, int wide, uint8_t seed, uint8_t mode, b
   Fill(seed, mode);
   SoilStack(wide ? 0xA5 : 0x5A);
   ZSetMMX(wide);
-  c.params.Rewind(), c.results.clear(), c.thrown = 0, c.error = -1;
+  c.Rewind(), c.results.clear(), c.thrown = 0, c.error = -1;
   ZOk();
   std::memset(&c.out, 0x7F, sizeof c.out);
   e.call(c);
@@ -248,7 +233,7 @@ bool OneCall(FuzzedDataProvider& in) {
   for (size_t i = 0; i < sources.size(); ++i) {
     Slot& s = c.slots[i];
     s.used = true, s.kind = sources[i], s.arena = static_cast<int>(i);
-    ByKind<BuildOf>(s.kind, s, in);
+    ByKind(s.kind, [&](auto t) { Build<typename decltype(t)::type>(s, in); });
   }
   for (size_t i = 0; i < destinations.size(); ++i) {
     Slot& s = c.slots[kSources + i];
@@ -260,9 +245,9 @@ bool OneCall(FuzzedDataProvider& in) {
       s.chain = c.slots[0].chain, s.view = c.slots[0].view;
     } else if (canShare && alias >= 210) {
       s.aliasOf = 0, s.arena = c.slots[0].arena, partialOverlap = true;
-      ByKind<ShareOf>(s.kind, s, c.slots[0], in);
+      ByKind(s.kind, [&](auto t) { Carve<typename decltype(t)::type>(s, in, c.slots[0].chain.front()); });
     } else {
-      ByKind<BuildOf>(s.kind, s, in);
+      ByKind(s.kind, [&](auto t) { Build<typename decltype(t)::type>(s, in); });
     }
   }
   // Null arguments, now and then.
@@ -276,7 +261,7 @@ bool OneCall(FuzzedDataProvider& in) {
   const uint8_t seed = in.ConsumeIntegral<uint8_t>(), mode = in.ConsumeIntegral<uint8_t>();
   const std::vector<uint8_t> block = in.ConsumeBytes<uint8_t>(48);
   g_front += block.size();
-  c.params.Load(block.data(), block.size());
+  c.Load(block.data(), block.size());
 
   g_call = &c, ++g_calls;
   const Outcome wide = RunPath(e, c, 1, seed, mode, nullDestination);
@@ -285,9 +270,6 @@ bool OneCall(FuzzedDataProvider& in) {
   if (wide.trace != scalar.trace) Fail(e, "wide and scalar traces differ");
   if (partialOverlap || e.pathsMayDiffer) return true;
   if (wide.results != scalar.results) {
-    for (const auto* r : {&wide.results, &scalar.results})  // both logs in hexadecimal, when verbose
-      for (size_t i = 0; std::getenv("KELMIRA_FUZZ_VERBOSE") != nullptr && i <= r->size(); ++i)
-        std::fprintf(stderr, i < r->size() ? "%02x" : "\n", i < r->size() ? static_cast<uint8_t>((*r)[i]) : 0);
     const auto at = std::mismatch(wide.results.begin(), wide.results.end(), scalar.results.begin(), scalar.results.end());
     Fail(e, "wide and scalar results differ at byte", static_cast<int>(at.first - wide.results.begin()));
   }

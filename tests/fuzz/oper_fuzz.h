@@ -92,10 +92,9 @@ struct Entry {
 
 // What a form uses while it runs: typed views, parameters, and a log of results other than
 // pixels (returned values, vectors) that both paths must agree on.
-class Call {
+class Call : public Params {
  public:
   Slot slots[kSlots];
-  Params params;
   std::string results;
   int thrown = 0;  // the number a throwing form threw, 0 when it returned
   // The thread's error and trace right after the operator, before the form's locals go: the
@@ -125,12 +124,6 @@ class Call {
   template <class T> ZROI<T>* R(int i);
   // A table of n entries that lives as long as the call.
   ZBW8Vector* Table(unsigned n);
-
-  ARITH_LOGIC_OPERATIONS Code() { return params.Code(); }
-  int Int(int lo, int hi) { return params.Int(lo, hi); }
-  unsigned UInt(int lo, int hi) { return params.UInt(lo, hi); }
-  float Float() { return params.Float(); }
-  uint8_t Byte() { return params.Byte(); }
 
   template <class V> void Log(const V& value) { results.append(reinterpret_cast<const char*>(&value), sizeof value); }
   // Forms that return their error number must return what the thread's state says.

@@ -32,21 +32,21 @@ void Normalize(Call& c, ZROI<ZBW16>* s, ZROI<ZBW16>* d) { LumNormalize(s, d, c.F
 }  // namespace
 
 std::unique_ptr<ZKernel> Call::Kernel() {
-  const uint8_t shape = params.Byte();
+  const uint8_t shape = Byte();
   static const short sizes[] = {1, 3, 5, 7, 3, 3, 2, 9};
   short sx = sizes[shape % 8], sy = sizes[(shape / 8) % 8];
   // Now and then odd, zero and negative sizes; none so large that one call runs for minutes.
-  if (shape >= 200) sx = static_cast<short>(params.Int(-2, 12) % 24), sy = static_cast<short>(params.Int(-2, 12) % 24);
-  auto k = std::make_unique<ZKernel>(sx, sy, params.Float(), params.UInt(0, 300),
-                                     static_cast<short>(params.Int(-1, 3)), params.UInt(0, 300));
+  if (shape >= 200) sx = static_cast<short>(Int(-2, 12) % 24), sy = static_cast<short>(Int(-2, 12) % 24);
+  auto k = std::make_unique<ZKernel>(sx, sy, Float(), UInt(0, 300),
+                                     static_cast<short>(Int(-1, 3)), UInt(0, 300));
   if (k->GetDataPtr() != nullptr && sx > 0 && sy > 0 && sx <= 64 && sy <= 64) {
-    const uint8_t values = params.Byte();
+    const uint8_t values = Byte();
     for (int y = 0; y < sy; ++y)
       for (int x = 0; x < sx; ++x)  // hit, miss and don't care; ones; eighths; any float
-        k->SetKernelData(x, y, values % 4 == 0   ? static_cast<float>(params.Byte() % 3) - 1.0f
+        k->SetKernelData(x, y, values % 4 == 0   ? static_cast<float>(Byte() % 3) - 1.0f
                                : values % 4 == 1 ? 1.0f
-                               : values % 4 == 2 ? static_cast<float>(static_cast<int8_t>(params.Byte())) / 8.0f
-                                                 : params.Float());
+                               : values % 4 == 2 ? static_cast<float>(static_cast<int8_t>(Byte())) / 8.0f
+                                                 : Float());
   }
   ZOk();
   return k;
@@ -78,12 +78,12 @@ ZBW8Vector* Call::Table(unsigned n) {
 std::unique_ptr<ZBWHistogramVector> Call::Histogram(unsigned bins) {
   if (bins == 0) {
     static const unsigned sizes[] = {256, 256, 256, 65536, 0, 1, 255, 257, 4096};
-    bins = sizes[params.Byte() % 9];
+    bins = sizes[Byte() % 9];
   }
   auto h = std::make_unique<ZBWHistogramVector>(bins);
   h->SetNumElements(bins);
-  uint64_t x = 0x2545F4914F6CDD1Dull + params.Byte();
-  const uint8_t mode = params.Byte();
+  uint64_t x = 0x2545F4914F6CDD1Dull + Byte();
+  const uint8_t mode = Byte();
   for (unsigned i = 0; i < h->GetNumElements() && h->GetDataPtr() != nullptr; ++i) {
     x ^= x << 13, x ^= x >> 7, x ^= x << 17;
     const unsigned v = static_cast<unsigned>(x);  // small counts, a few peaks, none, huge ones (sums wrap), two levels
@@ -114,44 +114,34 @@ std::unique_ptr<ZBWHistogramVector> Call::Histogram(unsigned bins) {
 #define TO_BW1(S_, s, M, Fn) M(#Fn " " s " b1", s ">b1", Fn(c.S<S_>(0), c.D<ZBW1>(0)))
 #define FROM_BW1(D_, d, M, Fn, value) M(#Fn " b1 " d, "b1>" d, Fn(c.S<ZBW1>(0), c.D<D_>(0), value))
 
+// LumOper on type T (`N` its name): with a constant V, on itself, then mixed with the constant.
+#define OPER_CONST(T, t, N, V) F("Oper " N " const", ">" t, LumOper(c.Code(), V, c.D<T>(0))), \
+  F("Oper " N, t ">" t, LumOper(c.Code(), c.S<T>(0), c.D<T>(0)))
+#define OPER_MIXED(T, t, N, V) F("Oper const, " N, t ">" t, LumOper(c.Code(), V, c.S<T>(0), c.D<T>(0))), \
+  F("Oper " N ", const", t ">" t, LumOper(c.Code(), c.S<T>(0), V, c.D<T>(0))), OPER_TWO(T, t, T, t, T, t, "Oper " N ", " N)
+#define OPER_TWO(A_, a, B_, b, D_, d, name) F(name, a " " b ">" d, LumOper(c.Code(), c.S<A_>(0), c.S<B_>(1), c.D<D_>(0)))
+// LumCopy of a constant and of a view.
+#define COPY(T, t, N, V) F("Copy " N " const", ">" t, LumCopy(V, c.D<T>(0))), F("Copy " N, t ">" t, LumCopy(c.S<T>(0), c.D<T>(0)))
+
 std::vector<Entry> PixelwiseForms() {
   return {
-      // LumOper and LumCopy
-      F("Oper BW8 const", ">b8", LumOper(c.Code(), c.Byte(), c.D<ZBW8>(0))),
-      F("Oper BW8", "b8>b8", LumOper(c.Code(), c.S<ZBW8>(0), c.D<ZBW8>(0))),
+      OPER_CONST(ZBW8, "b8", "BW8", c.Byte()),
       F("Oper BW8 to C24", "b8>c24", LumOper(c.Code(), c.S<ZBW8>(0), c.D<ZC24>(0))),
-      F("Oper const, BW8", "b8>b8", LumOper(c.Code(), c.Byte(), c.S<ZBW8>(0), c.D<ZBW8>(0))),
-      F("Oper BW8, const", "b8>b8", LumOper(c.Code(), c.S<ZBW8>(0), c.Byte(), c.D<ZBW8>(0))),
-      F("Oper BW8, BW8", "b8 b8>b8", LumOper(c.Code(), c.S<ZBW8>(0), c.S<ZBW8>(1), c.D<ZBW8>(0))),
-      F("Oper BW8, BW8 to BW16", "b8 b8>b16", LumOper(c.Code(), c.S<ZBW8>(0), c.S<ZBW8>(1), c.D<ZBW16>(0))),
-      F("Oper BW16, BW8", "b16 b8>b16", LumOper(c.Code(), c.S<ZBW16>(0), c.S<ZBW8>(1), c.D<ZBW16>(0))),
-      F("Oper BW16 const", ">b16", LumOper(c.Code(), W16(c), c.D<ZBW16>(0))),
-      F("Oper BW16", "b16>b16", LumOper(c.Code(), c.S<ZBW16>(0), c.D<ZBW16>(0))),
-      F("Oper const, BW16", "b16>b16", LumOper(c.Code(), W16(c), c.S<ZBW16>(0), c.D<ZBW16>(0))),
-      F("Oper BW16, const", "b16>b16", LumOper(c.Code(), c.S<ZBW16>(0), W16(c), c.D<ZBW16>(0))),
-      F("Oper BW16, BW16", "b16 b16>b16", LumOper(c.Code(), c.S<ZBW16>(0), c.S<ZBW16>(1), c.D<ZBW16>(0))),
-      F("Oper C24 const", ">c24", LumOper(c.Code(), C24Of(c), c.D<ZC24>(0))),
-      F("Oper C24", "c24>c24", LumOper(c.Code(), c.S<ZC24>(0), c.D<ZC24>(0))),
-      F("Oper const, C24", "c24>c24", LumOper(c.Code(), C24Of(c), c.S<ZC24>(0), c.D<ZC24>(0))),
-      F("Oper C24, const", "c24>c24", LumOper(c.Code(), c.S<ZC24>(0), C24Of(c), c.D<ZC24>(0))),
-      F("Oper C24, C24", "c24 c24>c24", LumOper(c.Code(), c.S<ZC24>(0), c.S<ZC24>(1), c.D<ZC24>(0))),
-      F("Oper BW8, C24", "b8 c24>c24", LumOper(c.Code(), c.S<ZBW8>(0), c.S<ZC24>(1), c.D<ZC24>(0))),
-      F("Oper BW8, BW8 to C24", "b8 b8>c24", LumOper(c.Code(), c.S<ZBW8>(0), c.S<ZBW8>(1), c.D<ZC24>(0))),
-      F("Oper C24, BW8", "c24 b8>c24", LumOper(c.Code(), c.S<ZC24>(0), c.S<ZBW8>(1), c.D<ZC24>(0))),
-      F("Oper BW1 const", ">b1", LumOper(c.Code(), c.Byte(), c.D<ZBW1>(0))),
-      F("Oper BW1", "b1>b1", LumOper(c.Code(), c.S<ZBW1>(0), c.D<ZBW1>(0))),
-      F("Oper BW1, BW1", "b1 b1>b1", LumOper(c.Code(), c.S<ZBW1>(0), c.S<ZBW1>(1), c.D<ZBW1>(0))),
+      OPER_MIXED(ZBW8, "b8", "BW8", c.Byte()),
+      OPER_TWO(ZBW8, "b8", ZBW8, "b8", ZBW16, "b16", "Oper BW8, BW8 to BW16"),
+      OPER_TWO(ZBW16, "b16", ZBW8, "b8", ZBW16, "b16", "Oper BW16, BW8"),
+      OPER_CONST(ZBW16, "b16", "BW16", W16(c)), OPER_MIXED(ZBW16, "b16", "BW16", W16(c)),
+      OPER_CONST(ZC24, "c24", "C24", C24Of(c)), OPER_MIXED(ZC24, "c24", "C24", C24Of(c)),
+      OPER_TWO(ZBW8, "b8", ZC24, "c24", ZC24, "c24", "Oper BW8, C24"),
+      OPER_TWO(ZBW8, "b8", ZBW8, "b8", ZC24, "c24", "Oper BW8, BW8 to C24"),
+      OPER_TWO(ZC24, "c24", ZBW8, "b8", ZC24, "c24", "Oper C24, BW8"),
+      OPER_CONST(ZBW1, "b1", "BW1", c.Byte()), OPER_TWO(ZBW1, "b1", ZBW1, "b1", ZBW1, "b1", "Oper BW1, BW1"),
       FT("OperAligned BW1 const", ">b1", LumOperAligned(c.Code(), c.Byte(), c.D<ZBW1>(0))),
       FT("OperAligned BW1", "b1>b1", LumOperAligned(c.Code(), c.S<ZBW1>(0), c.D<ZBW1>(0))),
       FT("OperAligned BW1, BW1", "b1 b1>b1", LumOperAligned(c.Code(), c.S<ZBW1>(0), c.S<ZBW1>(1), c.D<ZBW1>(0))),
-      F("Copy BW8 const", ">b8", LumCopy(c.Byte(), c.D<ZBW8>(0))), F("Copy BW8", "b8>b8", LumCopy(c.S<ZBW8>(0), c.D<ZBW8>(0))),
-      F("Copy BW16 const", ">b16", LumCopy(W16(c), c.D<ZBW16>(0))), F("Copy BW16", "b16>b16", LumCopy(c.S<ZBW16>(0), c.D<ZBW16>(0))),
-      F("Copy BW32 const", ">b32", LumCopy(static_cast<ZBW32>(c.Int(0, 300)), c.D<ZBW32>(0))),
-      F("Copy BW32", "b32>b32", LumCopy(c.S<ZBW32>(0), c.D<ZBW32>(0))),
-      F("Copy C15 const", ">c15", LumCopy(ZC15{W16(c)}, c.D<ZC15>(0))), F("Copy C15", "c15>c15", LumCopy(c.S<ZC15>(0), c.D<ZC15>(0))),
-      F("Copy C16 const", ">c16", LumCopy(ZC16{W16(c)}, c.D<ZC16>(0))), F("Copy C16", "c16>c16", LumCopy(c.S<ZC16>(0), c.D<ZC16>(0))),
-      F("Copy C24 const", ">c24", LumCopy(C24Of(c), c.D<ZC24>(0))), F("Copy C24", "c24>c24", LumCopy(c.S<ZC24>(0), c.D<ZC24>(0))),
-      F("Copy BW1 const", ">b1", LumCopy(c.Byte(), c.D<ZBW1>(0))), F("Copy BW1", "b1>b1", LumCopy(c.S<ZBW1>(0), c.D<ZBW1>(0))),
+      COPY(ZBW8, "b8", "BW8", c.Byte()), COPY(ZBW16, "b16", "BW16", W16(c)),
+      COPY(ZBW32, "b32", "BW32", static_cast<ZBW32>(c.Int(0, 300))), COPY(ZC15, "c15", "C15", ZC15{W16(c)}),
+      COPY(ZC16, "c16", "C16", ZC16{W16(c)}), COPY(ZC24, "c24", "C24", C24Of(c)), COPY(ZBW1, "b1", "BW1", c.Byte()),
       FT("CopyAligned BW1 const", ">b1", LumCopyAligned(c.Byte(), c.D<ZBW1>(0))),
       FT("CopyAligned BW1", "b1>b1", LumCopyAligned(c.S<ZBW1>(0), c.D<ZBW1>(0))),
       FT("BW1Alignment", "b1>b1", LumBW1Alignment(c.S<ZBW1>(0), c.D<ZBW1>(0))),
@@ -220,6 +210,8 @@ std::vector<Entry> FilterForms() {
 #define GRAY_MORPHO(name, shape, T, t) F(#name " " t, t ">" t, Lum##name(c.S<T>(0), c.D<T>(0), HALVES_##shape)),
 #define BW1_MORPHO(name, shape, Suffix) FM(#name #Suffix " BW1", "b1>b1", Lum##name##Suffix(c.S<ZBW1>(0), c.D<ZBW1>(0), HALVES_##shape)),
 
+// The older forms with passes, and `ret` applied to the result.
+#define OLDER(name, T, t, N, ret, ...) FP(#name " " N, t ">" t, ret(Lum##name(c.S<T>(0), c.D<T>(0), Passes(c), __VA_ARGS__)))
 // Thin and thick: iterations in and out, the pattern from the input.
 #define THIN_FORM(name, T, t, fn, ret)                                          \
   FM(name, t ">" t, auto k = c.Kernel(); int n = c.Int(-1, 6);                  \
@@ -230,30 +222,22 @@ std::vector<Entry> MorphologyForms() {
       BOXES_AND_DISKS(BW1_MORPHO, ) FM("Median BW1", "b1>b1", LumMedian(c.S<ZBW1>(0), c.D<ZBW1>(0))),
       BOXES_AND_DISKS(BW1_MORPHO, Aligned) FM("MedianAligned BW1", "b1>b1", LumMedianAligned(c.S<ZBW1>(0), c.D<ZBW1>(0))),
       BOXES_AND_DISKS(GRAY_MORPHO, ZBW8, "b8") BOXES_AND_DISKS(GRAY_MORPHO, ZBW16, "b16")
-      FP("Erode BW8", "b8>b8", c.Returned(LumErode(c.S<ZBW8>(0), c.D<ZBW8>(0), Passes(c), c.Int(-1, 256)))),
-      FP("Dilate BW8", "b8>b8", c.Returned(LumDilate(c.S<ZBW8>(0), c.D<ZBW8>(0), Passes(c), c.Int(-1, 256)))),
-      FP("Open BW8", "b8>b8", c.Returned(LumOpen(c.S<ZBW8>(0), c.D<ZBW8>(0), Passes(c), c.Int(-1, 256), c.Int(-1, 256)))),
-      FP("Close BW8", "b8>b8", c.Returned(LumClose(c.S<ZBW8>(0), c.D<ZBW8>(0), Passes(c), c.Int(-1, 256), c.Int(-1, 256)))),
-      FP("WhiteTopHat BW8", "b8>b8", c.Returned(LumWhiteTopHat(c.S<ZBW8>(0), c.D<ZBW8>(0), Passes(c), c.Int(-1, 256), c.Int(-1, 256)))),
-      FP("BlackTopHat BW8", "b8>b8", c.Returned(LumBlackTopHat(c.S<ZBW8>(0), c.D<ZBW8>(0), Passes(c), c.Int(-1, 256), c.Int(-1, 256)))),
-      FP("Erode C24", "c24>c24", LumErode(c.S<ZC24>(0), c.D<ZC24>(0), Passes(c), C24Of(c))),
-      FP("Dilate C24", "c24>c24", LumDilate(c.S<ZC24>(0), c.D<ZC24>(0), Passes(c), C24Of(c))),
-      FP("Open C24", "c24>c24", LumOpen(c.S<ZC24>(0), c.D<ZC24>(0), Passes(c), C24Of(c), C24Of(c))),
-      FP("Close C24", "c24>c24", LumClose(c.S<ZC24>(0), c.D<ZC24>(0), Passes(c), C24Of(c), C24Of(c))),
-      FP("WhiteTopHat C24", "c24>c24", LumWhiteTopHat(c.S<ZC24>(0), c.D<ZC24>(0), Passes(c), C24Of(c), C24Of(c))),
-      FP("BlackTopHat C24", "c24>c24", LumBlackTopHat(c.S<ZC24>(0), c.D<ZC24>(0), Passes(c), C24Of(c), C24Of(c))),
-      THIN_FORM("Thin BW8", ZBW8, "b8", LumThin, c.Returned),
-      THIN_FORM("Thick BW8", ZBW8, "b8", LumThick, c.Returned),
+      OLDER(Erode, ZBW8, "b8", "BW8", c.Returned, c.Int(-1, 256)), OLDER(Dilate, ZBW8, "b8", "BW8", c.Returned, c.Int(-1, 256)),
+      OLDER(Open, ZBW8, "b8", "BW8", c.Returned, c.Int(-1, 256), c.Int(-1, 256)),
+      OLDER(Close, ZBW8, "b8", "BW8", c.Returned, c.Int(-1, 256), c.Int(-1, 256)),
+      OLDER(WhiteTopHat, ZBW8, "b8", "BW8", c.Returned, c.Int(-1, 256), c.Int(-1, 256)),
+      OLDER(BlackTopHat, ZBW8, "b8", "BW8", c.Returned, c.Int(-1, 256), c.Int(-1, 256)),
+      OLDER(Erode, ZC24, "c24", "C24", , C24Of(c)), OLDER(Dilate, ZC24, "c24", "C24", , C24Of(c)),
+      OLDER(Open, ZC24, "c24", "C24", , C24Of(c), C24Of(c)), OLDER(Close, ZC24, "c24", "C24", , C24Of(c), C24Of(c)),
+      OLDER(WhiteTopHat, ZC24, "c24", "C24", , C24Of(c), C24Of(c)), OLDER(BlackTopHat, ZC24, "c24", "C24", , C24Of(c), C24Of(c)),
+      THIN_FORM("Thin BW8", ZBW8, "b8", LumThin, c.Returned), THIN_FORM("Thick BW8", ZBW8, "b8", LumThick, c.Returned),
       THIN_FORM("BiLevelThin BW8", ZBW8, "b8", LumBiLevelThin, c.Returned),
       THIN_FORM("BiLevelThick BW8", ZBW8, "b8", LumBiLevelThick, c.Returned),
-      THIN_FORM("Thin BW16", ZBW16, "b16", LumThin, ),
-      THIN_FORM("Thick BW16", ZBW16, "b16", LumThick, ),
-      THIN_FORM("Thin C24", ZC24, "c24", LumThin, ),
-      THIN_FORM("Thick C24", ZC24, "c24", LumThick, ),
-      THIN_FORM("Thin BW1", ZBW1, "b1", LumThin, c.Returned),
-      THIN_FORM("Thick BW1", ZBW1, "b1", LumThick, c.Returned),
-      THIN_FORM("ThinAligned BW1", ZBW1, "b1", LumThinAligned, c.Log),  // returns the count, not the error
-      THIN_FORM("ThickAligned BW1", ZBW1, "b1", LumThickAligned, c.Log),
+      THIN_FORM("Thin BW16", ZBW16, "b16", LumThin, ), THIN_FORM("Thick BW16", ZBW16, "b16", LumThick, ),
+      THIN_FORM("Thin C24", ZC24, "c24", LumThin, ), THIN_FORM("Thick C24", ZC24, "c24", LumThick, ),
+      THIN_FORM("Thin BW1", ZBW1, "b1", LumThin, c.Returned), THIN_FORM("Thick BW1", ZBW1, "b1", LumThick, c.Returned),
+      // The aligned ones return the count, not the error.
+      THIN_FORM("ThinAligned BW1", ZBW1, "b1", LumThinAligned, c.Log), THIN_FORM("ThickAligned BW1", ZBW1, "b1", LumThickAligned, c.Log),
   };
 }
 

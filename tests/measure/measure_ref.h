@@ -1,11 +1,10 @@
-// Shared pieces of the measurement tests: the values of a view as plain numbers, the views the
-// tests sweep (every byte offset, widths around the vector widths), and a runner that calls an
-// operator with the wide paths off and on, each Highway target in turn.
+// Shared pieces of the measurement tests: the values of a view as planes of numbers, the views the
+// tests sweep (every byte offset, widths around the vector widths), random content with the
+// extremes, and a runner over the wide paths off and on, each Highway target in turn.
 #ifndef KELMIRA_TESTS_MEASURE_REF_H
 #define KELMIRA_TESTS_MEASURE_REF_H
 
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <vector>
 
@@ -16,19 +15,14 @@ namespace mr {
 // The values of a view, channel by channel: at(x, y, k).
 struct Grid {
   int w = 0, h = 0, c = 1;
-  std::vector<uint64_t> v;
-  uint64_t at(int x, int y, int k = 0) const { return v[(size_t(y) * w + x) * c + k]; }
+  std::vector<kt::Plane> planes;
+  uint64_t at(int x, int y, int k = 0) const { return uint64_t(planes[k].at(x, y)); }
 };
 
 template <class T>
 Grid Read(ZROI<T>* view) {
   Grid g{view->GetWidth(), view->GetHeight(), std::is_same_v<T, ZC24> ? 3 : 1, {}};
-  for (int y = 0; y < g.h; ++y)
-    for (int x = 0; x < g.w; ++x) {
-      const T p = view->GetImagePtr(x, y)[0];
-      if constexpr (std::is_same_v<T, ZC24>) g.v.insert(g.v.end(), {p.c0, p.c1, p.c2});
-      else g.v.push_back(p.value);
-    }
+  for (int k = 0; k < g.c; ++k) g.planes.push_back(kt::Read(view, k));
   return g;
 }
 
@@ -69,10 +63,9 @@ inline void BothPaths(size_t round, const std::function<void()>& run) {
   kt::ForScalarAndWide([&](int) { run(); });
 }
 
+// Every moment form of view a (values g) against the model, on the path in force.
 template <class T>
-bool SameBits(T a, T b) {
-  return std::memcmp(&a, &b, sizeof(T)) == 0;
-}
+void CheckMoments(ZROI<T>* a, const Grid& g);
 
 }  // namespace mr
 

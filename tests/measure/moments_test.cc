@@ -1,22 +1,26 @@
 // Moments, centres and inertia against a direct model of their rules (32-bit wrapping row sums on
 // BW8, the (x - y) device, per-pixel float sums of orders 3 and 4, the 32-bit products of the
-// inertia), on random views at every byte offset with the wide paths off and on; the frame that
-// keeps an earlier error; run lists and weight tables.
+// inertia), checked on every view of the statistics' walk; the frame that keeps an earlier error
+// and traces every exit; run lists (of the statistics too) and weight tables.
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "measure/measure_ref.h"
 
 namespace {
 
 using mr::Grid;
-using mr::SameBits;
 using Strings = std::vector<std::string>;
 using Weight = std::function<uint32_t(uint64_t)>;
+using Values = std::vector<float>;
+uint32_t Plain(uint64_t v) { return uint32_t(v); }
+constexpr float kUnwritten = 7.0f;  // what the outputs (and a count) hold before a call
 
 // The moments of orders up to `order` of weight(value).
-std::vector<float> ModelMoments(const Grid& g, bool narrow, int order, const Weight& weight) {
-  std::vector<float> out(order == 1 ? 3 : order == 2 ? 6 : order == 3 ? 10 : 15, 0.0f);
+Values Moments(const Grid& g, bool narrow, int order, const Weight& weight) {
+  Values out(order == 1 ? 3 : order == 2 ? 6 : order == 3 ? 10 : 15, 0.0f);
   for (int y = 0; y < g.h; ++y) {
     uint64_t s[6] = {};
     for (int x = 0; x < g.w; ++x) {
@@ -36,17 +40,8 @@ std::vector<float> ModelMoments(const Grid& g, bool narrow, int order, const Wei
   return out;
 }
 
-struct Inertia {
-  bool written = false;
-  float ixx = 0, ixy = 0, iyy = 0, cx = 0, cy = 0;
-  unsigned n = 0;
-  bool operator==(const Inertia& o) const {
-    return SameBits(ixx, o.ixx) && SameBits(ixy, o.ixy) && SameBits(iyy, o.iyy) && SameBits(cx, o.cx) &&
-           SameBits(cy, o.cy) && n == o.n;
-  }
-};
-
-Inertia ModelInertia(const Grid& g, const Weight& weight) {
+// ixx, ixy, iyy, cx, cy and the count; nothing written when no weight.
+Values Inertia(const Grid& g, const Weight& weight) {
   uint32_t n = 0, sx = 0, sy = 0;
   double sxx = 0, sxy = 0, syy = 0;
   for (int y = 0; y < g.h; ++y) {
@@ -58,127 +53,167 @@ Inertia ModelInertia(const Grid& g, const Weight& weight) {
     }
     sxx += double(r[0]), sxy += double(r[1]), syy += double(r[2]);
   }
-  if (n == 0) return {};
+  if (n == 0) return Values(6, kUnwritten);
   const double dn = n, d = dn * dn;
-  return {true, float((dn * sxx - uint32_t(sx * sx)) / d), float((dn * sxy - uint32_t(sy * sx)) / d),
-          float((dn * syy - uint32_t(sy * sy)) / d), float(sx / dn), float(sy / dn), n};
+  return {float((dn * sxx - uint32_t(sx * sx)) / d), float((dn * sxy - uint32_t(sy * sx)) / d),
+          float((dn * syy - uint32_t(sy * sy)) / d), float(sx / dn), float(sy / dn), float(n)};
 }
 
-// cx, cy of the column and row profiles of weight(value); `missing` where nothing is written.
-std::pair<float, float> ModelCentre(const Grid& g, const Weight& weight, float missing) {
+// cx, cy of the column and row profiles of weight(value), each left alone when its profile is 0.
+Values Centre(const Grid& g, const Weight& weight) {
   std::vector<uint32_t> cols(g.w), rows(g.h);
   for (int y = 0; y < g.h; ++y)
     for (int x = 0; x < g.w; ++x) cols[x] += weight(g.at(x, y)), rows[y] += weight(g.at(x, y));
   const auto centre = [&](const std::vector<uint32_t>& h) {
     uint32_t s = 0, t = 0;
     for (size_t i = 0; i < h.size(); ++i) s += h[i], t += uint32_t(i) * h[i];
-    return s ? float(t) / float(s) : missing;
+    return s ? float(t) / float(s) : kUnwritten;
   };
   return {centre(cols), centre(rows)};
 }
 
-bool Same(const std::vector<float>& a, const std::vector<float>& b) {
+// The outputs of the moment forms: weighted of orders 1 to 4 (1 also in its older spelling), and
+// binary of orders 1 and 2; each form takes its n outputs by reference.
+template <size_t n, class F>
+Values Written(F&& form) {
+  Values o(n, kUnwritten);
+  [&]<size_t... i>(std::index_sequence<i...>) { form(o[i]...); }(std::make_index_sequence<n>());
+  return o;
+}
+template <class T>
+Values Weighted(ZROI<T>* v, int order, bool older = false) {
+  const auto form = [&](auto&... o) { older ? LumWeighedMoments(v, o...) : LumWeightedMoments(v, o...); };
+  return order == 1 ? Written<3>(form) : order == 2 ? Written<6>(form) : order == 3 ? Written<10>(form) : Written<15>(form);
+}
+template <class T>
+Values Binary(ZROI<T>* v, unsigned threshold, int order) {
+  const auto form = [&](auto&... o) { LumBinaryMoments(v, threshold, o...); };
+  return order == 1 ? Written<3>(form) : Written<6>(form);
+}
+
+// The library's outputs (when `lib`) or the model's, in one order: every moment form, the gravity
+// centre; on BW8 the binary inertia, and the centroid and weighted inertia with and without a
+// weight table.
+template <class T>
+std::vector<std::pair<std::string, Values>> Outputs(ZROI<T>* a, const Grid& g, bool lib) {
+  static ZBW8Vector table = [] {
+    ZBW8Vector t(256);
+    for (int i = 0; i < 256; ++i) t[unsigned(i)] = ZBW8(uint8_t(i % 7 == 0 ? 0 : 255 - i));
+    return t;
+  }();
+  using S = decltype(T::value);
+  const unsigned max = S(~S{0}), threshold = max / 2;
+  const bool narrow = sizeof(S) == 1;
+  const Weight plain = Plain;
+  std::vector<std::pair<std::string, Values>> r;
+  for (int order = 1; order <= 4; ++order)
+    r.emplace_back("weighted order " + std::to_string(order), lib ? Weighted(a, order) : Moments(g, narrow, order, plain));
+  for (int order = 1; order <= 2; ++order)
+    for (unsigned t : {0u, 1u, threshold, max, max + 1})
+      r.emplace_back("binary order " + std::to_string(order) + " above " + std::to_string(t),
+                     lib ? Binary(a, t, order) : Moments(g, narrow, order, [&](uint64_t v) { return v >= t; }));
+  const Weight binary = [&](uint64_t v) { return v >= threshold; };
+  Values o(6, kUnwritten);
+  unsigned n = unsigned(kUnwritten);
+  if (lib) LumGravityCenter(a, threshold, o[0], o[1]);
+  r.emplace_back("gravity centre", lib ? Values(o.begin(), o.begin() + 2) : Centre(g, binary));
+  if constexpr (sizeof(S) == 1) {
+    if (lib) LumInertia(a, threshold, o[0], o[1], o[2], &o[3], &o[4], &n), o[5] = float(n);
+    r.emplace_back("binary inertia", lib ? o : Inertia(g, binary));
+    for (ZBW8Vector* lut : {static_cast<ZBW8Vector*>(nullptr), &table}) {
+      const Weight weight = [&](uint64_t v) -> uint32_t { return lut ? (*lut)[unsigned(v)].value : uint32_t(v); };
+      o.assign(6, kUnwritten), n = unsigned(kUnwritten);
+      if (lib) LumCentroid(a, o[0], o[1], lut);
+      r.emplace_back(lut ? "centroid, table" : "centroid", lib ? Values(o.begin(), o.begin() + 2) : Centre(g, weight));
+      o.assign(6, kUnwritten);
+      if (lib) LumInertia(a, o[0], o[1], o[2], &o[3], &o[4], &n, lut), o[5] = float(n);
+      r.emplace_back(lut ? "inertia, table" : "inertia", lib ? o : Inertia(g, weight));
+    }
+  }
+  return r;
+}
+
+bool Same(const Values& a, const Values& b) {
   return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
 }
 
-// The weighted forms of orders 1 to 4 (1 also in its older spelling) and the binary ones.
+}  // namespace
+
+// The moment forms of view a, whose values are g, against the model on the path in force; the
+// statistics' shape sweep calls it.
 template <class T>
-std::vector<float> Weighted(ZROI<T>* v, int order, bool older = false) {
-  std::vector<float> o(15, -1.0f);
-  float* p = o.data();
-  if (order == 1) (older ? LumWeighedMoments(v, p[0], p[1], p[2]) : LumWeightedMoments(v, p[0], p[1], p[2]));
-  if (order == 2) LumWeightedMoments(v, p[0], p[1], p[2], p[3], p[4], p[5]);
-  if (order == 3) LumWeightedMoments(v, p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8], p[9]);
-  if (order == 4)
-    LumWeightedMoments(v, p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8], p[9], p[10], p[11], p[12], p[13], p[14]);
-  o.resize(order == 1 ? 3 : order == 2 ? 6 : order == 3 ? 10 : 15);
-  return o;
-}
-
-template <class T>
-std::vector<float> Binary(ZROI<T>* v, unsigned threshold, int order) {
-  std::vector<float> o(6, -1.0f);
-  if (order == 1) LumBinaryMoments(v, threshold, o[0], o[1], o[2]);
-  else LumBinaryMoments(v, threshold, o[0], o[1], o[2], o[3], o[4], o[5]);
-  o.resize(order == 1 ? 3 : 6);
-  return o;
-}
-
-// Every moment form, the gravity centre and the binary inertia on every shape; on BW8 also the
-// centroid and the weighted inertia, with and without a weight table.
-template <class T>
-void CheckMoments() {
-  using S = decltype(T::value);
-  const unsigned max = S(~S{0}), threshold = max / 2;
-  const Weight plain = [](uint64_t v) { return uint32_t(v); }, binary = [&](uint64_t v) { return v >= threshold; };
-  ZBW8Vector table(256);
-  for (int i = 0; i < 256; ++i) table[unsigned(i)] = ZBW8(uint8_t(i % 7 == 0 ? 0 : 255 - i));
-  size_t round = 0;
-  for (const mr::Shape& s : mr::Shapes()) {
-    SCOPED_TRACE(testing::Message() << s.width << "x" << s.height << " at offset " << s.offset);
-    kt::Aligned<T> a(s.width, s.height, s.offset);
-    mr::Fill(a);
-    const Grid g = mr::Read(a.get());
-    mr::BothPaths(round++, [&] {
-      for (int order = 1; order <= 4; ++order)
-        EXPECT_TRUE(Same(Weighted(a.get(), order), ModelMoments(g, sizeof(S) == 1, order, plain))) << "order " << order;
-      for (int order = 1; order <= 2; ++order)
-        for (unsigned t : {0u, 1u, threshold, max, max + 1})
-          EXPECT_TRUE(Same(Binary(a.get(), t, order), ModelMoments(g, sizeof(S) == 1, order, [&](uint64_t v) {
-            return v >= t;
-          }))) << order << " " << t;
-      float cx = -5, cy = -5;
-      LumGravityCenter(a.get(), threshold, cx, cy);
-      const auto [mx, my] = ModelCentre(g, binary, -5);
-      EXPECT_TRUE(SameBits(cx, mx) && SameBits(cy, my));
-      if constexpr (sizeof(S) == 1) {
-        Inertia b;
-        LumInertia(a.get(), threshold, b.ixx, b.ixy, b.iyy, &b.cx, &b.cy, &b.n);
-        const Inertia eb = ModelInertia(g, binary);
-        EXPECT_TRUE(!eb.written || b == eb);
-        for (ZBW8Vector* lut : {static_cast<ZBW8Vector*>(nullptr), &table}) {
-          const Weight weight = [&](uint64_t v) -> uint32_t { return lut ? (*lut)[unsigned(v)].value : uint32_t(v); };
-          cx = cy = -1;
-          LumCentroid(a.get(), cx, cy, lut);
-          const auto [wx, wy] = ModelCentre(g, weight, -1);
-          EXPECT_TRUE(SameBits(cx, wx) && SameBits(cy, wy));
-          Inertia r;
-          LumInertia(a.get(), r.ixx, r.ixy, r.iyy, &r.cx, &r.cy, &r.n, lut);
-          const Inertia e = ModelInertia(g, weight);
-          EXPECT_TRUE(!e.written || r == e);
-        }
-      }
-      EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
-    });
-    EXPECT_TRUE(a.GuardsIntact());
-  }
-}
-
-TEST(Moments, Bw8AgreesWithTheModelOnEveryShape) { CheckMoments<ZBW8>(); }
-TEST(Moments, Bw16AgreesWithTheModelOnEveryShape) { CheckMoments<ZBW16>(); }
-
-// One bright pixel at (3, 2) of 200 in a 6 x 4 view of 10; the binary form traces on success too;
-// nothing above the threshold leaves the centre and inertia outputs alone.
-TEST(Moments, WorkedCasesAndTheFrame) {
-  ZImage<ZBW8> image(6, 4);
-  LumCopy(ZBW8(10), &image);
-  image.SetPixel(ZBW8(200), 3, 2);
-  float m, mx, my, mxx, mxy, myy, cx = 7, cy = 8, ixx = 1, ixy = 2, iyy = 3, ccx = 4, ccy = 5;
-  unsigned n = 6;
-  LumBinaryMoments(&image, 100, m, mx, my, mxx, mxy, myy);
-  EXPECT_TRUE(kt::Failed(Z_ERROR_NONE, {"LumBinaryMoments ( second order)"}));
-  EXPECT_EQ(std::vector<float>({m, mx, my, mxx, mxy, myy}), std::vector<float>({1, 3, 2, 9, 6, 4}));
-  LumGravityCenter(&image, 201, cx, cy);
-  LumInertia(&image, 201, ixx, ixy, iyy, &ccx, &ccy, &n);
-  EXPECT_EQ(std::vector<float>({cx, cy, ixx, ixy, iyy, ccx, ccy, float(n)}), std::vector<float>({7, 8, 1, 2, 3, 4, 5, 6}));
-  LumInertia(&image, 100, ixx, ixy, iyy, nullptr, nullptr, nullptr);  // optional outputs
+void mr::CheckMoments(ZROI<T>* a, const Grid& g) {
+  ZOk();
+  const auto want = Outputs(a, g, false), got = Outputs(a, Grid{}, true);
+  for (size_t i = 0; i < got.size(); ++i) EXPECT_TRUE(Same(got[i].second, want[i].second)) << got[i].first;
   EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
-  // An earlier error stands, and every exit traces; failures write nothing.
+  // The same view over a run list (the left half of the first row, the right half of the last, an
+  // empty run): only the runs' pixels count, at the runs' positions; the moments and the forms
+  // with a reference read the rectangle.
+  using S = decltype(T::value);
+  const unsigned threshold = S(~S{0}) / 2;
+  ZVectorTemplate<ZRun> runs;
+  Grid masked{g.w, g.h, 1, {kt::Plane(g.w, g.h)}};
+  std::vector<uint64_t> values;
+  for (const auto& [x, y, n] : {std::array{0, 0, g.w / 2}, {g.w / 2, g.h - 1, g.w - g.w / 2}, {g.w - 1, 0, 0}}) {
+    const uint32_t at = uint32_t(y * a->GetRowPitch() + x * int(sizeof(T)));
+    runs.AddElement(ZRun{at, at + uint32_t(n * int(sizeof(T))), int16_t(x), int16_t(y)});
+    for (int i = 0; i < n; ++i) values.push_back(g.at(x + i, y)), masked.planes[0].at(x + i, y) = int64_t(g.at(x + i, y));
+  }
+  a->SetRunList(&runs);
+  Values o(6, kUnwritten);
+  int area = -1;
+  LumGravityCenter(a, threshold, o[0], o[1]);
+  EXPECT_TRUE(Same({o[0], o[1]}, Centre(masked, [&](uint64_t v) { return v >= threshold; })));
+  const auto above = unsigned(std::count_if(values.begin(), values.end(), [](uint64_t v) { return v > 100; }));
+  EXPECT_TRUE(LumArea(a) == values.size() && LumArea(a, 100u) == above);
+  EXPECT_TRUE(LumArea(a, S(0), area) == 0 && area == g.w * g.h);
+  EXPECT_TRUE(Same(Weighted(a, 1), Moments(g, sizeof(S) == 1, 1, Plain)));
+  if constexpr (sizeof(S) == 1) {
+    unsigned count = 0, count2 = 0;
+    uint64_t sum = 0;
+    double s2 = 0;
+    for (uint64_t v : values) sum += v, s2 += double(v * v);
+    const float n = float(values.size()), m = float(uint32_t(sum)) / n;
+    o[0] = o[1] = kUnwritten;
+    LumCentroid(a, o[0], o[1], nullptr);
+    EXPECT_TRUE(Same({o[0], o[1]}, Centre(masked, Plain)));
+    o.assign(6, kUnwritten), count = unsigned(kUnwritten);
+    LumInertia(a, o[0], o[1], o[2], &o[3], &o[4], &count, nullptr), o[5] = float(count);
+    EXPECT_TRUE(Same(o, Inertia(masked, Plain)));
+    EXPECT_EQ(LumAverage(a, &count), float(sum) / n);
+    EXPECT_EQ(LumVariance(a, &o[0], &count2), float(s2 / double(n) - double(m * m)));
+    EXPECT_TRUE(o[0] == m && count == values.size() && count2 == values.size());
+    EXPECT_EQ(LumMinimum(a).value, *std::min_element(values.begin(), values.end()));
+    EXPECT_EQ(LumMaximum(a).value, *std::max_element(values.begin(), values.end()));
+  }
+  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+  a->SetRunList(nullptr);
+}
+template void mr::CheckMoments(ZROI<ZBW8>*, const Grid&);
+template void mr::CheckMoments(ZROI<ZBW16>*, const Grid&);
+
+namespace {
+
+// Every exit of a moment form traces, success included, and an earlier error stands; failures
+// write nothing; the inertia's centre and count are optional.
+TEST(Moments, TracesAndTheFrame) {
+  ZImage<ZBW8> image(6, 4);
+  ZImage<ZBW16> image16(3, 3);
   ZROI<ZBW8> empty;
   ZROI<ZBW16> empty16;
-  ZImage<ZBW16> image16(3, 3);
+  float m = 0, mx = 0, my = 0, cx = 7, cy = 8, ixx = 1;
+  unsigned n = 6;
+  LumCopy(ZBW8(10), &image);
+  LumInertia(&image, 5, m, m, m, nullptr, nullptr, nullptr);
+  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+  ZOk();
+  Weighted<ZBW16>(&image16, 4), Weighted<ZBW8>(&image, 3), Weighted<ZBW8>(&image, 1, true), Binary<ZBW8>(&image, 0, 1);
+  EXPECT_EQ(kt::Trace(), (Strings{"LumWeightedMoments (fourth order)(BW16)", "LumWeightedMoments ( third order)",
+                                  "LumWeightedMoments ( first order)", "LumBinaryMoments ( first order)"}));
+  ZOk();
   LumPixelAverage(&empty, m);
-  LumBinaryMoments(&image, 0, m, mx, my, m, mx, my);
+  Binary<ZBW8>(&image, 0, 2);
   EXPECT_TRUE(kt::Failed(Z_ERROR_NULL_IMAGE, {"LumPixelAverage ( BW8)", "LumBinaryMoments ( second order)"}));
   ZOk();
   m = 1, mx = 2, my = 3;
@@ -187,61 +222,48 @@ TEST(Moments, WorkedCasesAndTheFrame) {
   LumBinaryMoments(static_cast<ZROI<ZBW8>*>(nullptr), 0, m, mx, my);
   EXPECT_TRUE(kt::Failed(Z_ERROR_NULL_IMAGE, {"LumWeightedMoments ( first order)", "LumWeightedMoments (first order)(BW16)",
                                                "LumBinaryMoments ( first order)"}));
-  EXPECT_EQ(std::vector<float>({m, mx, my}), std::vector<float>({1, 2, 3}));
-  ZOk();
-  Weighted<ZBW16>(&image16, 4), Weighted<ZBW8>(&image, 3), Weighted<ZBW8>(&image, 1, true);
-  EXPECT_EQ(kt::Trace(), (Strings{"LumWeightedMoments (fourth order)(BW16)", "LumWeightedMoments ( third order)",
-                                  "LumWeightedMoments ( first order)"}));
+  EXPECT_EQ(Values({m, mx, my}), Values({1, 2, 3}));
   ZBW8Vector shortTable(255);
-  cx = 7, cy = 8, ixx = 1, n = 6;
-  const std::pair<std::function<void()>, Strings> failing[] = {
-      {[&] { LumCentroid(&image, cx, cy, &shortTable); }, {"LumCentroid"}},
-      {[&] { LumInertia(&image, ixx, ixx, ixx, &cx, &cy, &n, &shortTable); }, {"LumInertia ( weighted)"}},
-      {[&] { LumGravityCenter(&empty, 1, cx, cy); }, {"LumGravityCenter"}},
-      {[&] { LumGravityCenter(static_cast<ZROI<ZBW16>*>(nullptr), 1, cx, cy); }, {"LumGravityCenter (BW16)"}},
-      {[&] { LumInertia(nullptr, 1, ixx, ixx, ixx, nullptr, nullptr, nullptr); }, {"LumInertia ( binary)"}}};
-  for (const auto& [call, trace] : failing) {
-    call();
-    EXPECT_TRUE(kt::Failed(trace[0] == "LumCentroid" || trace[0] == "LumInertia ( weighted)" ? Z_ERROR_TABLE_SIZE
-                                                                                             : Z_ERROR_NULL_IMAGE,
-                           trace));
-  }
-  EXPECT_EQ(std::vector<float>({cx, cy, ixx, float(n)}), std::vector<float>({7, 8, 1, 6}));
+  kt::CheckRefusals({
+      {[&] { LumCentroid(&image, cx, cy, &shortTable); }, Z_ERROR_TABLE_SIZE, {"LumCentroid"}},
+      {[&] { LumInertia(&image, ixx, ixx, ixx, &cx, &cy, &n, &shortTable); }, Z_ERROR_TABLE_SIZE, {"LumInertia ( weighted)"}},
+      {[&] { LumGravityCenter(&empty, 1, cx, cy); }, Z_ERROR_NULL_IMAGE, {"LumGravityCenter"}},
+      {[&] { LumGravityCenter(static_cast<ZROI<ZBW16>*>(nullptr), 1, cx, cy); }, Z_ERROR_NULL_IMAGE, {"LumGravityCenter (BW16)"}},
+      {[&] { LumInertia(nullptr, 1, ixx, ixx, ixx, nullptr, nullptr, nullptr); }, Z_ERROR_NULL_IMAGE, {"LumInertia ( binary)"}},
+  });
+  EXPECT_EQ(Values({cx, cy, ixx, float(n)}), Values({7, 8, 1, 6}));
 }
 
-// Run lists: the pixels of the runs count at the runs' position words; moments read the rectangle.
-TEST(Centres, RunListsGiveTheirPixelsTheRunsPosition) {
-  kt::Aligned<ZBW8> a(30, 5, 7);
-  kt::Aligned<ZBW16> b(30, 5, 4);
-  mr::Fill(a), mr::Fill(b);
-  ZVectorTemplate<ZRun> runs8, runs16;
-  Grid masked8{30, 5, 1, std::vector<uint64_t>(150, 0)}, masked16 = masked8;
-  for (const auto& [x, y, n] : {std::array<int, 3>{2, 0, 20}, {0, 3, 30}, {29, 4, 1}}) {
-    const uint32_t p8 = uint32_t(y * a->GetRowPitch()), p16 = uint32_t(y * b->GetRowPitch());
-    runs8.AddElement(ZRun{p8 + x, p8 + x + n, int16_t(x), int16_t(y)});
-    runs16.AddElement(ZRun{p16 + 2 * x, p16 + 2 * (x + n), int16_t(x), int16_t(y)});
-    for (int i = 0; i < n; ++i) masked8.v[y * 30 + x + i] = a->GetPixel(x + i, y), masked16.v[y * 30 + x + i] = b->GetPixel(x + i, y);
+// Runs that leave the view: one crossing into the next row, below the view, or ending before it
+// starts (106); the centres also refuse a position word that leaves the view. Runs without
+// pixels: no variance, an average of 0 over 0 pixels.
+TEST(RunLists, RunsOutsideTheViewOrWithoutPixels) {
+  kt::Aligned<ZBW8> a(40, 6, 5);
+  mr::Fill(a);
+  ZVectorTemplate<ZRun> runs;
+  a->SetRunList(&runs);
+  const uint32_t pitch = uint32_t(a->GetRowPitch());
+  for (const ZRun bad : {ZRun{pitch - 2, pitch + 3, 0, 0}, ZRun{6 * pitch, 6 * pitch + 1, 0, 6}, ZRun{9, 4, 9, 0},
+                         ZRun{0, 3, 38, 0}}) {
+    runs.AddElement(bad);
+    unsigned count = 7;
+    float cx = 3, cy = 3;
+    LumGravityCenter(a.get(), 0, cx, cy);
+    EXPECT_TRUE(ZGetError() == Z_ERROR_OUTSIDE_ROI && cx + cy == 6.0f);
+    if (bad.m_n16X != 38) {
+      EXPECT_EQ(LumArea(a.get()), 0u);
+      EXPECT_TRUE(kt::Failed(Z_ERROR_OUTSIDE_ROI, {"LumArea ( all pixels)"}));
+      EXPECT_EQ(LumAverage(a.get(), &count), 0.0f);
+      EXPECT_EQ(ZGetError(), Z_ERROR_OUTSIDE_ROI);
+    }
+    runs.RemoveElement(0);
   }
-  a->SetRunList(&runs8);
-  b->SetRunList(&runs16);
-  const Weight plain = [](uint64_t v) { return uint32_t(v); };
-  float cx = 0, cy = 0;
-  LumGravityCenter(a.get(), 90, cx, cy);
-  EXPECT_TRUE(std::pair(cx, cy) == ModelCentre(masked8, [](uint64_t v) { return v >= 90; }, 0));
-  LumGravityCenter(b.get(), 30000, cx, cy);
-  EXPECT_TRUE(std::pair(cx, cy) == ModelCentre(masked16, [](uint64_t v) { return v >= 30000; }, 0));
-  LumCentroid(a.get(), cx, cy, nullptr);
-  EXPECT_TRUE(std::pair(cx, cy) == ModelCentre(masked8, plain, 0));
-  Inertia r;
-  LumInertia(a.get(), r.ixx, r.ixy, r.iyy, &r.cx, &r.cy, &r.n, nullptr);
-  EXPECT_TRUE(r == ModelInertia(masked8, plain));
-  EXPECT_TRUE(Same(Weighted<ZBW8>(a.get(), 1), ModelMoments(mr::Read(a.get()), true, 1, plain)));
-  // A position word that leaves the view is refused.
-  runs8.AddElement(ZRun{0, 3, 28, 0});
-  cx = cy = -3;
-  LumGravityCenter(a.get(), 0, cx, cy);
-  EXPECT_TRUE(ZGetError() == Z_ERROR_OUTSIDE_ROI && cx + cy == -6.0f);
-  EXPECT_TRUE(a.GuardsIntact() && b.GuardsIntact());
+  runs.AddElement(ZRun{3, 3, 3, 0});
+  EXPECT_EQ(LumVariance(a.get(), nullptr, nullptr), 0.0f);
+  EXPECT_TRUE(kt::Failed(Z_ERROR_NO_VARIANCE, {"LumHistogramCenteredMoments ( 2)", "LumVariance"}));
+  unsigned count = 9;
+  EXPECT_EQ(LumAverage(a.get(), &count), 0.0f);
+  EXPECT_TRUE(count == 0u && ZGetError() == Z_ERROR_NONE && a.GuardsIntact());
 }
 
 }  // namespace

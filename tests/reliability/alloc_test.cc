@@ -8,8 +8,6 @@
 // fails both.
 #include "reliability/calls.h"
 
-#include <dlfcn.h>
-
 #include <cstdlib>
 #include <new>
 
@@ -26,77 +24,25 @@ bool FailThisOne() {
 }
 
 #if !defined(__SANITIZE_ADDRESS__)
-// The allocator behind this program's replacements. dlsym may itself ask for memory before the
-// real functions are known: a small static pool serves those requests.
-struct Real {
-  void* (*malloc)(size_t);
-  void* (*calloc)(size_t, size_t);
-  void* (*realloc)(void*, size_t);
-  void* (*aligned_alloc)(size_t, size_t);
-  int (*posix_memalign)(void**, size_t, size_t);
-  void (*free)(void*);
-};
-alignas(16) char g_pool[8192];
-size_t g_poolUsed = 0;
-bool g_resolving = false;
-bool InPool(void* p) { return p >= g_pool && p < g_pool + sizeof g_pool; }
-void* FromPool(size_t n) {
-  n = (n + 15) & ~static_cast<size_t>(15);
-  if (g_poolUsed + n > sizeof g_pool) return nullptr;
-  void* p = g_pool + g_poolUsed;
-  g_poolUsed += n;
-  return p;
-}
-
-const Real& R() {
-  static Real real = [] {
-    g_resolving = true;
-    Real r;
-    r.malloc = reinterpret_cast<void* (*)(size_t)>(dlsym(RTLD_NEXT, "malloc"));
-    r.calloc = reinterpret_cast<void* (*)(size_t, size_t)>(dlsym(RTLD_NEXT, "calloc"));
-    r.realloc = reinterpret_cast<void* (*)(void*, size_t)>(dlsym(RTLD_NEXT, "realloc"));
-    r.aligned_alloc = reinterpret_cast<void* (*)(size_t, size_t)>(dlsym(RTLD_NEXT, "aligned_alloc"));
-    r.posix_memalign = reinterpret_cast<int (*)(void**, size_t, size_t)>(dlsym(RTLD_NEXT, "posix_memalign"));
-    r.free = reinterpret_cast<void (*)(void*)>(dlsym(RTLD_NEXT, "free"));
-    g_resolving = false;
-    return r;
-  }();
-  return real;
-}
-
 }  // namespace
 
+// The C allocation functions, failing on demand, over glibc's own.
 extern "C" {
-void* malloc(size_t n) {
-  if (g_resolving) return FromPool(n);
-  if (FailThisOne()) return nullptr;
-  return R().malloc(n);
-}
-void* calloc(size_t n, size_t size) {
-  if (g_resolving) {
-    void* p = FromPool(n * size);
-    if (p != nullptr) std::memset(p, 0, n * size);
-    return p;
-  }
-  if (FailThisOne()) return nullptr;
-  return R().calloc(n, size);
-}
-void* realloc(void* p, size_t n) {
-  if (FailThisOne()) return nullptr;
-  return R().realloc(p, n);
-}
-void* aligned_alloc(size_t align, size_t n) {
-  if (FailThisOne()) return nullptr;
-  return R().aligned_alloc(align, n);
-}
+void* __libc_malloc(size_t);
+void* __libc_calloc(size_t, size_t);
+void* __libc_realloc(void*, size_t);
+void* __libc_memalign(size_t, size_t);
+void __libc_free(void*);
+void* malloc(size_t n) { return FailThisOne() ? nullptr : __libc_malloc(n); }
+void* calloc(size_t n, size_t size) { return FailThisOne() ? nullptr : __libc_calloc(n, size); }
+void* realloc(void* p, size_t n) { return FailThisOne() ? nullptr : __libc_realloc(p, n); }
+void* aligned_alloc(size_t align, size_t n) { return FailThisOne() ? nullptr : __libc_memalign(align, n); }
 int posix_memalign(void** out, size_t align, size_t n) {
   if (FailThisOne()) return ENOMEM;
-  return R().posix_memalign(out, align, n);
+  *out = __libc_memalign(align, n);
+  return *out == nullptr ? ENOMEM : 0;
 }
-void free(void* p) {
-  if (p == nullptr || InPool(p)) return;
-  R().free(p);
-}
+void free(void* p) { __libc_free(p); }
 }
 #define KELMIRA_MALLOC std::malloc
 #else
@@ -120,28 +66,15 @@ void operator delete[](void* p, size_t) noexcept { std::free(p); }
 
 namespace {
 
-// Runs a case with the n-th allocation failing (0: none); returns how many it made.
-long Count(const kr::Case& c, long failAt, kr::Result* result, bool* threw) {
-  kr::Outputs o;
-  *threw = false;
-  t_seen = 0, t_failAt = failAt, t_armed = true;
-  try {
-    c.call(kr::Shared(), o);
-  } catch (...) {
-    *threw = true;
-  }
-  t_armed = false;
-  result->error = ZGetError();
-  result->trace = kt::Trace();
-  result->snapshot = o.Snapshot();
-  result->results = o.results;
-  result->guards = o.GuardsIntact();
-  return t_seen;
+// Arms the n-th allocation of the next call to fail (0: none) and counts them.
+void Arm(bool on) {
+  if (on) t_seen = 0;
+  t_armed = on;
 }
 
 // What is wrong with a run whose n-th allocation failed; empty when nothing.
-std::string Judge(const kr::Case& c, const kr::Result& r, bool threw, const kr::Result& normal, const std::string& untouched) {
-  if (threw) return "an exception left the operator";
+std::string Judge(const kr::Case& c, const kr::Result& r, const kr::Result& normal, const std::string& untouched) {
+  if (r.threw) return "an exception left the operator";
   if (!r.guards) return "wrote outside the destination";
   if (r.error == 0) return r == normal || c.failing == kr::kLenient ? "" : "succeeded with another result";
   if (r.error != Z_ERROR_NO_WORK_MEMORY && r.error != Z_ERROR_NO_MEMORY) return "error " + std::to_string(r.error);
@@ -155,18 +88,13 @@ TEST(FailedAllocation, EveryAllocationOfEveryCall) {
   const std::string untouched = kr::Outputs().Snapshot();
   int allocating = 0;
   for (const auto& c : kr::Cases()) {
-    kr::Result normal;
-    bool threw = false;
-    const long total = Count(c, 0, &normal, &threw);
-    ASSERT_EQ(normal.error, 0) << c.name;
-    if (total == 0) continue;
-    ++allocating;
-    for (long n = 1; n <= total; ++n) {
-      kr::Result r;
-      Count(c, n, &r, &threw);
-      const std::string wrong = Judge(c, r, threw, normal, untouched);
-      EXPECT_EQ(wrong, "") << c.name << ", allocation " << n << " of " << total;
-    }
+    t_failAt = 0;
+    const kr::Result normal = kr::Run(c, Arm);
+    const long total = t_seen;
+    ASSERT_TRUE(normal.error == 0 && !normal.threw && normal.guards) << c.name;
+    allocating += total > 0;
+    for (t_failAt = 1; t_failAt <= total; ++t_failAt)
+      EXPECT_EQ(Judge(c, kr::Run(c, Arm), normal, untouched), "") << c.name << ", allocation " << t_failAt << " of " << total;
   }
   EXPECT_GT(allocating, 10);
 }

@@ -70,10 +70,16 @@ bool Outputs::GuardsIntact() const {
   return bw8.GuardsIntact() && bw16.GuardsIntact() && c24.GuardsIntact() && bw1Parent.GuardsIntact();
 }
 
-Result Run(const Case& c) {
+Result Run(const Case& c, void (*around)(bool)) {
   Outputs o;
-  c.call(Shared(), o);
   Result r;
+  if (around != nullptr) around(true);
+  try {
+    c.call(Shared(), o);
+  } catch (...) {
+    r.threw = true;
+  }
+  if (around != nullptr) around(false);
   r.error = ZGetError();
   r.trace = kt::Trace();
   r.snapshot = o.Snapshot();

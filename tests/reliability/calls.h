@@ -64,18 +64,18 @@ struct Case {
 };
 const std::vector<Case>& Cases();
 
-// What a run leaves: the error, the trace and the snapshot.
+// What a run leaves: the error, the trace, the destinations and the results.
 struct Result {
   int error = 0;
   std::vector<std::string> trace;
-  std::string snapshot;
-  std::string results;
-  bool guards = true;
+  std::string snapshot, results;
+  bool guards = true, threw = false;
   bool operator==(const Result& o) const {
     return error == o.error && trace == o.trace && snapshot == o.snapshot && results == o.results;
   }
 };
-Result Run(const Case& c);
+// Runs a case on fresh destinations; `around(true)` just before the call, `around(false)` after.
+Result Run(const Case& c, void (*around)(bool) = nullptr);
 
 }  // namespace kr
 
