@@ -275,30 +275,45 @@ TEST(HistogramEqualize, TablesAndTheOneBinCase) {
   EXPECT_TRUE(kt::Failed(Z_ERROR_VECTOR_BAD_DESTINATION, {"LumSetupEqualize ( ZVector)"}));
 }
 
-// Through the shared sweep, in place by a null destination: `fill` gives the source random content
-// and sorts its values, the reference scales the count of pixels below a value (BW8) or up to and
-// including it (BW16) to the full range.
+// The rule of equalisation: the count of pixels below a value (BW8) or up to and including it
+// (BW16), scaled to the full range. Fill() gives a source random content and sorts its values.
 template <class T>
-void CheckEqualize(bool inclusive) {
+struct Equalized {
   std::vector<uint32_t> sorted;
-  const auto fill = [&](kt::Framed<T>& source) {
+  void Fill(kt::Framed<T>& source) {
     source.FillRandom(kt::Rng());
     sorted.clear();
     for (const T p : kt::Pixels(source.get())) sorted.push_back(p.value);
     std::sort(sorted.begin(), sorted.end());
-  };
-  const auto ref = [&](T v, T) {
-    const auto end = inclusive ? std::upper_bound(sorted.begin(), sorted.end(), v.value)
-                               : std::lower_bound(sorted.begin(), sorted.end(), v.value);
-    const uint64_t top = sizeof(T) == 1 ? 255 : 65535;
-    return T(static_cast<decltype(T::value)>(uint64_t(end - sorted.begin()) * top / sorted.size()));
-  };
-  kt::CheckAgainst<T, T>([](auto s, auto d) { LumEqualize(s, s == d ? nullptr : d); }, ref, fill, true);
-}
+  }
+  T operator()(T v, T) const {
+    const auto end = sizeof(T) == 1 ? std::lower_bound(sorted.begin(), sorted.end(), v.value)
+                                    : std::upper_bound(sorted.begin(), sorted.end(), v.value);
+    return T(static_cast<decltype(T::value)>(uint64_t(end - sorted.begin()) * (sizeof(T) == 1 ? 255 : 65535) / sorted.size()));
+  }
+};
 
+// BW8 on the shared sweep, in place by a null destination; BW16 builds a table of 65536 entries a
+// call, so it takes a few views, scalar and wide, out of place and in place.
 TEST(HistogramEqualize, ImagesThroughTheirTables) {
-  CheckEqualize<ZBW8>(false);
-  CheckEqualize<ZBW16>(true);
+  Equalized<ZBW8> m8;
+  kt::CheckAgainst<ZBW8, ZBW8>([](auto s, auto d) { LumEqualize(s, s == d ? nullptr : d); }, std::cref(m8),
+                               [&](kt::Framed<ZBW8>& s) { m8.Fill(s); }, true);
+  Equalized<ZBW16> m16;
+  kt::ForScalarAndWide([&](int) {
+    for (int width : {1, 19, 70}) {
+      kt::Aligned<ZBW16> source(width, 3, width % 8), destination(width, 3, 2);
+      m16.Fill(source);
+      const std::vector<ZBW16> in = kt::Pixels(source.get());
+      LumEqualize(source.get(), destination.get());
+      LumEqualize(source.get(), nullptr);
+      ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+      const std::vector<ZBW16> out = kt::Pixels(destination.get()), again = kt::Pixels(source.get());
+      for (size_t i = 0; i < in.size(); ++i)
+        ASSERT_TRUE(out[i].value == m16(in[i], {}).value && again[i].value == out[i].value) << width << " " << i;
+      ASSERT_TRUE(source.GuardsIntact() && destination.GuardsIntact());
+    }
+  });
   ZImage<ZBW8> a(4, 4), b(5, 4);
   ZImage<ZBW16> a16(4, 4), b16(5, 4);
   kt::CheckRefusals({{[&] { LumEqualize(&a16, &b16); }, Z_ERROR_DIFFERENT_SIZES, {"LumEqualize (BW16)"}},
