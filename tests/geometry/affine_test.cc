@@ -1,9 +1,7 @@
 // LumLinearTransform, LumScaleRotate and LumRegister against a direct model of the fixed-point
-// walk (float inverse, 16.16 truncation, positions by 32-bit additions, five zones per axis,
-// shift-and-select interpolation), scalar and on every target, at every byte offset with guard
-// bytes; worked rows, in place, the registrations, and the errors and traces.
+// walk (float inverse, 16.16 truncation, 32-bit position sums, five zones per axis, shift-and-select
+// interpolation) on every target and byte offset; worked rows, in place, registrations, errors.
 #include <cmath>
-#include <limits>
 
 #include "support/kelmira_test.h"
 
@@ -11,15 +9,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-struct Img {
-  int w = 0, h = 0;
-  std::vector<uint32_t> p;
-  uint32_t& at(int x, int y) { return p[size_t(y) * w + x]; }
-};
-
-struct Fixed {
-  uint32_t A, B, C, D, E, F;
-};
+struct Fixed { uint32_t A, B, C, D, E, F; };
 
 // The inverse in float (of a map the call accepted), each coefficient times 65536 toward zero,
 // saturating beyond 32 bits.
@@ -43,33 +33,30 @@ uint32_t Select(uint32_t p0, uint32_t p1, uint32_t t, int bits) {
 
 // -1 outside, 0 left margin, 1 inside, 2 right margin.
 int ZoneOf(int32_t s, int size) {
-  const int64_t end = int64_t(size) << 16;
-  return s < 32768 ? -1 : s < 65536 ? 0 : s < end ? 1 : s < end + 32768 ? 2 : -1;
+  return s < 32768 ? -1 : s < 65536 ? 0 : s < (int64_t(size) << 16) ? 1 : s < (int64_t(size) << 16) + 32768 ? 2 : -1;
 }
 
-uint32_t Sample(Img& in, int32_t sx, int32_t sy, int bits) {
-  if (bits == 0) {
-    if (sx < 0 || sx >= (int64_t(in.w) << 16) || sy < 0 || sy >= (int64_t(in.h) << 16)) return 0;
-    return in.at(sx >> 16, sy >> 16);
-  }
+uint32_t Sample(const kt::Plane& in, int32_t sx, int32_t sy, int bits) {
+  if (bits == 0)
+    return sx < 0 || sx >= (int64_t(in.w) << 16) || sy < 0 || sy >= (int64_t(in.h) << 16) ? 0 : uint32_t(in.at(sx >> 16, sy >> 16));
   const int zx = ZoneOf(sx, in.w), zy = ZoneOf(sy, in.h);
   if (zx < 0 || zy < 0) return 0;
   const int x = zx == 0 ? 0 : zx == 2 ? in.w - 1 : (sx >> 16) - 1;
   const int y = zy == 0 ? 0 : zy == 2 ? in.h - 1 : (sy >> 16) - 1;
   const uint32_t tx = uint32_t(sx & 0xFFFF) >> (16 - bits), ty = uint32_t(sy & 0xFFFF) >> (16 - bits);
+  const auto p = [&](int dx, int dy) { return uint32_t(in.at(x + dx, y + dy)); };
   if (zx == 1 && zy == 1)
-    return Select(Select(in.at(x, y), in.at(x + 1, y), tx, bits), Select(in.at(x, y + 1), in.at(x + 1, y + 1), tx, bits),
-                  ty, bits) >> (2 * bits);
-  if (zx == 1) return Select(in.at(x, y), in.at(x + 1, y), tx, bits) >> bits;
-  if (zy == 1) return Select(in.at(x, y), in.at(x, y + 1), ty, bits) >> bits;
-  return in.at(x, y);
+    return Select(Select(p(0, 0), p(1, 0), tx, bits), Select(p(0, 1), p(1, 1), tx, bits), ty, bits) >> (2 * bits);
+  if (zx == 1) return Select(p(0, 0), p(1, 0), tx, bits) >> bits;
+  if (zy == 1) return Select(p(0, 0), p(0, 1), ty, bits) >> bits;
+  return p(0, 0);
 }
 
 // Nearest rows carry their start by B and E, bilinear rows restart at C + j B; along a row one
 // addition of A and D per pixel. `inPlace` reads the picture being written.
-Img Model(Img src, Img dst, const float (&k)[6], int bits, bool inPlace = false) {
+std::vector<int64_t> Model(const kt::Plane& src, kt::Plane dst, const float (&k)[6], int bits, bool inPlace = false) {
   const Fixed m = Inverse(k);
-  Img& in = inPlace ? dst : src;
+  const kt::Plane& in = inPlace ? dst : src;
   const uint32_t half = bits ? 65536u : 0u;
   const uint32_t cx = uint32_t(int32_t(m.A + m.B + half) >> 1), cy = uint32_t(int32_t(m.D + m.E + half) >> 1);
   uint32_t rowX = m.C + cx, rowY = m.F + cy;
@@ -79,44 +66,23 @@ Img Model(Img src, Img dst, const float (&k)[6], int bits, bool inPlace = false)
     for (int i = 0; i < dst.w; ++i, sx += m.A, sy += m.D) dst.at(i, j) = Sample(in, int32_t(sx), int32_t(sy), bits);
     rowX += m.B, rowY += m.E;
   }
-  return dst;
+  return dst.p;
 }
 
-// Component k of the view's pixels (k is ignored for gray).
+// Random full-range values with the extremes often; colour uniformly.
 template <class T>
-Img Read(ZROI<T>* v, int k = 0) {
-  Img m{v->GetWidth(), v->GetHeight(), {}};
-  for (int y = 0; y < m.h; ++y)
-    for (int x = 0; x < m.w; ++x) {
-      const T p = v->GetPixel(x, y);
-      if constexpr (std::is_same_v<T, ZC24>) m.p.push_back(k == 0 ? p.c0 : k == 1 ? p.c1 : p.c2);
-      else m.p.push_back(p.value);
-    }
-  return m;
+void Fill(kt::Framed<T>& v) {
+  if constexpr (std::is_same_v<T, ZC24>) v.FillRandom(kt::Rng());
+  else kt::Write(v.get(), kt::RandomPlane(v->GetWidth(), v->GetHeight(), 0, sizeof(T) == 1 ? 255 : 65535, 7));
 }
 
-// Random full-range values with the extremes often.
-template <class T>
-void Fill(ZROI<T>* v) {
-  const uint32_t max = sizeof(T) == 1 ? 255 : 65535;
-  for (int y = 0; y < v->GetHeight(); ++y)
-    for (int x = 0; x < v->GetWidth(); ++x) {
-      const uint32_t r = kt::Rng()();
-      v->SetPixel(T(static_cast<decltype(T::value)>(r % 7 == 0 ? 0 : r % 7 == 1 ? max : (r >> 3) % (max + 1))), x, y);
-    }
-}
-
-struct Map {
-  const char* what;
-  float k[6];
-  int dw, dh;  // destination size minus the source's
-};
+// A map and the destination's size minus the source's.
+struct Map { const char* what; float k[6]; int dw, dh; };
 
 const Map kMaps[] = {
     {"identity", {1, 0, 0, 0, 1, 0}, 0, 0},
     {"shift 0.3, -0.7", {1, 0, 0.3f, 0, 1, -0.7f}, 0, 0},
     {"shift into a larger view", {1, 0, -2.6f, 0, 1, 1.25f}, 9, 4},
-    {"turn 7 degrees, scale 1.1", {1.0918f, 0.1341f, -1.6f, -0.1341f, 1.0918f, 0.7f}, 0, 0},
     {"turn 30 degrees", {0.8660254f, 0.5f, 2.0f, -0.5f, 0.8660254f, 8.0f}, 35, 5},
     {"scale 2.5 x 0.4", {2.5f, 0, -3.0f, 0, 0.4f, 1.0f}, 20, 2},
     {"shrink by 3", {0.3333f, 0, 0.2f, 0, 0.3333f, 0}, -1, 0},
@@ -130,8 +96,23 @@ const Map kMaps[] = {
     {"turn 1e30 degrees", {std::cos(1e30f), std::sin(1e30f), 0, -std::sin(1e30f), std::cos(1e30f), 0}, 0, 0},
 };
 
+// One map on one type, colour plane by plane; the destination starts random so that pixels the
+// walk must leave alone show.
+template <class T>
+void CheckMap(const Map& m, int w, int h, int bits, int sourceOffset, int destinationOffset) {
+  constexpr int planes = std::is_same_v<T, ZC24> ? 3 : 1;
+  kt::Framed<T> s(w, h, sourceOffset), d(std::max(1, w + m.dw + 3), std::max(1, h + m.dh), destinationOffset);
+  Fill(s), Fill(d);
+  std::vector<kt::Plane> before;
+  for (int c = 0; c < planes; ++c) before.push_back(kt::Read(d.get(), c));
+  LumLinearTransform(s.get(), m.k[0], m.k[1], m.k[2], m.k[3], m.k[4], m.k[5], d.get(), bits);
+  ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+  for (int c = 0; c < planes; ++c) ASSERT_EQ(kt::Read(d.get(), c).p, Model(kt::Read(s.get(), c), before[c], m.k, bits)) << c;
+  ASSERT_TRUE(d.GuardsIntact());
+}
+
 // Every map on shapes from 1 x 1 (too small for the wide walk) up, each at its own byte offsets
-// (all 16 occur), every type (colour plane by plane), the scalar walk and every target.
+// (all 16 occur), every type, the scalar walk and every target.
 TEST(AffineWalk, MapsAgainstTheModel) {
   const std::pair<int, int> shapes[] = {{1, 1}, {1, 9}, {9, 1}, {2, 2}, {3, 5}, {5, 3}, {37, 4}, {23, 17}};
   const auto run = [&] {
@@ -141,22 +122,9 @@ TEST(AffineWalk, MapsAgainstTheModel) {
         for (int bits : {0, 4, 8}) {
           const int offset = (round++ * 7) % 16;
           SCOPED_TRACE(testing::Message() << m.what << ", " << w << "x" << h << ", bits " << bits << ", offset " << offset);
-          const int dw = std::max(1, w + m.dw + 3), dh = std::max(1, h + m.dh);
-          kt::Framed<ZBW8> s8(w, h, offset), d8(dw, dh, 15 - offset);
-          kt::Framed<ZBW16> s16(w, h, offset ^ 1), d16(dw, dh, offset ^ 5);
-          kt::Framed<ZC24> s24(w, h, offset / 2), d24(dw, dh, offset);
-          Fill(s8.get()), Fill(d8.get()), Fill(s16.get()), Fill(d16.get());
-          s24.FillRandom(kt::Rng()), d24.FillRandom(kt::Rng());
-          const Img b8 = Read(d8.get()), b16 = Read(d16.get());
-          const Img b24[3] = {Read(d24.get(), 0), Read(d24.get(), 1), Read(d24.get(), 2)};
-          LumLinearTransform(s8.get(), m.k[0], m.k[1], m.k[2], m.k[3], m.k[4], m.k[5], d8.get(), bits);
-          ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-          LumLinearTransform(s16.get(), m.k[0], m.k[1], m.k[2], m.k[3], m.k[4], m.k[5], d16.get(), bits);
-          LumLinearTransform(s24.get(), m.k[0], m.k[1], m.k[2], m.k[3], m.k[4], m.k[5], d24.get(), bits);
-          ASSERT_EQ(Read(d8.get()).p, Model(Read(s8.get()), b8, m.k, bits).p);
-          ASSERT_EQ(Read(d16.get()).p, Model(Read(s16.get()), b16, m.k, bits).p);
-          for (int c = 0; c < 3; ++c) ASSERT_EQ(Read(d24.get(), c).p, Model(Read(s24.get(), c), b24[c], m.k, bits).p) << c;
-          ASSERT_TRUE(d8.GuardsIntact() && d16.GuardsIntact() && d24.GuardsIntact());
+          CheckMap<ZBW8>(m, w, h, bits, offset, 15 - offset);
+          CheckMap<ZBW16>(m, w, h, bits, offset ^ 1, offset ^ 5);
+          CheckMap<ZC24>(m, w, h, bits, offset / 2, offset);
         }
   };
   kt::ForScalarAndWide([&](int wide) { wide ? kt::ForEveryTarget(run) : run(); });
@@ -164,7 +132,7 @@ TEST(AffineWalk, MapsAgainstTheModel) {
 
 // Hand-computed rows of a 4 x 1 source {10, 20, 30, 40}: the truncated fractions and margins.
 TEST(AffineWalk, WorkedRows) {
-  const std::tuple<float, int, std::vector<uint32_t>> cases[] = {
+  const std::tuple<float, int, std::vector<int64_t>> cases[] = {
       {-0.5f, 0, {20, 30, 40, 0}},   // nearest: the centre maps to x.0
       {0.5f, 8, {10, 15, 25, 35}},   // left margin, then halves
       {-0.5f, 8, {15, 25, 35, 0}},   // 4.0 is past the right margin
@@ -175,33 +143,31 @@ TEST(AffineWalk, WorkedRows) {
       ZImage<ZBW8> s(4, 1), d(4, 1);
       for (int x = 0; x < 4; ++x) s.SetPixel(ZBW8(uint8_t(10 * x + 10)), x, 0);
       LumLinearTransform(&s, 1, 0, c, 0, 1, 0, &d, bits);
-      EXPECT_EQ(Read<ZBW8>(&d).p, want) << c << " " << bits;
+      EXPECT_EQ(kt::Read(&d).p, want) << c << " " << bits;
     }
   });
 }
 
-// dst == src: the gray walk reads what it wrote; the form without a destination works from a
+// dst == src: the gray walk reads what it wrote; the forms without a destination work from a
 // copy; colour in place is safe, since each plane is taken out before it is written.
 TEST(AffineWalk, InPlace) {
   const float k[6] = {0.8f, 0.3f, 1.0f, -0.3f, 0.8f, 4.0f};
   kt::ForScalarAndWide([&](int) {
     for (int bits : {0, 8}) {
-      kt::Framed<ZBW8> img(40, 20, 3), copy(40, 20, 0), ref(40, 20, 0);
-      Fill(img.get());
-      LumCopy(img.get(), copy.get());
-      const Img before = Read(img.get());
-      LumLinearTransform(img.get(), k[0], k[1], k[2], k[3], k[4], k[5], img.get(), bits);
-      EXPECT_EQ(Read(img.get()).p, Model(before, before, k, bits, true).p);
-      LumScaleRotate(copy.get(), 20, 10, 18, 11, 1.2f, 1.2f, -25.0f, ref.get(), bits);
-      EXPECT_EQ(LumScaleRotate(copy.get(), 20, 10, 18, 11, 1.2f, 1.2f, -25.0f, bits), 0);
-      EXPECT_TRUE(kt::SameBytes(copy.get(), ref.get()));
-      kt::Framed<ZBW16> w16(40, 20, 1), r16(40, 20, 2);
-      Fill(w16.get());
-      LumScaleRotate(w16.get(), 20, 10, 18, 11, 1.2f, 1.2f, -25.0f, r16.get(), bits);
-      LumScaleRotate(w16.get(), 20, 10, 18, 11, 1.2f, 1.2f, -25.0f, bits);
-      EXPECT_TRUE(kt::SameBytes(w16.get(), r16.get()));
+      kt::Framed<ZBW8> img(40, 20, 3), b8(40, 20, 0), r8(40, 20, 2);
+      kt::Framed<ZBW16> b16(40, 20, 1), r16(40, 20, 2);
       kt::Framed<ZC24> c(29, 13, 5), inPlace(29, 13, 1), out(29, 13, 4);
-      c.FillRandom(kt::Rng());
+      Fill(img), Fill(c);
+      const kt::Plane before = kt::Read(img.get());
+      LumLinearTransform(img.get(), k[0], k[1], k[2], k[3], k[4], k[5], img.get(), bits);
+      EXPECT_EQ(kt::Read(img.get()).p, Model(before, before, k, bits, true));
+      const auto fromCopy = [&](auto& view, auto& reference) {
+        Fill(view);
+        LumScaleRotate(view.get(), 20, 10, 18, 11, 1.2f, 1.2f, -25.0f, reference.get(), bits);
+        LumScaleRotate(view.get(), 20, 10, 18, 11, 1.2f, 1.2f, -25.0f, bits);
+        EXPECT_TRUE(ZGetError() == Z_ERROR_NONE && kt::SameBytes(view.get(), reference.get()));
+      };
+      fromCopy(b8, r8), fromCopy(b16, r16);
       LumCopy(c.get(), inPlace.get());
       LumLinearTransform(inPlace.get(), k[0], k[1], k[2], k[3], k[4], k[5], inPlace.get(), bits);
       LumLinearTransform(c.get(), k[0], k[1], k[2], k[3], k[4], k[5], out.get(), bits);
@@ -214,7 +180,7 @@ TEST(AffineWalk, InPlace) {
 // that every float step is exact).
 TEST(AffineRegister, OneTwoAndThreePivots) {
   kt::Framed<ZBW8> src(31, 21, 2), got(35, 25, 1), want(35, 25, 4);
-  Fill(src.get());
+  Fill(src);
   for (int bits : {0, 4, 8}) {
     const std::pair<std::function<void(ZROI<ZBW8>*)>, std::array<float, 6>> cases[] = {
         {[&](auto d) { LumRegister(src.get(), d, 3.25f, 1.5f, 10.0f, 4.0f, bits); }, {1, 0, 6.75f, 0, 1, 2.5f}},
@@ -223,9 +189,9 @@ TEST(AffineRegister, OneTwoAndThreePivots) {
         {[&](auto d) { LumRegister(src.get(), d, 0, 0, 8, 0, 0, 8, 5, 3, 5, 19, -11, 3, bits); }, {0, -2, 5, 2, 0, 3}}};
     for (const auto& [call, m] : cases) {
       call(got.get());
-      EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
+      const int error = ZGetError();
       LumLinearTransform(src.get(), m[0], m[1], m[2], m[3], m[4], m[5], want.get(), bits);
-      EXPECT_TRUE(kt::SameBytes(got.get(), want.get())) << m[0] << " " << m[2];
+      EXPECT_TRUE(error == Z_ERROR_NONE && kt::SameBytes(got.get(), want.get())) << m[0] << " " << m[2];
     }
   }
   // A quarter turn by two pivots, nearest, on the other types: the top row becomes the last column.
@@ -240,16 +206,15 @@ TEST(AffineRegister, OneTwoAndThreePivots) {
 // Every refusal: its number and trace, nothing written, on both settings. The gray cases run on
 // guarded BW8 views that must stay untouched.
 TEST(AffineErrors, NumbersTracesAndUntouchedViews) {
-  const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+  const float nan = NAN, inf = INFINITY;
   const Strings lt = {"LumLinearTransform"}, sr = {"LumLinearTransform", "LumScaleRotate"};
-  const Strings sr16 = {"LumLinearTransform (BW16)", "LumScaleRotate (BW16)"};
+  const Strings sr16 = {"LumLinearTransform (BW16)", "LumScaleRotate (BW16)"}, c24 = {"LumLinearTransform ( C24)"};
   ZROI<ZBW8> voidView;
   ZImage<ZBW16> a(5, 5), b(5, 5);
   ZImage<ZC24> c(5, 5), d(5, 5);
   ZROI<ZC24> none;
   LumCopy(ZC24(1, 2, 3), &d);
-  using Call = std::function<void(ZROI<ZBW8>*, ZROI<ZBW8>*)>;
-  const std::tuple<Call, Z_ERRORS, Strings> cases[] = {
+  const std::tuple<std::function<void(ZROI<ZBW8>*, ZROI<ZBW8>*)>, Z_ERRORS, Strings> cases[] = {
       {[](auto s, auto d) { LumLinearTransform(s, 1, 0, 0, 0, 1, 0, d, 2); }, Z_ERROR_BAD_ARGUMENTS, lt},
       {[](auto s, auto d) { LumScaleRotate(s, 0, 0, 0, 0, 1, 1, 0, d, -8); }, Z_ERROR_BAD_ARGUMENTS, sr},
       {[](auto s, auto d) { LumLinearTransform(s, 1, 2, 0, 2, 4, 0, d, 2); }, Z_ERROR_ZERO_DIVIDE, lt},
@@ -268,11 +233,8 @@ TEST(AffineErrors, NumbersTracesAndUntouchedViews) {
       {[](auto s, auto) { LumScaleRotate(s, 0, 0, 0, 0, 1, 1, 0, 1); }, Z_ERROR_BAD_ARGUMENTS,
        {"LumLinearTransform", "LumScaleRotate", "LumScaleRotate"}},
       {[&](auto, auto) { LumScaleRotate(&voidView, 0, 0, 0, 0, 1, 1, 0, 0); }, Z_ERROR_NULL_IMAGE, {"LumScaleRotate"}},
-      {[](auto s, auto d) {
-         ZSetGateError(Z_ERROR_NO_MEMORY);
-         LumLinearTransform(s, 1, 0, 0, 0, 1, 0, d, 8);
-         ZSetGateError(Z_ERROR_NONE);
-       }, Z_ERROR_NO_MEMORY, lt},
+      {[](auto s, auto d) { ZSetGateError(Z_ERROR_NO_MEMORY), LumLinearTransform(s, 1, 0, 0, 0, 1, 0, d, 8); },
+       Z_ERROR_NO_MEMORY, lt},
       {[&](auto, auto) { LumLinearTransform(&a, 1, 0, 0, 0, 1, 0, &b, 7); }, Z_ERROR_BAD_ARGUMENTS,
        {"LumLinearTransform (BW16)"}},
       {[&](auto, auto) { LumScaleRotate(&a, 0, 0, 0, 0, 0, 1, 0, &b, 0); }, Z_ERROR_ZERO_DIVIDE, sr16},
@@ -286,11 +248,9 @@ TEST(AffineErrors, NumbersTracesAndUntouchedViews) {
        {"LumLinearTransform", "LumScaleRotate", "LumScaleRotate ( C24)"}},
       {[&](auto, auto) { LumRegister(&c, &d, 0, 0, 1, 1, 2, 2, 0, 0, 1, 0, 0, 1, 4); }, Z_ERROR_SINGULAR_PIVOTS,
        {"LumRegister ( C24, 3 pivots)"}},
-      {[&](auto, auto) { LumLinearTransform(nullptr, 1, 0, 0, 0, 1, 0, &d, 0); }, Z_ERROR_NULL_IMAGE,
-       {"LumLinearTransform ( C24)"}},
+      {[&](auto, auto) { LumLinearTransform(nullptr, 1, 0, 0, 0, 1, 0, &d, 0); }, Z_ERROR_NULL_IMAGE, c24},
       // unlike gray, a null colour destination fails; the planes' check of it comes before the bits
-      {[&](auto, auto) { LumLinearTransform(&c, 1, 0, 0, 0, 1, 0, nullptr, 0); }, Z_ERROR_NULL_IMAGE,
-       {"LumLinearTransform ( C24)"}},
+      {[&](auto, auto) { LumLinearTransform(&c, 1, 0, 0, 0, 1, 0, nullptr, 0); }, Z_ERROR_NULL_IMAGE, c24},
       {[&](auto, auto) { LumScaleRotate(&c, 0, 0, 0, 0, 0, 1, 0, &none, 9); }, Z_ERROR_NULL_IMAGE,
        {"LumScaleRotate ( C24)"}},
   };
@@ -298,12 +258,13 @@ TEST(AffineErrors, NumbersTracesAndUntouchedViews) {
     int row = 0;
     for (const auto& [call, error, trace] : cases) {
       SCOPED_TRACE(testing::Message() << "row " << row++);
+      ZSetGateError(Z_ERROR_NONE);
       kt::Framed<ZBW8> src(12, 9, 1), dst(12, 9, 3);
-      Fill(src.get()), Fill(dst.get());
-      const Img s = Read(src.get()), t = Read(dst.get());
+      Fill(src), Fill(dst);
+      const std::vector<uint8_t> s = kt::Bytes(src.get()), t = kt::Bytes(dst.get());
       call(src.get(), dst.get());
       EXPECT_TRUE(kt::Failed(error, trace));
-      EXPECT_TRUE(Read(dst.get()).p == t.p && Read(src.get()).p == s.p && dst.GuardsIntact() && src.GuardsIntact());
+      EXPECT_TRUE(kt::Bytes(dst.get()) == t && kt::Bytes(src.get()) == s && dst.GuardsIntact() && src.GuardsIntact());
     }
     EXPECT_EQ(d.GetPixel(4, 4).c2, 3);
   });

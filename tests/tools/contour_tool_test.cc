@@ -1,21 +1,14 @@
-// The contour operator of the tool: the drawing, the CSV of `apply --points`, and its refusals.
+// The contour operator of the tool: the drawing and the CSV of `apply --points` (its refusals are
+// rows of the tool's bad-input table).
 #include "image_io.h"
 #include "tool_test_support.h"
 
 namespace {
 
-// A 12x9 gray picture with a bright 4x3 block at (3, 2) and a bright column on the right edge.
-std::string Blocks(const std::filesystem::path& dir) {
-  ktool::Picture p = ktool::Picture::Gray(12, 9);
-  for (int y = 0; y < 9; ++y)
-    for (int x = 0; x < 12; ++x) p.row(y)[x] = ((x >= 3 && x < 7 && y >= 2 && y < 5) || x == 11) ? 200 : 20;
-  ktool::WriteImage(p, (dir / "in.png").string());
-  return (dir / "in.png").string();
-}
-
 TEST(ContourTool, DrawsThePathAndWritesItsPoints) {
   const auto dir = ttest::Scratch();
-  const std::string in = Blocks(dir), out = (dir / "out.png").string(), csv = (dir / "p.csv").string();
+  const std::string in = (dir / "in.png").string(), out = (dir / "out.png").string(), csv = (dir / "p.csv").string();
+  ktool::WriteImage(ttest::Blocks(), in);
   const ttest::Outcome r = ttest::Kelmira({"apply", in, out, "contour", "3", "2", "clockwise", "100", "8", "11", "4",
                                            "anticlockwise", "100", "4", "--points", csv});
   ASSERT_EQ(r.code, 0) << r.err;
@@ -35,28 +28,6 @@ TEST(ContourTool, DrawsThePathAndWritesItsPoints) {
   // At most N: the dark background from the corner, along the image edge, closes.
   ASSERT_EQ(ttest::Kelmira({"apply", in, out, "contour", "0", "0", "clockwise-along-edge", "100-", "8", "--points", csv}).code, 0);
   EXPECT_NE(ttest::ReadBytes(csv).find("0,0,0,0,"), std::string::npos);
-}
-
-TEST(ContourTool, Refusals) {
-  const auto dir = ttest::Scratch();
-  const std::string in = Blocks(dir), out = (dir / "out.png").string(), csv = (dir / "p.csv").string();
-  const std::tuple<ktool::Words, int, const char*> cases[] = {
-      {{"contour", "0", "0", "clockwise", "100", "8"}, 4, "error 1500"},
-      {{"contour", "4", "3", "clockwise", "100", "8"}, 4, "error 1501"},
-      {{"contour", "3", "2", "clockwise", "100"}, 2, "takes 5 to 80"},
-      {{"contour", "3", "2", "clockwise", "100", "8", "1"}, 2, "groups of five"},
-      {{"contour", "12", "2", "clockwise", "100", "8"}, 2, "X must lie in 0..11"},
-      {{"contour", "3", "2", "sideways", "100", "8"}, 2, "unknown MODE"},
-      {{"contour", "3", "2", "clockwise", "100", "6"}, 2, "unknown CONNEXITY"},
-      {{"contour", "3", "2", "clockwise", "300-", "8"}, 2, "THRESHOLD must lie in 0..255"},
-      {{"oper", "invert", "--points", csv}, 2, "measures no points"},
-      {{"contour", "3", "2", "clockwise", "100", "8", "--points"}, 2, "--points needs a FILE"}};
-  for (const auto& [tail, code, message] : cases) {
-    ktool::Words words = {"apply", in, out};
-    words.insert(words.end(), tail.begin(), tail.end());
-    const ttest::Outcome r = ttest::Kelmira(words);
-    EXPECT_TRUE(r.code == code && r.err.find(message) != std::string::npos) << message << ": " << r.err;
-  }
 }
 
 }  // namespace

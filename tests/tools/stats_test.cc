@@ -1,5 +1,5 @@
-// `kelmira stats`: the table and the JSON of a known image and of a rectangle of it, and its
-// refusals.
+// `kelmira stats`: the table and the JSON of a known image and of a rectangle of it (its refusals
+// and help are rows of the tool's tables).
 #include "image_io.h"
 #include "tool_test_support.h"
 
@@ -36,18 +36,6 @@ TEST(Stats, TableAndJson) {
   ASSERT_EQ(c.code, 0) << c.err;
   EXPECT_TRUE(c.out.find("\"red\": {\"mean\": ") != std::string::npos &&
               c.out.find("\"all components\": {\"variance\": ") != std::string::npos);
-}
-
-TEST(Stats, RefusalsAndHelp) {
-  const std::string path = BlockImage();
-  for (const auto& [words, code] : {std::pair<ktool::Words, int>{{"stats"}, 2}, {{"stats", path, "15,5,6,4"}, 2},
-                                    {{"stats", path, "1,2,3"}, 2}, {{"stats", path, "--threshold", "256"}, 2},
-                                    {{"stats", path, "--frobnicate"}, 2},
-                                    {{"stats", path + ".missing.png"}, 3}})
-    EXPECT_EQ(ttest::Kelmira(words).code, code) << words.back();
-  for (const ktool::Words& w : std::vector<ktool::Words>{{"stats", "--help"}, {"help", "stats"}})
-    EXPECT_EQ(ttest::Kelmira(w).out.rfind("usage: kelmira stats", 0), 0u);
-  EXPECT_NE(ttest::Kelmira({"--help"}).out.find("  stats IMAGE"), std::string::npos);
 }
 
 }  // namespace

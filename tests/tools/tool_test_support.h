@@ -58,6 +58,14 @@ inline ktool::Picture Random(bool colour, int width, int height, unsigned seed) 
   return p;
 }
 
+// A 12x9 gray picture with a bright 4x3 block at (3, 2) and a bright column on the right edge.
+inline ktool::Picture Blocks() {
+  ktool::Picture p = ktool::Picture::Gray(12, 9);
+  for (int y = 0; y < 9; ++y)
+    for (int x = 0; x < 12; ++x) p.row(y)[x] = ((x >= 3 && x < 7 && y >= 2 && y < 5) || x == 11) ? 200 : 20;
+  return p;
+}
+
 inline bool SamePixels(const ktool::Picture& a, const ktool::Picture& b) {
   if (a.colour() != b.colour() || a.width() != b.width() || a.height() != b.height()) return false;
   for (int y = 0; y < a.height(); ++y)

@@ -1,10 +1,9 @@
 // LumContour against a direct model of the walker: worked examples, hand-made shapes and random
-// blobs in every mode, connexity and form on guarded views, the bound of the walk, bad input.
+// blobs in every mode, connexity and form on guarded views, the point limit, bad input.
 #include <string>
 #include <vector>
 
 #include "support/kelmira_test.h"
-#include "vectors/contour_walk.h"
 
 namespace {
 
@@ -32,7 +31,6 @@ Picture FromRows(const std::vector<std::string>& rows) {
 struct Pt {
   int x, y, d;
   uint32_t v;
-  bool operator==(const Pt& o) const { return x == o.x && y == o.y && d == o.d && v == o.v; }
 };
 struct Result {
   int error = 0, closed = -1;
@@ -84,84 +82,62 @@ Result Model(const Picture& pic, int mode, int sx, int sy, unsigned thr, int bel
   return o;
 }
 
-// The forms: paths of ZBW8 and ZBW16 (plain, with values, with chain codes) and the ZVector.
-enum Form { kPath8, kValues8, kChain8, kVector8, kPath16, kValues16, kChain16 };
-const char* const kWords[] = {"LumContour ( ZPathVector)",       "LumContour ( ZBW8PathVector)",
-                              "LumContour ( ZBW8PathVector)",    "LumContour ( ZVector)",
-                              "LumContour ( ZPathVector)(BW16)", "LumContour ( ZBW16PathVector)(BW16)",
-                              "LumContour ( ZBW16PathVector)(BW16)"};
+uint32_t Extra(const ZPath&) { return 0; }
+uint32_t Extra(const ZBW8Path& p) { return p.m_bw8Pixel.value; }
+uint32_t Extra(const ZBW16Path& p) { return p.m_bw16Pixel.value; }
 
-// What a form gives, as the model's points: the direction only where it keeps chain codes, the
-// value only where it keeps values.
-Result Run(Form f, ZGenericROI* view, int mode, int x, int y, unsigned thr, int below, int conn) {
-  const auto m = static_cast<CONTOUR_MODE>(mode);
-  const auto s = static_cast<CONTOUR_THRESHOLD>(below);
-  const auto c = static_cast<CONNEXITY>(conn);
-  auto* v8 = f < kPath16 ? static_cast<ZROI<ZBW8>*>(view) : nullptr;  // only the form's own type
-  auto* v16 = f >= kPath16 ? static_cast<ZROI<ZBW16>*>(view) : nullptr;
-  Result o;
-  const auto read = [&](auto& path, int kind) {  // kind 0 plain, 1 values, 2 chain
-    o = {ZGetError(), path.GetClosed(), {}};
-    for (unsigned i = 0; i < path.GetNumElements(); ++i) {
-      uint32_t extra = 0;
-      if constexpr (std::is_same_v<std::decay_t<decltype(path)>, ZBW8PathVector>) extra = path[i].m_bw8Pixel.value;
-      if constexpr (std::is_same_v<std::decay_t<decltype(path)>, ZBW16PathVector>) extra = path[i].m_bw16Pixel.value;
-      o.pts.push_back({path[i].m_n16X, path[i].m_n16Y, kind == 2 ? int(extra) : -1, kind == 1 ? extra : 0});
-    }
-  };
-  ZPathVector p;
-  ZBW8PathVector p8;
-  ZBW16PathVector p16;
-  p.SetClosed(-1), p8.SetClosed(-1), p16.SetClosed(-1);
-  if (f == kPath8) LumContour(v8, m, x, y, s, thr, c, &p), read(p, 0);
-  if (f == kPath16) LumContour(v16, m, x, y, s, thr, c, &p), read(p, 0);
-  if (f == kValues8 || f == kChain8) LumContour(v8, m, x, y, s, thr, c, &p8, f == kChain8), read(p8, f - kPath8);
-  if (f == kValues16 || f == kChain16) LumContour(v16, m, x, y, s, thr, c, &p16, f == kChain16), read(p16, f - kPath16);
-  if (f == kVector8) {
-    ZVector vec;
-    const short r = LumContour(v8, m, x, y, s, thr, c, &vec);
-    o = {ZGetError(), -1, {}};
-    EXPECT_EQ(r, o.error);
-    for (int i = 0; i < vec.GetNbGroup(); ++i) {
-      const int32_t* d = static_cast<const int32_t*>(vec.GetDataPtr()) + 3 * i;
-      o.pts.push_back({d[0], d[1], d[2], 0});
-    }
-  }
-  return o;
-}
-
-// Every form, mode and connexity (2 being neither) from one start, on views at two offsets; the
-// 16-bit forms see values and threshold times 257. Chain codes must rebuild the path.
+// Every form from one start in every mode and connexity (2 being neither), on views at two offsets:
+// the paths of ZBW8 and ZBW16 plain, with values and with chain codes (the 16-bit forms see values
+// and threshold times 257), and the ZVector form with chain codes and its point limit.
 void CheckAll(const Picture& pic, int x, int y, unsigned thr, int below) {
-  Picture scaled = pic;
-  for (auto& v : scaled.px) v *= 257;
+  const auto s = static_cast<CONTOUR_THRESHOLD>(below);
   for (int offset : {0, 3}) {
     kt::Framed<ZBW8> f8(pic.w, pic.h, offset);
     kt::Framed<ZBW16> f16(pic.w, pic.h, 2 * offset);
     pic.To(f8.get()), pic.To(f16.get(), 257);
-    for (Form f : {kPath8, kValues8, kChain8, kVector8, kPath16, kValues16, kChain16})
-      for (int mode = 0; mode < 6; ++mode)
-        for (int conn : {0, 1, 2}) {
-          SCOPED_TRACE(testing::Message() << "form " << f << " offset " << offset << " mode " << mode << " conn " << conn
-                                          << " start " << x << "," << y);
-          const bool wide = f >= kPath16;
-          Result want = Model(wide ? scaled : pic, mode, x, y, wide ? thr * 257 : thr, below, conn, f == kVector8);
-          if (f == kVector8) want.closed = -1;
-          for (auto& p : want.pts) {
-            if (f != kChain8 && f != kChain16 && f != kVector8) p.d = -1;
-            p.v = f == kValues8 || f == kValues16 ? p.v & (wide ? 0xFFFF : 0xFF) : 0;
+    for (int mode = 0; mode < 6; ++mode)
+      for (int conn : {0, 1, 2}) {
+        SCOPED_TRACE(testing::Message() << "offset " << offset << " mode " << mode << " conn " << conn << " start " << x
+                                        << "," << y);
+        const auto m = static_cast<CONTOUR_MODE>(mode);
+        const auto c = static_cast<CONNEXITY>(conn);
+        const Result want = Model(pic, mode, x, y, thr, below, conn, false);
+        // kind 0: points only, 1: with values, 2: with chain codes.
+        const auto check = [&](auto path, int kind, uint32_t scale, const char* word, const auto& call) {
+          path.SetClosed(-1);
+          call(&path);
+          ASSERT_TRUE(kt::Failed(want.error, want.error ? Strings{word} : Strings{})) << word;
+          EXPECT_EQ(path.GetClosed(), want.closed) << word;
+          ASSERT_EQ(path.GetNumElements(), want.pts.size()) << word;
+          for (unsigned i = 0; i < path.GetNumElements(); ++i) {
+            const Pt& p = want.pts[i];
+            const uint32_t extra = kind == 1 ? p.v * scale : kind == 2 ? uint32_t(p.d) : 0;
+            ASSERT_TRUE(path[i].m_n16X == p.x && path[i].m_n16Y == p.y && Extra(path[i]) == extra) << word << " " << i;
           }
-          const Result got = Run(f, wide ? static_cast<ZGenericROI*>(f16.get()) : f8.get(), mode, x, y,
-                                 wide ? thr * 257 : thr, below, conn);
-          ASSERT_EQ(got.error, want.error);
-          EXPECT_EQ(got.closed, want.closed);
-          ASSERT_TRUE(got.pts == want.pts) << got.pts.size() << " points, want " << want.pts.size();
-          EXPECT_EQ(kt::Trace(), want.error ? Strings{kWords[f]} : Strings{});
-          for (size_t i = 0; f == kChain16 && i < got.pts.size(); ++i) {
-            const Pt &a = got.pts[i], &b = got.pts[(i + 1) % got.pts.size()];
-            ASSERT_TRUE((a.x + kDx[a.d] == b.x && a.y + kDy[a.d] == b.y) || (i + 1 == got.pts.size() && got.error != 0));
-          }
+        };
+        const unsigned t16 = thr * 257;
+        check(ZPathVector(), 0, 1, "LumContour ( ZPathVector)", [&](auto* p) { LumContour(f8.get(), m, x, y, s, thr, c, p); });
+        check(ZBW8PathVector(), 1, 1, "LumContour ( ZBW8PathVector)",
+              [&](auto* p) { LumContour(f8.get(), m, x, y, s, thr, c, p, 0); });
+        check(ZBW8PathVector(), 2, 1, "LumContour ( ZBW8PathVector)",
+              [&](auto* p) { LumContour(f8.get(), m, x, y, s, thr, c, p, 1); });
+        check(ZPathVector(), 0, 257, "LumContour ( ZPathVector)(BW16)",
+              [&](auto* p) { LumContour(f16.get(), m, x, y, s, t16, c, p); });
+        check(ZBW16PathVector(), 1, 257, "LumContour ( ZBW16PathVector)(BW16)",
+              [&](auto* p) { LumContour(f16.get(), m, x, y, s, t16, c, p, 0); });
+        check(ZBW16PathVector(), 2, 257, "LumContour ( ZBW16PathVector)(BW16)",
+              [&](auto* p) { LumContour(f16.get(), m, x, y, s, t16, c, p, 1); });
+        // The ZVector form: 32-bit points and chain codes, the error as its result, no closed flag.
+        const Result capped = Model(pic, mode, x, y, thr, below, conn, true);
+        ZVector vec;
+        ASSERT_EQ(LumContour(f8.get(), m, x, y, s, thr, c, &vec), capped.error);
+        ASSERT_TRUE(kt::Failed(capped.error, capped.error ? Strings{"LumContour ( ZVector)"} : Strings{}));
+        ASSERT_EQ(vec.GetNbGroup(), int(capped.pts.size()));
+        for (int i = 0; i < vec.GetNbGroup(); ++i) {
+          const int32_t* d = static_cast<const int32_t*>(vec.GetDataPtr()) + 3 * i;
+          ASSERT_TRUE(d[0] == capped.pts[i].x && d[1] == capped.pts[i].y && d[2] == capped.pts[i].d) << "vector " << i;
         }
+      }
     EXPECT_TRUE(f8.GuardsIntact() && f16.GuardsIntact());
   }
 }
@@ -236,32 +212,6 @@ TEST(ContourModel, HandShapesFromEveryPixelAndRandomBlobs) {
   }
 }
 
-// Counts the points of a walk.
-struct Counting {
-  static constexpr int kMaxCoordinate = 1 << 30;
-  int n = 0;
-  void Empty() { n = 0; }
-  static constexpr bool Full() { return false; }
-  bool Put(int, int, int, uint32_t) { return ++n, true; }
-};
-
-// The walker's own cap ends a walk with 1504 when its points reach it.
-TEST(ContourBound, TheCap) {
-  kt::Framed<ZBW8> v(6, 4);
-  FromRows({"......", ".####.", ".####.", "......"}).To(v.get());  // 8 border pixels
-  kelmira::contour::Context ctx;
-  ctx.threshold = 100;
-  ctx.connexity = 1;
-  for (int64_t cap : {int64_t{3}, int64_t{7}, kelmira::contour::StateCount(6, 4, 1)}) {
-    Counting sink;
-    int x = 1, y = 1;
-    ZOk();
-    kelmira::contour::Walk<ZBW8>(v.get(), &x, &y, -1, sink, ctx, cap);
-    EXPECT_EQ(ZGetError(), cap < 8 ? Z_ERROR_CONTOUR_TOO_LONG : Z_ERROR_NONE);
-    EXPECT_EQ(sink.n, cap < 8 ? cap : 8);
-  }
-}
-
 // The ZVector form: set-up of a vector of another kind, growth past its first block, the point
 // limit of (width * height) >> 3 with the points so far.
 TEST(ContourVector, SetUpGrowthAndLimit) {
@@ -300,10 +250,11 @@ TEST(ContourBadInput, NumbersTracesAndResult) {
       {0, 3, 1, -5, 1, false, 1014, 1014, 1, 0},   {0, 0, 0, 0, 1, false, 1500, 1500, 1, 0},
       {0, 0, 1, 1, 7, false, 0, 1504, 1, 2},  // connexity 7 takes the 4 tables; 12 pixels: a limit of 1 point
   };
+  const char* const words[] = {"LumContour ( ZPathVector)", "LumContour ( ZVector)", "LumContour ( ZPathVector)(BW16)"};
   for (const auto& c : cases)
-    for (Form f : {kPath8, kVector8, kPath16}) {
+    for (int f : {0, 1, 2}) {  // the 8-bit path, the ZVector, the 16-bit path
       SCOPED_TRACE(testing::Message() << "mode " << c.mode << " at " << c.x << "," << c.y << " form " << f);
-      ZGenericROI* view = views[c.source][f == kPath16];
+      ZGenericROI* view = views[c.source][f == 2];
       const auto m = static_cast<CONTOUR_MODE>(c.mode);
       const auto cn = static_cast<CONNEXITY>(c.conn);
       ZPathVector path;
@@ -311,15 +262,15 @@ TEST(ContourBadInput, NumbersTracesAndResult) {
       path.SetClosed(-1);
       ZPathVector* out = c.nullResult ? nullptr : &path;
       ZVector vec;
-      if (f == kVector8)
+      if (f == 1)
         LumContour(static_cast<ZROI<ZBW8>*>(view), m, c.x, c.y, CONTOUR_THRESHOLD_ABOVE, 100, cn, c.nullResult ? nullptr : &vec);
-      else if (f == kPath8)
+      else if (f == 0)
         LumContour(static_cast<ZROI<ZBW8>*>(view), m, c.x, c.y, CONTOUR_THRESHOLD_ABOVE, 100, cn, out);
       else
         LumContour(static_cast<ZROI<ZBW16>*>(view), m, c.x, c.y, CONTOUR_THRESHOLD_ABOVE, 100, cn, out);
-      const int error = f == kVector8 ? c.vectorError : c.pathError;
-      EXPECT_TRUE(kt::Failed(error, error ? Strings{kWords[f]} : Strings{}));
-      EXPECT_TRUE(f == kVector8 || (path.GetClosed() == c.closed && path.GetNumElements() == unsigned(c.count)));
+      const int error = f == 1 ? c.vectorError : c.pathError;
+      EXPECT_TRUE(kt::Failed(error, error ? Strings{words[f]} : Strings{}));
+      EXPECT_TRUE(f == 1 || (path.GetClosed() == c.closed && path.GetNumElements() == unsigned(c.count)));
     }
 }
 

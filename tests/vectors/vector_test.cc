@@ -1,6 +1,7 @@
 // The growable vector: growth, capacity and count, copies, bounds, the heap step, the derived
 // vectors and the text forms of the elements.
 #include <algorithm>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -24,6 +25,30 @@ ZVectorTemplate<int> Filled(std::initializer_list<int> values) {
   return v;
 }
 
+// A step on a vector and what it must leave: count, capacity, the first elements, the error and
+// the trace.
+struct Step {
+  std::function<void(ZVectorTemplate<int>&)> op;
+  unsigned count, capacity;
+  Ints first;
+  int error = Z_ERROR_NONE;
+  std::vector<std::string> trace = {};
+};
+
+// Runs the steps in turn on `v`, each from a cleared error.
+void Play(ZVectorTemplate<int>& v, const std::vector<Step>& steps) {
+  for (size_t i = 0; i < steps.size(); ++i) {
+    SCOPED_TRACE(testing::Message() << "step " << i);
+    ZOk();
+    steps[i].op(v);
+    EXPECT_TRUE(kt::Failed(steps[i].error, steps[i].trace));
+    EXPECT_TRUE(v.GetNumElements() == steps[i].count && v.GetMaxElements() == steps[i].capacity)
+        << v.GetNumElements() << " of " << v.GetMaxElements();
+    const Ints got = Contents(v);
+    EXPECT_EQ(Ints(got.begin(), got.begin() + std::min(got.size(), steps[i].first.size())), steps[i].first);
+  }
+}
+
 TEST(VectorGrowth, AppendingDoublesTheCapacity) {
   ZVectorTemplate<int> v;
   EXPECT_EQ(State(v), std::make_tuple(0u, 0u, Ints{}));
@@ -38,40 +63,26 @@ TEST(VectorGrowth, AppendingDoublesTheCapacity) {
   EXPECT_TRUE(three.GetNumElements() == 3u && three.GetMaxElements() == 4u && three[2].m_n16X == 3);
   // Only an append that grows clears a pending error.
   ZVectorTemplate<int> w;
-  w.SetMaxElements(2, 1);
-  ZSetError(Z_ERROR_INTERNAL);
-  w.AddElement(1), w.AddElement(2);
-  EXPECT_EQ(ZGetError(), Z_ERROR_INTERNAL);
-  w.AddElement(3);
-  EXPECT_TRUE(ZGetError() == Z_ERROR_NONE && w.GetMaxElements() == 4u);
+  Play(w, {{[](auto& w) { w.SetMaxElements(2, 1), ZSetError(Z_ERROR_INTERNAL), w.AddElement(1), w.AddElement(2); }, 2, 2,
+            {1, 2}, Z_ERROR_INTERNAL},
+           {[](auto& w) { ZSetError(Z_ERROR_INTERNAL), w.AddElement(3); }, 3, 4, {1, 2, 3}}});
 }
 
+// The present capacity does nothing, whatever keep says; shrinking with keep cuts the count,
+// growing with keep keeps the elements; without keep the count goes to 0; 0 releases the store.
+// SetNumElements grows exactly and never shrinks; the old values come back.
 TEST(VectorCapacity, SetMaxAndSetNumElements) {
-  // The present capacity does nothing, whatever keep says; shrinking with keep cuts the count,
-  // growing with keep keeps the elements; without keep the count goes to 0; 0 releases the store.
-  ZVectorTemplate<int> v = Filled({5, 6, 7});
+  ZVectorTemplate<int> v = Filled({5, 6, 7}), w = Filled({1, 2, 3, 4, 5});
   int* store = v.GetDataPtr();
-  v.SetMaxElements(4, 0);
-  EXPECT_TRUE(v.GetDataPtr() == store && Contents(v) == Ints({5, 6, 7}));
-  v.SetMaxElements(2, 1);
-  EXPECT_EQ(State(v), std::make_tuple(2u, 2u, Ints{5, 6}));
-  v.SetMaxElements(10, 1);
-  EXPECT_EQ(State(v), std::make_tuple(2u, 10u, Ints{5, 6}));
-  v.SetMaxElements(3, 0);
-  EXPECT_TRUE(State(v) == std::make_tuple(0u, 3u, Ints{}) && v.GetDataPtr() != nullptr);
-  v.SetMaxElements(0, 1);
-  EXPECT_TRUE(State(v) == std::make_tuple(0u, 0u, Ints{}) && v.GetDataPtr() == nullptr);
-  EXPECT_EQ(ZGetTraceCount(), 0);
-  // SetNumElements grows exactly and never shrinks; the old values come back.
-  ZVectorTemplate<int> w = Filled({1, 2, 3, 4, 5});
-  w.SetNumElements(2);
-  EXPECT_EQ(State(w), std::make_tuple(2u, 8u, Ints{1, 2}));
-  w.SetNumElements(5);
-  EXPECT_EQ(Contents(w), (Ints{1, 2, 3, 4, 5}));
-  w.SetNumElements(13);
-  EXPECT_TRUE(w.GetMaxElements() == 13u && w.GetNumElements() == 13u && w[4] == 5);
-  w.Empty();
-  EXPECT_TRUE(w.GetNumElements() == 0u && w.GetMaxElements() == 13u);
+  Play(v, {{[&](auto& v) { v.SetMaxElements(4, 0); EXPECT_EQ(v.GetDataPtr(), store); }, 3, 4, {5, 6, 7}},
+          {[](auto& v) { v.SetMaxElements(2, 1); }, 2, 2, {5, 6}},
+          {[](auto& v) { v.SetMaxElements(10, 1); }, 2, 10, {5, 6}},
+          {[](auto& v) { v.SetMaxElements(3, 0); EXPECT_NE(v.GetDataPtr(), nullptr); }, 0, 3, {}},
+          {[](auto& v) { v.SetMaxElements(0, 1); EXPECT_EQ(v.GetDataPtr(), nullptr); }, 0, 0, {}}});
+  Play(w, {{[](auto& w) { w.SetNumElements(2); }, 2, 8, {1, 2}},
+          {[](auto& w) { w.SetNumElements(5); }, 5, 8, {1, 2, 3, 4, 5}},
+          {[](auto& w) { w.SetNumElements(13); }, 13, 13, {1, 2, 3, 4, 5}},
+          {[](auto& w) { w.Empty(); }, 0, 13, {}}});
 }
 
 TEST(VectorCopy, CopyToConstructorAndAssignment) {
@@ -106,43 +117,25 @@ TEST(VectorCopy, CopyToConstructorAndAssignment) {
 // operator[] out of range gives one static element per type; GetElement and RemoveElement
 // refuse; SetElement past the count but inside the store reports and stores anyway.
 TEST(VectorBounds, IndexGetSetAndRemove) {
-  ZVectorTemplate<int> v = Filled({1, 2, 3});  // capacity 4
-  ZOk();
-  int& bad = v[3];
-  EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_1, {"ZVector::operator[]"}));
-  bad = 77;
-  ZVectorTemplate<int> other;
-  EXPECT_TRUE(&v[0xFFFFFFFFu] == &bad && &other[0] == &bad && Contents(v) == Ints({1, 2, 3}));
+  const std::vector<std::string> index = {"ZVector::operator[]"}, remove = {"ZVector::RemoveElement"};
+  ZVectorTemplate<int> v = Filled({1, 2, 3}), other;  // capacity 4
   ZVectorTemplate<ZPeak> peaks;
-  ZOk();
-  peaks[3].m_n32Area = 9;
-  EXPECT_EQ(ZGetError(), Z_ERROR_ARGUMENT_1);
-  for (int i : {-1, 3, 100}) {
-    ZOk();
-    v.GetElement(i);
-    EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_1, {"ZVector::operator[]"})) << i;
-  }
-  ZOk();
-  EXPECT_TRUE(v.GetElement(2) == 3 && v[1] == 2);
-  v.SetElement(1, 20);
-  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
-  v.SetElement(3, 40);
-  EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_1, {"ZVector::operator[]"}));
-  v.SetNumElements(4);
-  EXPECT_EQ(Contents(v), (Ints{1, 20, 3, 40}));
-  ZOk();
-  v.SetElement(4, 50), v.SetElement(-1, 50);  // beyond the store: nothing written
-  EXPECT_TRUE(ZGetError() == Z_ERROR_ARGUMENT_1 && Contents(v) == Ints({1, 20, 3, 40}));
-  ZOk();
-  v.RemoveElement(4);
-  EXPECT_TRUE(kt::Failed(Z_ERROR_ARGUMENT_1, {"ZVector::RemoveElement"}));
-  ZOk();
-  v.RemoveElement(1);
-  EXPECT_EQ(Contents(v), (Ints{1, 3, 40}));
-  v.RemoveElement(2);
-  EXPECT_EQ(Contents(v), (Ints{1, 3}));
-  v.RemoveElement(0), v.RemoveElement(0);
-  EXPECT_TRUE(State(v) == std::make_tuple(0u, 4u, Ints{}) && ZGetError() == Z_ERROR_NONE);
+  int* bad = nullptr;
+  Play(v, {{[&](auto& v) { bad = &v[3], *bad = 77; }, 3, 4, {1, 2, 3}, Z_ERROR_ARGUMENT_1, index},
+          {[&](auto& v) { EXPECT_EQ(&v[0xFFFFFFFFu], bad); }, 3, 4, {1, 2, 3}, Z_ERROR_ARGUMENT_1, index},
+          {[&](auto&) { EXPECT_EQ(&other[0], bad); }, 3, 4, {1, 2, 3}, Z_ERROR_ARGUMENT_1, index},
+          {[&](auto&) { peaks[3].m_n32Area = 9; }, 3, 4, {1, 2, 3}, Z_ERROR_ARGUMENT_1, index},
+          {[](auto& v) { v.GetElement(-1); }, 3, 4, {1, 2, 3}, Z_ERROR_ARGUMENT_1, index},
+          {[](auto& v) { v.GetElement(3); }, 3, 4, {1, 2, 3}, Z_ERROR_ARGUMENT_1, index},
+          {[](auto& v) { EXPECT_TRUE(v.GetElement(2) == 3 && v[1] == 2); v.SetElement(1, 20); }, 3, 4, {1, 20, 3}},
+          {[](auto& v) { v.SetElement(3, 40); }, 3, 4, {1, 20, 3}, Z_ERROR_ARGUMENT_1, index},
+          {[](auto& v) { v.SetNumElements(4); }, 4, 4, {1, 20, 3, 40}},
+          {[](auto& v) { v.SetElement(4, 50); }, 4, 4, {1, 20, 3, 40}, Z_ERROR_ARGUMENT_1, index},  // beyond the store
+          {[](auto& v) { v.SetElement(-1, 50); }, 4, 4, {1, 20, 3, 40}, Z_ERROR_ARGUMENT_1, index},
+          {[](auto& v) { v.RemoveElement(4); }, 4, 4, {1, 20, 3, 40}, Z_ERROR_ARGUMENT_1, remove},
+          {[](auto& v) { v.RemoveElement(1); }, 3, 4, {1, 3, 40}},
+          {[](auto& v) { v.RemoveElement(2); }, 2, 4, {1, 3}},
+          {[](auto& v) { v.RemoveElement(0), v.RemoveElement(0); }, 0, 4, {}}});
 }
 
 int Greater(const int& a, const int& b) { return a > b; }
