@@ -10,7 +10,6 @@
 
 namespace {
 
-using kelmira::canny::DirectionCode;
 using kt::Plane;
 
 // BW32 views on rows whose pitch keeps every pixel 4-byte aligned.
@@ -156,18 +155,6 @@ TEST(CannyGradient, EveryViewAndTargetAgreesWithTheModel) {
   kt::CheckFrame<ZBW8, ZBW32>([](ZROI<ZBW8>* s, ZROI<ZBW32>* d) { LumGradientVector(s, d); }, "LumGradientVector", false);
 }
 
-TEST(CannyDirection, CodesAroundTheBoundaryAndTheSigns) {
-  const int cases[][3] = {
-      {0, 0, 45},      {1, 0, 0},      {-1, 0, 0},      {0, 1, 90},      {0, -1, 90},    {242, 100, 45},
-      {243, 100, 0},   {-243, 100, 0}, {100, 242, 45},  {100, 243, 90},  {100, -243, 90}, {121, 50, 45},
-      {-121, 50, 135}, {121, -50, 135}, {-121, -50, 45}, {50, 121, 45},   {-50, 121, 135}, {5, 2, 0},
-      {12, 5, 45},     {13, 5, 0},     {-32768, 13540, 0}, {-32768, 13541, 135}, {7, 7, 45}, {7, -7, 135}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(DirectionCode(c[0], c[1]), c[2]) << c[0] << "," << c[1];
-    EXPECT_EQ(ModelCode(c[0], c[1]), c[2]) << c[0] << "," << c[1];
-  }
-}
-
 // Suppression against the model, separately and with the gradient as the direction image.
 void SuppressCase(const Plane& g, int offset) {
   Plane expDir, expMag;
@@ -185,15 +172,17 @@ void SuppressCase(const Plane& g, int offset) {
 
 // Small gradient values make ties and the 121:50 boundary frequent; the full 16-bit range makes
 // magnitudes that wrap at 8 bits. Then every exact multiple of 121:50 in the 16-bit range, both
-// ways round and with all four signs: the wide paths compare in integers, the model in double.
+// ways round and with all four signs, and the boundary at -32768: the wide paths compare in
+// integers, the model in double.
 TEST(CannySuppression, BothPathsAgreeWithTheModel) {
-  Plane edges(4 * 8, 270);
+  Plane edges(4 * 8 + 2, 270);
   for (int k = 0; k < 270; ++k)
     for (int s = 0; s < 4; ++s) {
       const int a = 121 * k * (s & 1 ? -1 : 1), b = 50 * k * (s & 2 ? -1 : 1);
       const int cols[8][2] = {{a, b}, {b, a}, {a + 1, b}, {b, a + 1}, {a, b + 1}, {b + 1, a}, {a - 1, b}, {b, a - 1}};
       for (int c = 0; c < 8; ++c)
         edges.at(s * 8 + c, k) = Pack(std::clamp(cols[c][0], -32768, 32767), std::clamp(cols[c][1], -32768, 32767));
+      edges.at(32 + k % 2, k) = Pack(-32768, 13540 + k % 4 / 2);
     }
   ScalarThenEveryTarget([&] {
     for (int w : {1, 2, 3, 8, 17, 40})
@@ -300,7 +289,7 @@ TEST(CannyStages, MismatchedOrMissingViewsDoNothing) {
   ZImage<ZBW32> dirImage(6, 5), dirImageSmall(5, 6);
   ZImage<ZBW8> empty;
   mag.FillBytes(200), dst.FillBytes(3), small.FillBytes(3), grad.FillBytes(0x11), dir.FillBytes(0);
-  const Plane dst0 = kt::Read(dst.get()), mag0 = kt::Read(mag.get());
+  const Plane dst0 = kt::Read(dst.get()), mag0 = kt::Read(mag.get()), dir0 = kt::Read(dir.get());
   ZSetError(Z_ERROR_BAD_ARGUMENTS);
   NonMaximaSuppression(grad.get(), dirSmall.get(), mag.get());
   NonMaximaSuppression(nullptr, dir.get(), mag.get());
@@ -312,10 +301,8 @@ TEST(CannyStages, MismatchedOrMissingViewsDoNothing) {
   ContourGrowing(mag.get(), dst.get(), dirSmall.get(), 1);
   ContourGrowing(mag.get(), &empty, dir.get(), 1);
   ContourGrowing(mag.get(), nullptr, dir.get(), 1);
-  EXPECT_EQ(ZGetError(), Z_ERROR_BAD_ARGUMENTS);
-  ZOk();
-  EXPECT_EQ(kt::Read(dst.get()), dst0);
-  EXPECT_EQ(kt::Read(mag.get()), mag0);
+  EXPECT_TRUE(kt::Failed(Z_ERROR_BAD_ARGUMENTS, {}));
+  EXPECT_TRUE(kt::Read(dst.get()) == dst0 && kt::Read(mag.get()) == mag0 && kt::Read(dir.get()) == dir0);
   EXPECT_EQ(kt::Read(small.get()), Plane(5, 5, 3));
   EXPECT_TRUE(mag.GuardsIntact() && dst.GuardsIntact() && small.GuardsIntact() && dir.GuardsIntact());
 }
