@@ -98,10 +98,8 @@ void RandomTable(ZKernel& k, float spread) {
   for (int i = 0; i < k.GetSizeX() * k.GetSizeY(); ++i) k.GetDataPtr()[i] = std::round(u(kt::Rng()) * 8) / 8;
 }
 
-void Convol(ZROI<ZBW8>* s, ZROI<ZBW8>* d, ZKernel* k, bool symmetric) {
-  symmetric ? LumConvolSymmetricKernel(s, d, k) : LumConvolKernel(s, d, k);
-}
-void Convol(ZROI<ZBW16>* s, ZROI<ZBW16>* d, ZKernel* k, bool symmetric) {
+template <class T>
+void Convol(ZROI<T>* s, ZROI<T>* d, ZKernel* k, bool symmetric) {
   symmetric ? LumConvolSymmetricKernel(s, d, k) : LumConvolKernel(s, d, k);
 }
 
@@ -230,7 +228,7 @@ TEST(ConvolColour, PlaneByPlaneThroughTheGrayForm) {
   k.SetOffset(9);
   for (bool symmetric : {false, true})
     kt::ForScalarAndWide([&](int) {
-      ft::CheckColour([&](ZROI<ZC24>* s, ZROI<ZC24>* d) { symmetric ? LumConvolSymmetricKernel(s, d, &k) : LumConvolKernel(s, d, &k); },
+      ft::CheckColour([&](ZROI<ZC24>* s, ZROI<ZC24>* d) { Convol(s, d, &k, symmetric); },
                       ft::ThroughCopy([&](ZROI<ZBW8>* s, ZROI<ZBW8>* d) { Convol(s, d, &k, symmetric); }), 21, 7, ft::kSeparate);
     });
 }
@@ -243,6 +241,7 @@ TEST(ConvolErrors, NumbersAndTraces) {
   kt::Framed<ZC24> c(8, 8), d(8, 8);
   ZROI<ZBW8>* null8 = nullptr;
   ZROI<ZBW8> none8;
+  const auto Sym = [](auto* s, decltype(s) d, ZKernel* k) { LumConvolSymmetricKernel(s, d, k); };
   b.FillBytes(9);
   // Sizes before the pixels (a void source of another size gives 1402), then the kernel.
   kt::CheckRefusals({
@@ -254,29 +253,20 @@ TEST(ConvolErrors, NumbersAndTraces) {
       {[&] { LumConvolKernel(a.get(), b.get(), nullptr); }, Z_ERROR_KERNEL_NO_DATA, {"LumConvolKernel BW8"}},
       {[&] { LumConvolKernel(a16.get(), a16.get(), &none); }, Z_ERROR_KERNEL_NO_DATA, {"LumConvolKernel BW16"}},
       // Symmetric: rectifier first, then size; the worker checks the views and traces its own word.
-      {[&] { LumConvolSymmetricKernel(null8, nullptr, &r0); }, Z_ERROR_KERNEL_NO_RECTIFIER, {"LumConvolSymmetricKernel"}},
-      {[&] { LumConvolSymmetricKernel(a.get(), b.get(), &even); }, Z_ERROR_KERNEL_BAD_SIZE, {"LumConvolSymmetricKernel"}},
-      {[&] { LumConvolSymmetricKernel(a16.get(), a16.get(), &oblong); }, Z_ERROR_KERNEL_BAD_SIZE,
-       {"LumConvolSymmetricKernel BW16"}},
-      {[&] { LumConvolSymmetricKernel(a.get(), nullptr, &k); }, Z_ERROR_NULL_IMAGE,
-       {"ConvolKernelS3xS3", "LumConvolSymmetricKernel"}},
-      {[&] { LumConvolSymmetricKernel(a.get(), small.get(), &s5); }, Z_ERROR_DIFFERENT_SIZES,
-       {"ConvolKernelS5xS5", "LumConvolSymmetricKernel"}},
-      {[&] { LumConvolSymmetricKernel(a.get(), nullptr, &s7); }, Z_ERROR_NULL_IMAGE,
-       {"ConvolKernelS7xS7", "LumConvolSymmetricKernel"}},
-      {[&] { LumConvolSymmetricKernel(a16.get(), nullptr, &k); }, Z_ERROR_NULL_IMAGE,
-       {"ConvolKernelS3xS3 BW16", "LumConvolSymmetricKernel BW16"}},
-      {[&] { LumConvolSymmetricKernel(a16.get(), nullptr, &s5); }, Z_ERROR_NULL_IMAGE,
-       {"ConvolKernelS5xS5 BW16", "LumConvolSymmetricKernel BW16"}},
-      {[&] { LumConvolSymmetricKernel(a16.get(), nullptr, &s7); }, Z_ERROR_NULL_IMAGE,
-       {"ConvolKernelS7xS7 (BW16)", "LumConvolSymmetricKernel BW16"}},
+      {[&] { Sym(null8, nullptr, &r0); }, Z_ERROR_KERNEL_NO_RECTIFIER, {"LumConvolSymmetricKernel"}},
+      {[&] { Sym(a.get(), b.get(), &even); }, Z_ERROR_KERNEL_BAD_SIZE, {"LumConvolSymmetricKernel"}},
+      {[&] { Sym(a16.get(), a16.get(), &oblong); }, Z_ERROR_KERNEL_BAD_SIZE, {"LumConvolSymmetricKernel BW16"}},
+      {[&] { Sym(a.get(), nullptr, &k); }, Z_ERROR_NULL_IMAGE, {"ConvolKernelS3xS3", "LumConvolSymmetricKernel"}},
+      {[&] { Sym(a.get(), small.get(), &s5); }, Z_ERROR_DIFFERENT_SIZES, {"ConvolKernelS5xS5", "LumConvolSymmetricKernel"}},
+      {[&] { Sym(a.get(), nullptr, &s7); }, Z_ERROR_NULL_IMAGE, {"ConvolKernelS7xS7", "LumConvolSymmetricKernel"}},
+      {[&] { Sym(a16.get(), nullptr, &k); }, Z_ERROR_NULL_IMAGE, {"ConvolKernelS3xS3 BW16", "LumConvolSymmetricKernel BW16"}},
+      {[&] { Sym(a16.get(), nullptr, &s5); }, Z_ERROR_NULL_IMAGE, {"ConvolKernelS5xS5 BW16", "LumConvolSymmetricKernel BW16"}},
+      {[&] { Sym(a16.get(), nullptr, &s7); }, Z_ERROR_NULL_IMAGE, {"ConvolKernelS7xS7 (BW16)", "LumConvolSymmetricKernel BW16"}},
       // Colour: 1413 for a null or equal destination; the gray form's trace inside the colour one.
       {[&] { LumConvolKernel(c.get(), nullptr, &k); }, Z_ERROR_NEED_SEPARATE_DESTINATION, {"LumConvolKernel ( C24)"}},
-      {[&] { LumConvolSymmetricKernel(c.get(), c.get(), &k); }, Z_ERROR_NEED_SEPARATE_DESTINATION,
-       {"LumConvolSymmetricKernel ( C24)"}},
-      {[&] { LumConvolKernel(c.get(), d.get(), &none); }, Z_ERROR_KERNEL_NO_DATA,
-       {"LumConvolKernel BW8", "LumConvolKernel ( C24)"}},
-      {[&] { LumConvolSymmetricKernel(c.get(), d.get(), &r0); }, Z_ERROR_KERNEL_NO_RECTIFIER,
+      {[&] { Sym(c.get(), c.get(), &k); }, Z_ERROR_NEED_SEPARATE_DESTINATION, {"LumConvolSymmetricKernel ( C24)"}},
+      {[&] { LumConvolKernel(c.get(), d.get(), &none); }, Z_ERROR_KERNEL_NO_DATA, {"LumConvolKernel BW8", "LumConvolKernel ( C24)"}},
+      {[&] { Sym(c.get(), d.get(), &r0); }, Z_ERROR_KERNEL_NO_RECTIFIER,
        {"LumConvolSymmetricKernel", "LumConvolSymmetricKernel ( C24)"}},
       {[&] {
          ZSetGateError(Z_ERROR_INTERNAL);
