@@ -69,7 +69,8 @@ Plane Expected(const Plane& src, const Plane& previous, const ZKernel& k, int64_
         sum += t[j * sx + i], sumAbs += std::fabs(t[j * sx + i]);
         continue;
       }
-      const float rep = t[(sx / 2 - dy) * sx + (sx / 2 - dx)], orbit = dx == 0 && dy == 0 ? 1.0f : dx == 0 || dx == dy ? 4.0f : 8.0f;
+      const float rep = t[(sx / 2 - dy) * sx + (sx / 2 - dx)];
+      const float orbit = dx == 0 && dy == 0 ? 1.0f : dx == 0 || dx == dy ? 4.0f : 8.0f;
       full[j * sx + i] = rep;
       if (i == sx / 2 - dx && j == sy / 2 - dy) sum += orbit * rep, sumAbs += orbit * std::fabs(rep);
     }
@@ -265,7 +266,8 @@ TEST(ConvolErrors, NumbersAndTraces) {
       // Colour: 1413 for a null or equal destination; the gray form's trace inside the colour one.
       {[&] { LumConvolKernel(c.get(), nullptr, &k); }, Z_ERROR_NEED_SEPARATE_DESTINATION, {"LumConvolKernel ( C24)"}},
       {[&] { Sym(c.get(), c.get(), &k); }, Z_ERROR_NEED_SEPARATE_DESTINATION, {"LumConvolSymmetricKernel ( C24)"}},
-      {[&] { LumConvolKernel(c.get(), d.get(), &none); }, Z_ERROR_KERNEL_NO_DATA, {"LumConvolKernel BW8", "LumConvolKernel ( C24)"}},
+      {[&] { LumConvolKernel(c.get(), d.get(), &none); }, Z_ERROR_KERNEL_NO_DATA,
+       {"LumConvolKernel BW8", "LumConvolKernel ( C24)"}},
       {[&] { Sym(c.get(), d.get(), &r0); }, Z_ERROR_KERNEL_NO_RECTIFIER,
        {"LumConvolSymmetricKernel", "LumConvolSymmetricKernel ( C24)"}},
       {[&] {

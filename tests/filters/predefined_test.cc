@@ -181,7 +181,10 @@ Plane ExpectedRoberts(const Plane& in, int64_t max) {
     for (int x = 0; x < in.w; ++x) {
       const bool right = x + 1 < in.w, down = y + 1 < in.h;
       const int64_t c = in.clamped(x, y), e = in.clamped(x + 1, y), s = in.clamped(x, y + 1), se = in.clamped(x + 1, y + 1);
-      const int64_t v = right && down ? std::abs(e - s) + std::abs(c - se) : down ? 2 * std::abs(c - s) : right ? 2 * std::abs(c - e) : 0;
+      const int64_t v = right && down ? std::abs(e - s) + std::abs(c - se)
+                        : down          ? 2 * std::abs(c - s)
+                        : right         ? 2 * std::abs(c - e)
+                                        : 0;
       out.at(x, y) = std::min(v, max);
     }
   return out;
@@ -203,7 +206,8 @@ const Other kOthers[] = {
     {"Gaussian5x5", LumConvolGaussian5x5, nullptr, Large(5, false), 5, 2},
     {"Uniform7x7", LumConvolUniform7x7, nullptr, Large(7, true), 7, 2},
     {"Gaussian7x7", LumConvolGaussian7x7, nullptr, Large(7, false), 7, 2},
-    {"Roberts", static_cast<F8>(LumConvolRoberts), static_cast<F16>(LumConvolRoberts), [](const Plane& in, int64_t max, bool) { return ExpectedRoberts(in, max); }, 1, 3},
+    {"Roberts", static_cast<F8>(LumConvolRoberts), static_cast<F16>(LumConvolRoberts),
+     [](const Plane& in, int64_t max, bool) { return ExpectedRoberts(in, max); }, 1, 3},
 };
 
 // Each round on the next target; the last rounds on long rows. Roberts' ZBW16 sums above 65535 clip.
@@ -243,7 +247,8 @@ Plane ExpectedBox(const Plane& in, unsigned hx, unsigned hy, bool bw16) {
 
 // `count` passes of the replicate table's filter `name`.
 Plane Passes(Plane img, const char* name, unsigned count, int64_t max) {
-  const Filter& f = *std::find_if(std::begin(kFilters), std::end(kFilters), [&](const Filter& g) { return !std::strcmp(g.name, name); });
+  const Filter& f =
+      *std::find_if(std::begin(kFilters), std::end(kFilters), [&](const Filter& g) { return !std::strcmp(g.name, name); });
   for (unsigned i = 0; i < count; ++i) img = Expected(f, img, max, false, nullptr);
   return img;
 }
@@ -345,7 +350,8 @@ TEST(PredefinedErrors, NumbersAndTraces) {
       // Colour: the gray form's words, then the colour form's.
       {[&] { LumConvolSobel(null24, d.get()); }, Z_ERROR_NULL_IMAGE, {"LumConvolSobel ( C24)"}},
       {[&] { LumConvolPrewitt(c.get(), d.get()); }, Z_ERROR_NONE, {}},
-      {[&] { LumConvolPrewittY(crow.get(), nullptr); }, Z_ERROR_SIZE_MISMATCH, {"LumConvolPrewittY (BW8)", "LumConvolPrewittY ( C24)"}},
+      {[&] { LumConvolPrewittY(crow.get(), nullptr); }, Z_ERROR_SIZE_MISMATCH,
+       {"LumConvolPrewittY (BW8)", "LumConvolPrewittY ( C24)"}},
       // Roberts: any size, no size comparison.
       {[&] { LumConvolRoberts(null8, b.get()); }, Z_ERROR_NULL_IMAGE, {"LumConvolRoberts"}},
       {[&] { LumConvolRoberts(a16.get(), nullptr); }, Z_ERROR_NONE, {}},
@@ -358,7 +364,8 @@ TEST(PredefinedErrors, NumbersAndTraces) {
       {[&] { LumConvolUniform(a.get(), nullptr, 1, 1); }, Z_ERROR_NONE, {"LumConvolUniform3x3 (BW8)"}},
       {[&] { LumConvolUniform(a.get(), small.get(), 0, 0); }, Z_ERROR_DIFFERENT_SIZES, {"LumConvolUniform"}},
       {[&] { LumConvolUniform(row.get(), nullptr, 0, 1); }, Z_ERROR_SIZE_MISMATCH, {"ConvolUniformY (BW8)", "LumConvolUniform"}},
-      {[&] { LumConvolUniform(row16.get(), nullptr, 0, 1); }, Z_ERROR_SIZE_MISMATCH, {"ConvolUniformY (BW16)", "LumConvolUniform (BW16)"}},
+      {[&] { LumConvolUniform(row16.get(), nullptr, 0, 1); }, Z_ERROR_SIZE_MISMATCH,
+       {"ConvolUniformY (BW16)", "LumConvolUniform (BW16)"}},
       {[&] { LumConvolUniform(c.get(), nullptr, 2, 2); }, Z_ERROR_NONE, {}},
       {[&] { LumConvolUniform(crow.get(), d.get(), 1); }, Z_ERROR_DIFFERENT_SIZES, {"LumConvolUniform ( C24)"}},
       // The Gaussian: halves bounded by the view.

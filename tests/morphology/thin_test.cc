@@ -129,13 +129,15 @@ using Fn = short int (*)(ZROI<P>*, ZROI<P>*, ZKernel*, KERNEL_ROTATION, int&);
 
 template <class P>
 void GrayAgainstModel(Fn<P> thin, Fn<P> thick, uint32_t high) {
-  const struct { int w, h, offset; } shapes[] = {{1, 1, 0}, {1, 9, 3}, {9, 1, 1}, {2, 2, 5}, {63, 4, 0}, {64, 3, 7}, {65, 5, 2}, {130, 6, 1}, {700, 3, 3}};
+  const struct { int w, h, offset; } shapes[] = {{1, 1, 0},  {1, 9, 3},  {9, 1, 1},   {2, 2, 5},  {63, 4, 0},
+                                                 {64, 3, 7}, {65, 5, 2}, {130, 6, 1}, {700, 3, 3}};
   kt::ForScalarAndWide([&](int) {
     for (const auto& s : shapes)
       for (const Case& c : kCases)
         for (int inPlace = 0; inPlace < 2; ++inPlace) {
-          SCOPED_TRACE(::testing::Message() << s.w << "x" << s.h << " +" << s.offset << " rotation " << c.rotation << " limit "
-                                            << c.limit << " thick " << c.thick << " outside " << c.outside << " in place " << inPlace);
+          SCOPED_TRACE(::testing::Message() << s.w << "x" << s.h << " +" << s.offset << " rotation " << c.rotation
+                                            << " limit " << c.limit << " thick " << c.thick << " outside " << c.outside
+                                            << " in place " << inPlace);
           const Plane src = Random(s.w, s.h, high);
           Plane want = inPlace ? src : Random(s.w, s.h, high);
           const int size = static_cast<int>(sizeof(P));
@@ -145,7 +147,8 @@ void GrayAgainstModel(Fn<P> thin, Fn<P> thick, uint32_t high) {
           const int count = RunGray(src, want, c.grid, c.outside != 0, c.rotation, c.limit, c.thick, high);
           int iterations = c.limit;
           ZROI<P>* d = inPlace ? a.get() : b.get();
-          EXPECT_EQ((c.thick ? thick : thin)(a.get(), d, Kernel(c.grid, c.outside).get(), KERNEL_ROTATION(c.rotation), iterations), 0);
+          const auto k = Kernel(c.grid, c.outside);
+          EXPECT_EQ((c.thick ? thick : thin)(a.get(), d, k.get(), KERNEL_ROTATION(c.rotation), iterations), 0);
           EXPECT_EQ(iterations, count);
           EXPECT_EQ(kt::Read(d), want);
           if (!inPlace) {
@@ -262,21 +265,24 @@ struct Views {
 // Each failure on every pixel type: the number (returned where a form returns one), the trace,
 // the count (zeroed for bad arguments) and nothing written; the aligned form throws instead.
 TEST(Thin, FailuresLeaveTheirNumberTraceAndCount) {
-  enum Form { kOtherSize, kVoid, kBigKernel, kNoData, kNotTernary, kNaN, kRotation3, kRotationMinus1, kIterations, kNullDst, kNullKernel };
+  enum Form { kOtherSize, kVoid, kBigKernel, kNoData, kNotTernary, kNaN, kRotation3, kRotationMinus1, kIterations, kNullDst,
+              kNullKernel, kOneRow, kGate };
   const struct {
     Form form;
     Z_ERRORS error;
   } rows[] = {{kOtherSize, Z_ERROR_DIFFERENT_SIZES},  {kVoid, Z_ERROR_NULL_IMAGE},         {kBigKernel, Z_ERROR_KERNEL_BAD_SIZE},
               {kNoData, Z_ERROR_KERNEL_NO_DATA},      {kNotTernary, Z_ERROR_KERNEL_NOT_TERNARY}, {kNaN, Z_ERROR_KERNEL_NOT_TERNARY},
               {kRotation3, Z_ERROR_ARGUMENT_4},       {kRotationMinus1, Z_ERROR_ARGUMENT_4}, {kIterations, Z_ERROR_ARGUMENT_5},
-              {kNullDst, Z_ERROR_NULL_IMAGE},         {kNullKernel, Z_ERROR_KERNEL_NO_DATA}};
+              {kNullDst, Z_ERROR_NULL_IMAGE},         {kNullKernel, Z_ERROR_KERNEL_NO_DATA}, {kOneRow, Z_ERROR_KERNEL_BAD_SIZE},
+              {kGate, Z_ERROR_INTERNAL}};
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << "form " << row.form);
     auto kernel = Kernel(row.form == kNotTernary ? Grid{0, 0, 2, -1, 1, -1, 1, 1, 1} : kThin1, 0);
     if (row.form == kNaN) kernel->SetKernelData(1, 1, std::nanf(""));
-    ZKernel big(5, 5, 1.0f, 0, 2, 0), empty;
+    ZKernel big(5, 5, 1.0f, 0, 2, 0), empty, oneRow(3, 1, 1.0f, 0, 2, 0);  // one row of three: too short for nine
     empty.SetSizeX(3);
     ZKernel* k = row.form == kBigKernel ? &big : row.form == kNoData ? &empty : row.form == kNullKernel ? nullptr : kernel.get();
+    if (row.form == kOneRow) k = &oneRow;
     const KERNEL_ROTATION rotation = KERNEL_ROTATION(row.form == kRotation3 ? 3 : row.form == kRotationMinus1 ? -1 : 0);
     const int start = row.form == kIterations ? 1024 : 5;
     const int after = row.form == kRotation3 || row.form == kRotationMinus1 || row.form == kIterations ? 0 : start;
@@ -285,7 +291,9 @@ TEST(Thin, FailuresLeaveTheirNumberTraceAndCount) {
       for (int y = 0; y < 5; ++y) std::memset(v.dst.GetGenericImagePtr(0, y), 0x5A, static_cast<size_t>(v.dst.GetRowPitch()));
       ZROI<P>* d = row.form == kOtherSize ? &v.other : row.form == kVoid ? &v.none : row.form == kNullDst ? nullptr : &v.dst;
       int n = start;
+      ZSetGateError(row.form == kGate ? Z_ERROR_INTERNAL : Z_ERROR_NONE);
       const short int r = call(row.form == kVoid ? &v.none : &v.src, d, k, rotation, n);
+      ZSetGateError(Z_ERROR_NONE);
       EXPECT_TRUE(kt::Failed(row.error, trace));
       EXPECT_TRUE(r == -1 || r == row.error) << trace.back();
       EXPECT_EQ(n, after) << trace.back();
@@ -299,11 +307,11 @@ TEST(Thin, FailuresLeaveTheirNumberTraceAndCount) {
     check(b8, {"LumBiLevelThick"}, [](auto&&... a) { return LumBiLevelThick(a...); });
     check(b16, {"LumThick (BW16)"}, [](auto&&... a) { LumThick(a...); return short(-1); });
     check(b1, {"LumThin (BW1)"}, [](auto&&... a) { return LumThin(a...); });
-    // The colour form checks its views itself; the rest fails in the BW8 form of plane 0.
-    const bool own = row.form == kOtherSize || row.form == kVoid || row.form == kNullDst;
+    // The colour form checks the gate and its views itself; the rest fails in the BW8 form of plane 0.
+    const bool own = row.form == kOtherSize || row.form == kVoid || row.form == kNullDst || row.form == kGate;
     check(c24, own ? Strings{"LumThick ( C24)"} : Strings{"LumThick", "LumThick ( C24)"},
           [](auto&&... a) { LumThick(a...); return short(-1); });
-    if (row.form == kNullDst) continue;
+    if (row.form == kNullDst || row.form == kGate) continue;
     int n = start;
     try {
       ZROI<ZBW1>* d = row.form == kOtherSize ? &b1.other : row.form == kVoid ? &b1.none : &b1.dst;
@@ -316,33 +324,22 @@ TEST(Thin, FailuresLeaveTheirNumberTraceAndCount) {
   }
 }
 
-TEST(Thin, Bw1FailuresAfterAlignmentAndTheGate) {
+// An unaligned source of another size: the aligned copy is made, the size check fails. An aligned
+// form refuses an unaligned view. A kernel 3 wide and 5 high reads its nine first coefficients.
+TEST(Thin, Bw1UnalignedViewsAndATallKernel) {
   ZImage<ZBW1> parent(40, 4), dst(33, 4);
   ZROI<ZBW1> a(&parent, 3, 0, 33, 4), b(&parent, 1, 0, 30, 4);
   auto k = Kernel(kThin1, 0);
   int n = 0;
-  // An unaligned source of another size: the aligned copy is made, the size check throws.
   EXPECT_EQ(LumThin(&a, &b, k.get(), KERNEL_ROTATION_NONE, n), Z_ERROR_DIFFERENT_SIZES);
   EXPECT_EQ(kt::Trace(), Strings{"LumThin (BW1)"});
-  // An aligned form refuses an unaligned view.
   try {
     LumThinAligned(&a, &dst, k.get(), KERNEL_ROTATION_NONE, n);
     ADD_FAILURE() << "no throw";
   } catch (Marvane::Ovidra::Exception& e) {
     EXPECT_EQ(e.code, Z_ERROR_BW1_NOT_ALIGNED);
   }
-  EXPECT_EQ(LumThick(&a, nullptr, k.get(), KERNEL_ROTATION_NONE, n), Z_ERROR_NULL_IMAGE);
-  EXPECT_EQ(kt::Trace(), Strings{"LumThick (BW1)"});
-  ZSetGateError(Z_ERROR_INTERNAL);
-  EXPECT_EQ(LumThin(&a, &dst, k.get(), KERNEL_ROTATION_NONE, n), Z_ERROR_INTERNAL);
-  EXPECT_EQ(kt::Trace(), Strings{"LumThin (BW1)"});
   ZImage<ZBW8> g(4, 4);
-  EXPECT_EQ(LumThin(&g, &g, k.get(), KERNEL_ROTATION_NONE, n), Z_ERROR_INTERNAL);
-  ZSetGateError(Z_ERROR_NONE);
-  // A kernel of one row of three passes the size test; its table is too short for nine.
-  ZKernel row(3, 1, 1.0f, 0, 2, 0);
-  EXPECT_EQ(LumThin(&g, &g, &row, KERNEL_ROTATION_NONE, n), Z_ERROR_KERNEL_BAD_SIZE);
-  // A kernel 3 wide and 5 high reads its nine first coefficients.
   ZKernel tall(3, 5, 1.0f, 0, 2, 0);
   for (int i = 0; i < 15; ++i) tall.GetDataPtr()[i] = i < 9 ? -1.0f : 7.0f;
   LumCopy(ZBW8(3), &g);
