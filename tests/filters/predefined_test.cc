@@ -154,25 +154,33 @@ TEST(Predefined3x3, EveryFilterMatchesTheTable) {
 
 // ----- 5x5, 7x7, Roberts and the box of any size -----
 
-// The sum over the nearest pixels of the (2 hx + 1) x (2 hy + 1) window around (x, y), each
-// pixel weighted by the entries of `weights` for its column and its row (none: 1).
-uint64_t WindowSum(const Plane& in, int x, int y, int hx, int hy, const int* weights = nullptr) {
-  uint64_t s = 0;
-  for (int j = -hy; j <= hy; ++j)
-    for (int i = -hx; i <= hx; ++i) s += (weights ? weights[hx + i] * weights[hy + j] : 1) * uint64_t(in.clamped(x + i, y + j));
-  return s;
-}
-
-// The 5x5 and 7x7 forms in row order: in place (`live`) the window reads the pixels already written.
-Plane ExpectedLarge(const Plane& in, int n, bool uniform, bool live) {
-  static const int b5[5] = {1, 4, 6, 4, 1}, b7[7] = {1, 6, 15, 20, 15, 6, 1};
+// Window sums over the nearest pixels in row order: the box scaled by 2^24 / area truncated, the
+// product in 32 bits on ZBW8 and 64 bits on ZBW16 (the 5x5 and 7x7 uniform constants are these);
+// the binomial Gaussians (`weights` for the columns and the rows) shifted. In place (`live`) the
+// window reads the pixels already written.
+Plane Sums(const Plane& in, unsigned hx, unsigned hy, bool bw16, bool live = false, const int* weights = nullptr,
+           int shift = 0) {
+  hx = std::min<unsigned>(hx, in.w - 1);
+  hy = std::min<unsigned>(hy, in.h - 1);
+  const uint64_t scale = (uint64_t(1) << 24) / ((2 * uint64_t(hx) + 1) * (2 * uint64_t(hy) + 1));
   Plane out = in;
+  const Plane& from = live ? out : in;
   for (int y = 0; y < in.h; ++y)
     for (int x = 0; x < in.w; ++x) {
-      const uint64_t s = WindowSum(live ? out : in, x, y, n / 2, n / 2, uniform ? nullptr : n == 5 ? b5 : b7);
-      out.at(x, y) = uniform ? int64_t(s * (n == 5 ? 335544 : 171196) >> 23) : int64_t(s >> (n == 5 ? 8 : 12));
+      uint64_t s = 0;
+      for (int j = -int(hy); j <= int(hy); ++j)
+        for (int i = -int(hx); i <= int(hx); ++i)
+          s += (weights ? weights[hx + i] * weights[hy + j] : 1) * uint64_t(from.clamped(x + i, y + j));
+      out.at(x, y) = weights ? int64_t(s >> shift) : bw16 ? int64_t(s * scale >> 24) : int64_t(uint32_t(s * scale) >> 24);
     }
   return out;
+}
+
+std::function<Plane(const Plane&, int64_t, bool)> Large(int n, bool uniform) {
+  static const int b5[5] = {1, 4, 6, 4, 1}, b7[7] = {1, 6, 15, 20, 15, 6, 1};
+  return [=](const Plane& in, int64_t, bool live) {
+    return Sums(in, n / 2, n / 2, false, live, uniform ? nullptr : n == 5 ? b5 : b7, n == 5 ? 8 : 12);
+  };
 }
 
 Plane ExpectedRoberts(const Plane& in, int64_t max) {
@@ -188,10 +196,6 @@ Plane ExpectedRoberts(const Plane& in, int64_t max) {
       out.at(x, y) = std::min(v, max);
     }
   return out;
-}
-
-std::function<Plane(const Plane&, int64_t, bool)> Large(int n, bool uniform) {
-  return [=](const Plane& in, int64_t, bool live) { return ExpectedLarge(in, n, uniform, live); };
 }
 
 struct Other {
@@ -230,21 +234,6 @@ TEST(PredefinedOthers, MatchTheDirectSumsInEveryForm) {
     });
 }
 
-// The box straight from its definition: nearest pixels, scale = 2^24 / area truncated, the
-// product in 32 bits on ZBW8 and 64 bits on ZBW16.
-Plane ExpectedBox(const Plane& in, unsigned hx, unsigned hy, bool bw16) {
-  hx = std::min<unsigned>(hx, in.w - 1);
-  hy = std::min<unsigned>(hy, in.h - 1);
-  const uint64_t scale = (uint64_t(1) << 24) / ((2 * uint64_t(hx) + 1) * (2 * uint64_t(hy) + 1));
-  Plane out = in;
-  for (int y = 0; y < in.h; ++y)
-    for (int x = 0; x < in.w; ++x) {
-      const uint64_t s = WindowSum(in, x, y, int(hx), int(hy));
-      out.at(x, y) = bw16 ? int64_t(s * scale >> 24) : int64_t(uint32_t(s * scale) >> 24);
-    }
-  return out;
-}
-
 // `count` passes of the replicate table's filter `name`.
 Plane Passes(Plane img, const char* name, unsigned count, int64_t max) {
   const Filter& f =
@@ -272,7 +261,7 @@ void CheckRoutes() {
     const bool small = r.hx <= 1 && hy <= 1;
     ft::Check<T>([&](ZROI<T>* s, ZROI<T>* d) { LumConvolUniform(s, d, r.hx, r.hy); },
                  [&](const Plane& in, const Plane&, ZROI<T>*) {
-                   return !small ? ExpectedBox(in, r.hx, hy, sizeof(T) == 2)
+                   return !small ? Sums(in, r.hx, hy, sizeof(T) == 2)
                                  : Passes(in, r.hx == 0 ? "UniformY" : hy == 0 ? "UniformX" : "Uniform3x3", r.hx + hy > 0, max);
                  },
                  r.w, r.h, 3, small ? ft::kNull : ft::kSeparate);
