@@ -1,52 +1,16 @@
-// Packed one-bit morphology against a reference that unpacks the view to one byte a pixel and
-// runs the chain of 3-wide passes (and the median's three images) with their edge rules; views
-// at every bit offset inside random parents, wide paths on and off, the three destination forms;
-// bad input, error numbers and trace strings.
-#include <functional>
+// Packed one-bit morphology against the clipped windows of the gray reference on pixels 0 and 1
+// (and the median's three images with their edge rules); views at every bit offset inside random
+// parents, wide paths on and off, the three destination forms; bad input, error numbers and
+// trace strings.
 #include <string>
 #include <vector>
 
-#include "support/kelmira_test.h"
+#include "morphology/morph_ref.h"
 
 namespace {
 
-// ----- reference -----
-
 using kt::Plane;
 using kt::Read;
-using kt::Write;
-
-// One pass: each pixel joins the listed neighbours that lie inside the view (the outside is
-// neutral). The square is the vertical pass, then the horizontal one on its result.
-enum RefPass { kX, kY, kCross };
-Plane Pass(const Plane& in, RefPass pass, bool max) {
-  Plane out = in;
-  for (int y = 0; y < in.h; ++y)
-    for (int x = 0; x < in.w; ++x) {
-      int64_t v = in.at(x, y);
-      auto join = [&](int dx, int dy) {
-        const int u = x + dx, t = y + dy;
-        if (u >= 0 && u < in.w && t >= 0 && t < in.h) v = max ? (v | in.at(u, t)) : (v & in.at(u, t));
-      };
-      if (pass != kY) join(-1, 0), join(1, 0);
-      if (pass != kX) join(0, -1), join(0, 1);
-      out.at(x, y) = v;
-    }
-  return out;
-}
-Plane Square(const Plane& in, bool max) { return Pass(Pass(in, kY, max), kX, max); }
-
-Plane RefBox(Plane p, unsigned hw, unsigned hh, bool max) {
-  for (; hw > 0 && hh > 0; --hw, --hh) p = Square(p, max);
-  for (; hw > 0; --hw) p = Pass(p, kX, max);
-  for (; hh > 0; --hh) p = Pass(p, kY, max);
-  return p;
-}
-Plane RefDisk(Plane p, unsigned r, bool max) {
-  for (unsigned k = 0; k < r / 2; ++k) p = Square(p, max);
-  for (unsigned k = 0; k < (r + 1) / 2; ++k) p = Pass(p, kCross, max);
-  return p;
-}
 
 int64_t Maj(int64_t a, int64_t b, int64_t c) { return (a & b) | ((a | b) & c); }
 
@@ -71,73 +35,54 @@ Plane RefMedian(const Plane& in) {
   return out;
 }
 
-Plane Xor(const Plane& a, const Plane& b) {
-  Plane out = a;
-  for (size_t i = 0; i < a.p.size(); ++i) out.p[i] = a.p[i] ^ b.p[i];
-  return out;
-}
-
 // ----- the operators as a table -----
 
 using Fn = std::function<void(ZROI<ZBW1>*, ZROI<ZBW1>*)>;
-using Window = std::function<Plane(const Plane&, bool)>;
-
 struct Operator {
   std::string name;
   Fn plain, aligned;
   std::function<Plane(const Plane&)> want;
+  std::string trace, nullTrace;
 };
 
-Plane Compose(int kind, const Plane& in, const Window& win) {
-  switch (kind) {
-    case 0: return win(in, false);
-    case 1: return win(in, true);
-    case 2: return win(win(in, false), true);
-    case 3: return win(win(in, true), false);
-    case 4: return Xor(in, win(win(in, false), true));
-    case 5: return Xor(win(win(in, true), false), in);
-    default: return Xor(win(in, true), win(in, false));
-  }
-}
+const mref::BoxFn<ZBW1> kBoxAligned[7] = {LumErodeBoxAligned,       LumDilateBoxAligned,       LumOpenBoxAligned,
+                                          LumCloseBoxAligned,       LumWhiteTopHatBoxAligned,  LumBlackTopHatBoxAligned,
+                                          LumMorphoGradientBoxAligned};
+const mref::DiskFn<ZBW1> kDiskAligned[7] = {LumErodeDiskAligned,      LumDilateDiskAligned,      LumOpenDiskAligned,
+                                            LumCloseDiskAligned,      LumWhiteTopHatDiskAligned, LumBlackTopHatDiskAligned,
+                                            LumMorphoGradientDiskAligned};
 
-using BoxFn = void (*)(ZROI<ZBW1>*, ZROI<ZBW1>*, unsigned, unsigned);
-using DiskFn = void (*)(ZROI<ZBW1>*, ZROI<ZBW1>*, unsigned);
-const char* const kNames[] = {"Erode", "Dilate", "Open", "Close", "WhiteTopHat", "BlackTopHat", "MorphoGradient"};
-const BoxFn kBox[7][2] = {{LumErodeBox, LumErodeBoxAligned},
-                          {LumDilateBox, LumDilateBoxAligned},
-                          {LumOpenBox, LumOpenBoxAligned},
-                          {LumCloseBox, LumCloseBoxAligned},
-                          {LumWhiteTopHatBox, LumWhiteTopHatBoxAligned},
-                          {LumBlackTopHatBox, LumBlackTopHatBoxAligned},
-                          {LumMorphoGradientBox, LumMorphoGradientBoxAligned}};
-const DiskFn kDisk[7][2] = {{LumErodeDisk, LumErodeDiskAligned},
-                            {LumDilateDisk, LumDilateDiskAligned},
-                            {LumOpenDisk, LumOpenDiskAligned},
-                            {LumCloseDisk, LumCloseDiskAligned},
-                            {LumWhiteTopHatDisk, LumWhiteTopHatDiskAligned},
-                            {LumBlackTopHatDisk, LumBlackTopHatDiskAligned},
-                            {LumMorphoGradientDisk, LumMorphoGradientDiskAligned}};
+// "Lum<Kind><Box|Disk> (BW1)"; three operators spell their null-pointer exits otherwise.
+std::string Trace(int kind, bool disk, bool nullExit) {
+  std::string t = std::string("Lum") + mref::kNames[kind] + (disk ? "Disk" : "Box") + " (BW1)";
+  if (nullExit && (kind == mref::kWhite || (kind == mref::kBlack && disk))) t.replace(t.find("TopHat"), 6, "Tophat");
+  return t;
+}
 
 Operator Box(int kind, unsigned hw, unsigned hh) {
   const unsigned h = hh == KELMIRA_MORPHO_SAME_AS_WIDTH ? hw : hh;
-  return {std::string(kNames[kind]) + "Box " + std::to_string(hw) + "," + std::to_string(hh),
-          [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kBox[kind][0](s, d, hw, hh); },
-          [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kBox[kind][1](s, d, hw, hh); },
+  return {std::string(mref::kNames[kind]) + "Box " + std::to_string(hw) + "," + std::to_string(hh),
+          [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { mref::BoxForms<ZBW1>()[kind](s, d, hw, hh); },
+          [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kBoxAligned[kind](s, d, hw, hh); },
           [=](const Plane& in) {
-            return Compose(kind, in, [=](const Plane& p, bool max) { return RefBox(p, hw, h, max); });
-          }};
+            return mref::Compose(kind, in, [=](const Plane& p, bool max) { return mref::Box(p, max, hw, h); });
+          },
+          Trace(kind, false, false), Trace(kind, false, true)};
 }
 Operator Disk(int kind, unsigned r) {
-  return {
-      std::string(kNames[kind]) + "Disk " + std::to_string(r),
-      [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][0](s, d, r); },
-      [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][1](s, d, r); },
-      [=](const Plane& in) { return Compose(kind, in, [=](const Plane& p, bool max) { return RefDisk(p, r, max); }); }};
+  return {std::string(mref::kNames[kind]) + "Disk " + std::to_string(r),
+          [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { mref::DiskForms<ZBW1>()[kind](s, d, r); },
+          [=](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDiskAligned[kind](s, d, r); },
+          [=](const Plane& in) {
+            return mref::Compose(kind, in, [=](const Plane& p, bool max) { return mref::Disk(p, max, r); });
+          },
+          Trace(kind, true, false), Trace(kind, true, true)};
 }
 // LumMedian is overloaded (BW8 too): name the one-bit form.
 void (*const kMedianBW1)(ZROI<ZBW1>*, ZROI<ZBW1>*) = LumMedian;
-Operator Median() { return {"Median", kMedianBW1, LumMedianAligned, RefMedian}; }
 
+// Each kind by a square, a thin box and a small disk; windows wider than one byte and taller than
+// a few rows; the median.
 std::vector<Operator> AllOperators() {
   std::vector<Operator> ops;
   for (int kind = 0; kind < 7; ++kind) {
@@ -145,27 +90,21 @@ std::vector<Operator> AllOperators() {
     ops.push_back(Box(kind, kind % 2 ? 0 : 2, kind % 2 ? 2 : 1));
     ops.push_back(Disk(kind, kind % 3 + 1));
   }
-  // Windows wider than one byte and taller than a few rows.
   ops.push_back(Box(0, 9, 4));
   ops.push_back(Box(1, 3, 12));
   ops.push_back(Box(3, 16, KELMIRA_MORPHO_SAME_AS_WIDTH));
-  ops.push_back(Median());
+  ops.push_back({"Median", kMedianBW1, LumMedianAligned, RefMedian, "LumMedian (BW1)", "LumMedian (BW1)"});
   return ops;
 }
 
 // Random bits: even, or with 1 pixel in 256 off (`density` 1), or on (2), so that large windows
 // of erosion and dilation meet both outcomes.
 void FillBits(kt::Framed<ZBW1>& image, int density) {
-  const int bytes = (image->GetWidth() + 7) / 8;
   for (int y = 0; y < image->GetHeight(); ++y) {
     uint8_t* row = static_cast<uint8_t*>(image->GetGenericImagePtr(0, y));
-    for (int i = 0; i < bytes; ++i) {
-      uint8_t v = static_cast<uint8_t>(kt::Rng()());
-      for (int k = 0; k < 7 && density != 0; ++k) {
-        const uint8_t r = static_cast<uint8_t>(kt::Rng()());
-        v = density == 1 ? (v | r) : (v & r);
-      }
-      row[i] = v;
+    for (int i = 0; i < (image->GetWidth() + 7) / 8; ++i) {
+      row[i] = static_cast<uint8_t>(kt::Rng()());
+      for (int k = 0; k < 7 && density != 0; ++k) row[i] = density == 1 ? (row[i] | kt::Rng()()) : (row[i] & kt::Rng()());
     }
   }
 }
@@ -197,19 +136,16 @@ struct BitView {
 // Every operator, plain form, at every bit offset and several widths (the wide middle of a row
 // needs about 80 pixels, full vectors several hundred), wide on and off, in the three destination
 // forms: separate, null (in place) and the source itself.
-TEST(BW1Morphology, PlainFormsMatchThePassRulesAtEveryBitOffset) {
+TEST(BW1Morphology, PlainFormsMatchTheWindowsAtEveryBitOffset) {
   const int widths[] = {1, 2, 5, 7, 8, 9, 15, 16, 17, 63, 64, 65, 81, 88, 97, 127, 128, 129, 130, 700};
   for (const Operator& op : AllOperators())
     for (int width : widths)
-      for (int wide = 0; wide < 2; ++wide) {
-        const kt::WideSetting setting(wide);
-        for (int bit = 0; bit < 8; ++bit) {
-          if (width > 130 && bit % 3 != 0) continue;
+      kt::ForScalarAndWide([&](int) {
+        for (int bit = 0; bit < 8; bit += width > 130 ? 3 : 1) {
           const int height = width > 130 ? 3 : 1 + (width + bit) % 5;
           // The median needs a destination: its in-place form is the source itself.
           const int form = op.name == "Median" && (width + bit) % 3 == 1 ? 2 : (width + bit) % 3;
-          SCOPED_TRACE(testing::Message()
-                       << op.name << " width " << width << " bit " << bit << " wide " << wide << " form " << form);
+          SCOPED_TRACE(testing::Message() << op.name << " width " << width << " bit " << bit << " form " << form);
           BitView src(width, height, bit, width % 8, bit % 3), dst(width, height, 7 - bit, bit);
           const Plane in = Read(&src.view);
           op.plain(&src.view, form == 0 ? &dst.view : form == 1 ? nullptr : &src.view);
@@ -218,7 +154,7 @@ TEST(BW1Morphology, PlainFormsMatchThePassRulesAtEveryBitOffset) {
           ASSERT_TRUE(src.OutsideIntact(form == 0));
           ASSERT_TRUE(dst.OutsideIntact(form != 0));
         }
-      }
+      });
 }
 
 // The Aligned forms on aligned images give the plain forms' pixels, keep the spare bits of each
@@ -260,79 +196,22 @@ TEST(BW1Morphology, HugeWindowsSaturate) {
       LumDilateBox(&src.view, &b, big);
       LumCloseDisk(&src.view, &c, big);
       ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-      EXPECT_EQ(Read(&a), RefBox(in, 60, 1, false)) << big;
-      EXPECT_EQ(Read(&b), RefBox(in, 60, 60, true)) << big;
-      EXPECT_EQ(Read(&c), RefDisk(RefDisk(in, 60, true), 60, false)) << big;
+      EXPECT_EQ(Read(&a), mref::Box(in, false, 60, 1)) << big;
+      EXPECT_EQ(Read(&b), mref::Box(in, true, 60, 60)) << big;
+      EXPECT_EQ(Read(&c), mref::Disk(mref::Disk(in, true, 60), false, 60)) << big;
     }
   }
 }
 
 // ----- bad input -----
 
-TEST(BW1Morphology, BadInputIsReportedWithTheOperatorsTraceAndWritesNothing) {
-  BitView dst(10, 3, 3);
-  ZImage<ZBW1> ok(10, 3), narrow(9, 3);
+// Each operator's trace; the gate refuses inside the handler; nothing is written. The median needs
+// a destination. The Aligned forms throw the same numbers (and refuse views off a byte boundary)
+// and never trace.
+TEST(BW1Morphology, BadInputIsReportedOrThrownAndWritesNothing) {
+  BitView dst(10, 3, 3), odd(12, 3, 3);
+  ZImage<ZBW1> ok(10, 3), narrow(9, 3), a(12, 3), narrower(11, 3);
   ZROI<ZBW1> none;
-  ZROI<ZBW1>* null = nullptr;
-  struct Form {
-    const char* trace;
-    const char* nullTrace;
-    Fn call;
-  };
-  std::vector<Form> forms;
-  const char* const nullSpelling[7][2] = {{nullptr, nullptr},
-                                          {nullptr, nullptr},
-                                          {nullptr, nullptr},
-                                          {nullptr, nullptr},
-                                          {"LumWhiteTophatBox (BW1)", "LumWhiteTophatDisk (BW1)"},
-                                          {nullptr, "LumBlackTophatDisk (BW1)"},
-                                          {nullptr, nullptr}};
-  static std::vector<std::string> traces;  // the strings outlive the table
-  traces.clear();
-  traces.reserve(14);
-  for (int kind = 0; kind < 7; ++kind)
-    for (int disk = 0; disk < 2; ++disk) {
-      traces.push_back(std::string("Lum") + kNames[kind] + (disk ? "Disk" : "Box") + " (BW1)");
-      const char* t = traces.back().c_str();
-      const char* n = nullSpelling[kind][disk] ? nullSpelling[kind][disk] : t;
-      forms.push_back({t, n,
-                       disk ? Fn([kind](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kDisk[kind][0](s, d, 2); })
-                            : Fn([kind](ZROI<ZBW1>* s, ZROI<ZBW1>* d) { kBox[kind][0](s, d, 1, 2); })});
-    }
-  forms.push_back({"LumMedian (BW1)", "LumMedian (BW1)", kMedianBW1});
-  for (const Form& f : forms) {
-    SCOPED_TRACE(f.trace);
-    struct Case {
-      ZROI<ZBW1>* source;
-      ZROI<ZBW1>* destination;
-      int error;
-      bool nullExit;
-    };
-    const Case cases[] = {{null, &dst.view, Z_ERROR_NULL_IMAGE, true},
-                          {&none, &dst.view, Z_ERROR_NULL_IMAGE, false},
-                          {&ok, &none, Z_ERROR_NULL_IMAGE, false},
-                          {&narrow, &dst.view, Z_ERROR_DIFFERENT_SIZES, false},
-                          {&dst.view, &narrow, Z_ERROR_DIFFERENT_SIZES, false}};
-    for (const Case& c : cases) {
-      f.call(c.source, c.destination);
-      EXPECT_TRUE(kt::Failed(c.error, {c.nullExit ? f.nullTrace : f.trace}));
-      ASSERT_TRUE(dst.OutsideIntact(true));
-    }
-    // The gate refuses inside the handler.
-    ZSetGateError(Z_ERROR_INTERNAL);
-    f.call(&ok, &ok);
-    ZSetGateError(Z_ERROR_NONE);
-    EXPECT_TRUE(kt::Failed(Z_ERROR_INTERNAL, {f.trace}));
-  }
-  // The median needs a destination.
-  LumMedian(&dst.view, nullptr);
-  EXPECT_TRUE(kt::Failed(Z_ERROR_NULL_IMAGE, {"LumMedian (BW1)"}));
-  EXPECT_TRUE(dst.OutsideIntact(true));
-}
-
-TEST(BW1Morphology, AlignedFormsThrowAndNeverTrace) {
-  BitView odd(12, 3, 3);
-  ZImage<ZBW1> a(12, 3), narrow(11, 3);
   auto thrown = [](const std::function<void()>& call) {
     try {
       call();
@@ -343,14 +222,35 @@ TEST(BW1Morphology, AlignedFormsThrowAndNeverTrace) {
   };
   for (const Operator& op : AllOperators()) {
     SCOPED_TRACE(op.name);
+    const struct {
+      ZROI<ZBW1>* source;
+      ZROI<ZBW1>* destination;
+      int error;
+    } cases[] = {{nullptr, &dst.view, Z_ERROR_NULL_IMAGE},
+                 {&none, &dst.view, Z_ERROR_NULL_IMAGE},
+                 {&ok, &none, Z_ERROR_NULL_IMAGE},
+                 {&narrow, &dst.view, Z_ERROR_DIFFERENT_SIZES},
+                 {&dst.view, &narrow, Z_ERROR_DIFFERENT_SIZES}};
+    for (const auto& c : cases) {
+      op.plain(c.source, c.destination);
+      EXPECT_TRUE(kt::Failed(c.error, {c.source == nullptr ? op.nullTrace : op.trace}));
+      ASSERT_TRUE(dst.OutsideIntact(true));
+    }
+    ZSetGateError(Z_ERROR_INTERNAL);
+    op.plain(&ok, &ok);
+    ZSetGateError(Z_ERROR_NONE);
+    EXPECT_TRUE(kt::Failed(Z_ERROR_INTERNAL, {op.trace}));
     EXPECT_EQ(thrown([&] { op.aligned(nullptr, &a); }), Z_ERROR_NULL_IMAGE);
     EXPECT_EQ(thrown([&] { op.aligned(&odd.view, &a); }), Z_ERROR_BW1_NOT_ALIGNED);
     EXPECT_EQ(thrown([&] { op.aligned(&a, &odd.view); }), Z_ERROR_BW1_NOT_ALIGNED);
-    EXPECT_EQ(thrown([&] { op.aligned(&a, &narrow); }), Z_ERROR_DIFFERENT_SIZES);
+    EXPECT_EQ(thrown([&] { op.aligned(&a, &narrower); }), Z_ERROR_DIFFERENT_SIZES);
     EXPECT_EQ(thrown([&] { op.aligned(&a, &a); }), 0);
     EXPECT_EQ(ZGetTraceCount(), 0);
     EXPECT_TRUE(odd.OutsideIntact(true));
   }
+  LumMedian(&dst.view, nullptr);
+  EXPECT_TRUE(kt::Failed(Z_ERROR_NULL_IMAGE, {"LumMedian (BW1)"}));
+  EXPECT_TRUE(dst.OutsideIntact(true));
 }
 
 }  // namespace

@@ -6,64 +6,54 @@
 
 namespace {
 
-// The fifth of the nine clamped neighbours in order, for every pixel of `src`.
-std::vector<ZBW8> SortedMedian(ZROI<ZBW8>* src) {
-  const int w = src->GetWidth(), h = src->GetHeight();
-  std::vector<ZBW8> out;
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) {
-      std::vector<uint8_t> v;
-      for (int dy = -1; dy <= 1; ++dy)
-        for (int dx = -1; dx <= 1; ++dx)
-          v.push_back(src->GetImagePtr(std::clamp(x + dx, 0, w - 1), std::clamp(y + dy, 0, h - 1))->value);
-      std::sort(v.begin(), v.end());
-      out.push_back(v[4]);
+using kt::Plane;
+
+// The fifth of the nine clamped neighbours in order, for every pixel.
+Plane SortedMedian(const Plane& in) {
+  Plane out = in;
+  for (int y = 0; y < in.h; ++y)
+    for (int x = 0; x < in.w; ++x) {
+      int64_t v[9];
+      for (int i = 0; i < 9; ++i) v[i] = in.clamped(x + i % 3 - 1, y + i / 3 - 1);
+      std::nth_element(v, v + 4, v + 9);
+      out.at(x, y) = v[4];
     }
   return out;
 }
 
-std::vector<ZBW8> Pixels(ZROI<ZBW8>* v) { return kt::Pixels(v); }
-
-// Few distinct values make many equal neighbours, the cases a network gets wrong first.
-void Fill(kt::Framed<ZBW8>& f, int levels) {
-  auto& rng = kt::Rng();
-  for (int y = 0; y < f->GetHeight(); ++y)
-    for (int x = 0; x < f->GetWidth(); ++x)
-      f->GetImagePtr(x, y)->value = levels == 256 ? uint8_t(rng()) : uint8_t(rng() % levels * (255 / (levels - 1)));
+// Few distinct values make many equal neighbours, the cases a sorting network gets wrong first.
+Plane Random(int w, int h, int levels) {
+  Plane p = kt::RandomPlane(w, h, 0, levels - 1);
+  for (int64_t& v : p.p) v *= 255 / (levels - 1);
+  return p;
 }
 
+// A separate destination, then in place by a null destination and by the source itself.
 void Sweep(const std::vector<int>& widths, const std::vector<int>& offsets, const std::vector<int>& heights) {
-  for (int wide : {0, 1}) {
-    kt::WideSetting setting(wide);
-    for (int w : widths)
-      for (int h : heights)
-        for (int off : offsets)
-          for (int levels : {2, 256}) {
-            SCOPED_TRACE(testing::Message() << "wide " << wide << " " << w << "x" << h << " offset " << off);
-            kt::Framed<ZBW8> s(w, h, off), d(w, h, (off * 7) % 16);
-            Fill(s, levels);
-            const auto before = Pixels(s.get());
-            const auto expected = SortedMedian(s.get());
-            ASSERT_EQ(LumMedian(s.get(), d.get()), 0);
-            ASSERT_EQ(Pixels(d.get()), expected);
-            ASSERT_EQ(Pixels(s.get()), before);
-            ASSERT_TRUE(s.GuardsIntact() && d.GuardsIntact());
-            // In place, by a null destination and by the source itself.
-            ASSERT_EQ(LumMedian(s.get(), nullptr), 0);
-            ASSERT_EQ(Pixels(s.get()), expected);
-            kt::Framed<ZBW8> t(w, h, off);
-            Fill(t, levels);
-            const auto expectedT = SortedMedian(t.get());
-            ASSERT_EQ(LumMedian(t.get(), t.get()), 0);
-            ASSERT_EQ(Pixels(t.get()), expectedT);
-            ASSERT_TRUE(s.GuardsIntact() && t.GuardsIntact());
-          }
-  }
+  for (int h : heights)
+    for (int levels : {2, 256})
+      kt::ForShapes(widths, offsets, [&](int w, int off) {
+        SCOPED_TRACE(testing::Message() << "wide " << ZGetMMX() << " height " << h << " levels " << levels);
+        kt::Framed<ZBW8> s(w, h, off), d(w, h, (off * 7) % 16), t(w, h, off);
+        const Plane in = Random(w, h, levels), expected = SortedMedian(in);
+        kt::Write(s.get(), in);
+        kt::Write(t.get(), in);
+        ASSERT_EQ(LumMedian(s.get(), d.get()), 0);
+        ASSERT_EQ(kt::Read(d.get()), expected);
+        ASSERT_EQ(kt::Read(s.get()), in);
+        ASSERT_EQ(LumMedian(s.get(), nullptr), 0);
+        ASSERT_EQ(kt::Read(s.get()), expected);
+        ASSERT_EQ(LumMedian(t.get(), t.get()), 0);
+        ASSERT_EQ(kt::Read(t.get()), expected);
+        ASSERT_TRUE(s.GuardsIntact() && d.GuardsIntact() && t.GuardsIntact());
+      });
 }
 
 TEST(MedianPixels, SmallViewsAtEveryOffsetAndEveryTarget) {
-  Sweep(kt::Upto(72), {0, 1, 7}, {1, 2, 3});
-  Sweep({1, 2, 3, 31, 32, 33, 63, 64, 65}, kt::Upto(15, 0), {4});
+  kt::ForScalarAndWide([](int) {
+    Sweep(kt::Upto(72), {0, 1, 7}, {1, 2, 3});
+    Sweep({1, 2, 3, 31, 32, 33, 63, 64, 65}, kt::Upto(15, 0), {4});
+  });
   kt::ForEveryTarget([] { Sweep({5, 63, 64, 65, 130, 257}, {0, 3}, {1, 5}); });
 }
 
@@ -72,11 +62,11 @@ TEST(MedianPixels, OverlappingViewsReadTheSourceFirst) {
   for (const auto& [dx, dy] : std::vector<std::pair<int, int>>{{1, 1}, {-1, -1}, {2, 0}, {0, -2}, {-3, 1}}) {
     SCOPED_TRACE(testing::Message() << dx << "," << dy);
     kt::Framed<ZBW8> parent(60, 20, 3);
-    Fill(parent, 256);
+    parent.FillRandom(kt::Rng());
     ZROI<ZBW8> src(parent.get(), 5, 5, 40, 10), dst(parent.get(), 5 + dx, 5 + dy, 40, 10);
-    const auto expected = SortedMedian(&src);
+    const Plane expected = SortedMedian(kt::Read(&src));
     ASSERT_EQ(LumMedian(&src, &dst), 0);
-    ASSERT_EQ(Pixels(&dst), expected);
+    ASSERT_EQ(kt::Read(&dst), expected);
     ASSERT_TRUE(parent.GuardsIntact());
   }
 }
