@@ -34,8 +34,13 @@ uint64_t SumRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
 uint64_t MinMaxSum8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 uint64_t MinMaxSum16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 SumSq SumSquares8(const uint8_t* p, int n) { return scalar::SumSquares(p, n); }
-void SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height, SumSq* out) {
-  for (int y = 0; y < height; ++y) out[y] = scalar::SumSquares(first + y * pitch, n);
+SumSq SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
+  SumSq r;
+  for (int y = 0; y < height; ++y) {
+    const SumSq row = scalar::SumSquares(first + y * pitch, n);
+    r.sum += row.sum, r.squares += row.squares;
+  }
+  return r;
 }
 SumSq SumSquares16(const uint16_t* p, int n) { return scalar::SumSquares(p, n); }
 void MinMax8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { scalar::MinMax(p, n, lo, hi); }
@@ -323,8 +328,57 @@ KELMIRA_DOT_ATTR SumSq SumSquares8(const uint8_t* p, int n) {
   return r;
 }
 
-KELMIRA_DOT_ATTR void SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height, SumSq* out) {
-  for (int y = 0; y < height; ++y) out[y] = SumSquares8(first + y * pitch, n);
+// The same over `height` rows: the 32-bit lanes run on from row to row and are flushed after
+// kSquareRun vectors in all, not once a row, which on rows of a few dozen vectors costs as much as
+// the rows themselves.
+KELMIRA_DOT_ATTR SumSq SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
+  const hn::ScalableTag<uint8_t> d8;
+  const hn::Repartition<int32_t, decltype(d8)> d32;
+  const hn::Repartition<int64_t, decltype(d8)> d64;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  int64_t sum = 0, squares = 0;
+  SumSq tails;
+  auto q0 = hn::Zero(d32), q1 = q0, q2 = q0, q3 = q0, s0 = q0, s1 = q0, s2 = q0, s3 = q0;
+  int used = 0;  // vectors added since the last flush
+  const auto flush = [&] {
+    Totals2(d64, Widen32(d32, hn::Add(hn::Add(s0, s1), hn::Add(s2, s3))),
+            Widen32(d32, hn::Add(hn::Add(q0, q1), hn::Add(q2, q3))), sum, squares);
+    q0 = q1 = q2 = q3 = s0 = s1 = s2 = s3 = hn::Zero(d32);
+    used = 0;
+  };
+  for (int y = 0; y < height; ++y) {
+    const uint8_t* p = first + y * pitch;
+    int x = 0;
+    while (x + lanes <= n) {
+      const int take = std::min((n - x) / lanes, kSquareRun - used);
+      const int stop = x + take * lanes;
+      for (; x + 4 * lanes <= stop; x += 4 * lanes) {
+        const auto v0 = hn::LoadU(d8, p + x), v1 = hn::LoadU(d8, p + x + lanes);
+        const auto v2 = hn::LoadU(d8, p + x + 2 * lanes), v3 = hn::LoadU(d8, p + x + 3 * lanes);
+        s0 = AddByteSums(d8, v0, s0);
+        s1 = AddByteSums(d8, v1, s1);
+        s2 = AddByteSums(d8, v2, s2);
+        s3 = AddByteSums(d8, v3, s3);
+        q0 = AddSquareBytes(d8, v0, q0);
+        q1 = AddSquareBytes(d8, v1, q1);
+        q2 = AddSquareBytes(d8, v2, q2);
+        q3 = AddSquareBytes(d8, v3, q3);
+      }
+      for (; x < stop; x += lanes) {
+        const auto v = hn::LoadU(d8, p + x);
+        s0 = AddByteSums(d8, v, s0);
+        q0 = AddSquareBytes(d8, v, q0);
+      }
+      used += take;
+      if (used == kSquareRun) flush();
+    }
+    const SumSq t = scalar::SumSquares(p + x, n - x);
+    tails.sum += t.sum, tails.squares += t.squares;
+  }
+  flush();
+  tails.sum += static_cast<uint64_t>(sum);
+  tails.squares += static_cast<uint64_t>(squares + kSquareBias * sum);
+  return tails;
 }
 
 SumSq SumSquares16(const uint16_t* p, int n) {
@@ -795,8 +849,8 @@ uint64_t WideMinMaxSum(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) {
 }
 SumSq WideSumSquares(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares8)(p, n); }
 SumSq WideSumSquares(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares16)(p, n); }
-void WideSumSquaresRows(const uint8_t* first, ptrdiff_t pitch, int width, int height, SumSq* out) {
-  HWY_DYNAMIC_DISPATCH(SumSquaresRows8)(first, pitch, width, height, out);
+SumSq WideSumSquaresRows(const uint8_t* first, ptrdiff_t pitch, int width, int height) {
+  return HWY_DYNAMIC_DISPATCH(SumSquaresRows8)(first, pitch, width, height);
 }
 void WideMinMax(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax8)(p, n, lo, hi); }
 void WideMinMax(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax16)(p, n, lo, hi); }
