@@ -23,22 +23,18 @@ void ByteCounter::Add(const uint8_t* bytes, size_t n) {
   if (m_pairs) {
     // One increment per two pixels: the increments (a load and a store each) are what limits any
     // counting by tables. Counts wrap at 32 bits, and so do their sums in Finish, which gives the
-    // same bins as counting pixel by pixel. Eight bytes come in one load and go out as four pairs;
-    // on a big-endian machine the pairs would have their bytes swapped, which Finish does not
-    // see, since it counts each pair once for either byte.
+    // same bins as counting pixel by pixel.
     uint32_t* p = m_pairs.get();
     for (; i + 16 <= n; i += 16) {
-      uint64_t a, b;
-      std::memcpy(&a, bytes + i, 8);
-      std::memcpy(&b, bytes + i + 8, 8);
-      ++p[a & 0xffff];
-      ++p[(a >> 16) & 0xffff];
-      ++p[(a >> 32) & 0xffff];
-      ++p[a >> 48];
-      ++p[b & 0xffff];
-      ++p[(b >> 16) & 0xffff];
-      ++p[(b >> 32) & 0xffff];
-      ++p[b >> 48];
+      const uint8_t* b = bytes + i;
+      ++p[Pair(b)];
+      ++p[Pair(b + 2)];
+      ++p[Pair(b + 4)];
+      ++p[Pair(b + 6)];
+      ++p[Pair(b + 8)];
+      ++p[Pair(b + 10)];
+      ++p[Pair(b + 12)];
+      ++p[Pair(b + 14)];
     }
     for (; i + 2 <= n; i += 2) ++p[Pair(bytes + i)];
   } else if (m_fast) {
