@@ -4,6 +4,8 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include <immintrin.h>
+
 #include "support/common.h"
 
 namespace {
@@ -79,5 +81,38 @@ KELMIRA_MEASURE_BENCH(WeightedMoments, Kelmira, [](Image& a, Image&) {
 })
 KELMIRA_MEASURE_BENCH(WeightedMoments, OpenCV,
                       [](Image& a, Image&) { benchmark::DoNotOptimize(cv::moments(a.mat, false)); })
+
+// The floor of the one-pass statistics: a bare loop that reads the same bytes 256 at a time with
+// AVX-512 and only sums them, as fast as the caches and memory give them.
+#if defined(__x86_64__)
+__attribute__((target("avx512bw"))) uint64_t BareSum(const uint8_t* p, size_t n) {
+  const __m512i zero = _mm512_setzero_si512();
+  __m512i s0 = zero, s1 = zero, s2 = zero, s3 = zero;
+  for (size_t i = 0; i + 256 <= n; i += 256) {
+    s0 = _mm512_add_epi64(s0, _mm512_sad_epu8(_mm512_loadu_si512(p + i), zero));
+    s1 = _mm512_add_epi64(s1, _mm512_sad_epu8(_mm512_loadu_si512(p + i + 64), zero));
+    s2 = _mm512_add_epi64(s2, _mm512_sad_epu8(_mm512_loadu_si512(p + i + 128), zero));
+    s3 = _mm512_add_epi64(s3, _mm512_sad_epu8(_mm512_loadu_si512(p + i + 192), zero));
+  }
+  alignas(64) uint64_t lanes[8];
+  _mm512_store_si512(lanes, _mm512_add_epi64(_mm512_add_epi64(s0, s1), _mm512_add_epi64(s2, s3)));
+  uint64_t total = 0;
+  for (uint64_t lane : lanes) total += lane;
+  return total;
+}
+#endif
+void BM_ReadFloor(benchmark::State& state) {
+  Image a(state.range(0), state.range(1), CV_8UC1, 1);
+  const size_t n = a.mat.total();
+#if defined(__x86_64__)
+  if (__builtin_cpu_supports("avx512bw")) {
+    for (auto _ : state) benchmark::DoNotOptimize(BareSum(a.mat.data, n));
+    kb::SetBytes(state, static_cast<int64_t>(n));
+    return;
+  }
+#endif
+  for (auto _ : state) state.SkipWithError("no AVX-512");
+}
+BENCHMARK(BM_ReadFloor)->Name("Floor/ReadBytes")->Apply(kb::Sizes);
 
 }  // namespace

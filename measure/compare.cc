@@ -228,6 +228,18 @@ void Normalize16(ZROI<ZBW16>* source, ZROI<ZBW16>* destination, float average, f
       out[y][x] = static_cast<uint16_t>(Clip(Mapped(in[y][x], k, average, m), 65535));
 }
 
+// A measure per channel as the operator returns it: the one float of a gray view, or the three of
+// a C24 view as a ZColor; `measure` fills the channels' results.
+template <class R, class F>
+R ChannelForm(const char* trace, F&& measure) {
+  return ValueForm<R>(trace, [&] {
+    float r[3] = {};
+    measure(r);
+    if constexpr (std::is_same_v<R, ZColor>) return ZColor(r[0], r[1], r[2]);
+    else return r[0];
+  });
+}
+
 }  // namespace
 }  // namespace kelmira::measure
 
@@ -245,69 +257,39 @@ unsigned int LumPixelCompare(ZROI<ZC24>* first, ZROI<ZC24>* second) {
 }
 
 float LumSignalNoiseRatio(ZROI<ZBW8>* source, ZROI<ZBW8>* reference, LUM_REFERENCE_NOISE mode) {
-  return ValueForm<float>("LumSignalNoiseRatio ( BW8 source and BW8 reference)", [&] {
-    float r = 0.0f;
-    SignalNoise(source, reference, mode, &r);
-    return r;
-  });
+  return ChannelForm<float>("LumSignalNoiseRatio ( BW8 source and BW8 reference)",
+      [&](float* r) { SignalNoise(source, reference, mode, r); });
 }
 float LumSignalNoiseRatio(ZROI<ZBW16>* source, ZROI<ZBW16>* reference, LUM_REFERENCE_NOISE mode) {
-  return ValueForm<float>("LumSignalNoiseRatio ( BW16 source and BW16 reference)", [&] {
-    float r = 0.0f;
-    SignalNoise(source, reference, mode, &r);
-    return r;
-  });
+  return ChannelForm<float>("LumSignalNoiseRatio ( BW16 source and BW16 reference)",
+      [&](float* r) { SignalNoise(source, reference, mode, r); });
 }
 ZColor LumSignalNoiseRatio(ZROI<ZC24>* source, ZROI<ZC24>* reference, LUM_REFERENCE_NOISE mode) {
-  return ValueForm<ZColor>("LumSignalNoiseRatio ( C24 source and C24 reference)", [&] {
-    float r[3] = {};
-    SignalNoise(source, reference, mode, r);
-    return ZColor(r[0], r[1], r[2]);
-  });
+  return ChannelForm<ZColor>("LumSignalNoiseRatio ( C24 source and C24 reference)",
+      [&](float* r) { SignalNoise(source, reference, mode, r); });
 }
 
 float LumRmsNoise(ZROI<ZBW8>* source, ZROI<ZBW8>* reference, LUM_REFERENCE_NOISE mode) {
-  return ValueForm<float>("LumRmsNoise ( BW8 source and BW8 reference)", [&] {
-    float r = 0.0f;
-    Rms(source, reference, mode, &r);
-    return r;
-  });
+  return ChannelForm<float>("LumRmsNoise ( BW8 source and BW8 reference)",
+      [&](float* r) { Rms(source, reference, mode, r); });
 }
 float LumRmsNoise(ZROI<ZBW16>* source, ZROI<ZBW16>* reference, LUM_REFERENCE_NOISE mode) {
-  return ValueForm<float>("LumRmsNoise ( BW16 source and BW16 reference)", [&] {
-    float r = 0.0f;
-    Rms(source, reference, mode, &r);
-    return r;
-  });
+  return ChannelForm<float>("LumRmsNoise ( BW16 source and BW16 reference)",
+      [&](float* r) { Rms(source, reference, mode, r); });
 }
 ZColor LumRmsNoise(ZROI<ZC24>* source, ZROI<ZC24>* reference, LUM_REFERENCE_NOISE mode) {
-  return ValueForm<ZColor>("LumRmsNoise ( C24 source and C24 reference)", [&] {
-    float r[3] = {};
-    Rms(source, reference, mode, r);
-    return ZColor(r[0], r[1], r[2]);
-  });
+  return ChannelForm<ZColor>("LumRmsNoise ( C24 source and C24 reference)",
+      [&](float* r) { Rms(source, reference, mode, r); });
 }
 
 float LumFocusing(ZROI<ZBW8>* view) {
-  return ValueForm<float>("LumFocusing ( BW8)", [&] {
-    float r = 0.0f;
-    Focusing(view, &r);
-    return r;
-  });
+  return ChannelForm<float>("LumFocusing ( BW8)", [&](float* r) { Focusing(view, r); });
 }
 float LumFocusing(ZROI<ZBW16>* view) {
-  return ValueForm<float>("LumFocusing ( BW16)", [&] {
-    float r = 0.0f;
-    Focusing(view, &r);
-    return r;
-  });
+  return ChannelForm<float>("LumFocusing ( BW16)", [&](float* r) { Focusing(view, r); });
 }
 ZColor LumFocusing(ZROI<ZC24>* view) {
-  return ValueForm<ZColor>("LumFocusing ( C24)", [&] {
-    float r[3] = {};
-    Focusing(view, r);
-    return ZColor(r[0], r[1], r[2]);
-  });
+  return ChannelForm<ZColor>("LumFocusing ( C24)", [&](float* r) { Focusing(view, r); });
 }
 
 void LumCorrelogram(ZROI<ZBW8>* first, ZROI<ZBW8>* second, ZImage<ZBW8>* image) {

@@ -2,6 +2,7 @@
 // inertia. The moment operators keep their own frame: no clearing of the error state, and their
 // trace string on every exit.
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <new>
 
@@ -242,95 +243,37 @@ const ZBW8* Table(ZBW8Vector* lut) { return lut != nullptr ? lut->GetDataPtr() :
 using namespace kelmira::measure;
 namespace frame = kelmira::frame;
 
-// ----- binary moments -----
-void LumBinaryMoments(ZROI<ZBW8>* view, unsigned int threshold, float& m, float& mx, float& my) {
-  float* const out[] = {&m, &mx, &my};
-  Binary("LumBinaryMoments ( first order)", view, threshold, out, 3);
-}
-void LumBinaryMoments(ZROI<ZBW8>* view, unsigned int threshold, float& m, float& mx, float& my, float& mxx,
-                      float& mxy, float& myy) {
-  float* const out[] = {&m, &mx, &my, &mxx, &mxy, &myy};
-  Binary("LumBinaryMoments ( second order)", view, threshold, out, 6);
-}
-void LumBinaryMoments(ZROI<ZBW16>* view, unsigned int threshold, float& m, float& mx, float& my) {
-  float* const out[] = {&m, &mx, &my};
-  Binary("LumBinaryMoments (first order)(BW16)", view, threshold, out, 3);
-}
-void LumBinaryMoments(ZROI<ZBW16>* view, unsigned int threshold, float& m, float& mx, float& my, float& mxx,
-                      float& mxy, float& myy) {
-  float* const out[] = {&m, &mx, &my, &mxx, &mxy, &myy};
-  Binary("LumBinaryMoments (second order)(BW16)", view, threshold, out, 6);
-}
+// ----- binary and weighted moments, and the older spelling of the weighted ones -----
+// Each form hands the addresses of its outputs, in order, to the shared worker.
+#define KELMIRA_BINARY_FORM(P, ORDER, TRACE)                                                                   \
+  void LumBinaryMoments(ZROI<P>* view, unsigned int threshold, KELMIRA_MOMENTS_##ORDER(float&)) {              \
+    float* const out[] = {KELMIRA_MOMENTS_##ORDER(&)};                                                         \
+    Binary(TRACE, view, threshold, out, static_cast<int>(std::size(out)));                                     \
+  }
+#define KELMIRA_WEIGHTED_FORM(P, ORDER, TRACE)                                                                 \
+  void LumWeightedMoments(ZROI<P>* view, KELMIRA_MOMENTS_##ORDER(float&)) {                                    \
+    float* const out[] = {KELMIRA_MOMENTS_##ORDER(&)};                                                         \
+    Weighted(TRACE, view, out, static_cast<int>(std::size(out)));                                              \
+  }                                                                                                            \
+  void LumWeighedMoments(ZROI<P>* view, KELMIRA_MOMENTS_##ORDER(float&)) {                                     \
+    LumWeightedMoments(view, KELMIRA_MOMENTS_##ORDER());                                                       \
+  }
 
-// ----- weighted moments -----
-void LumWeightedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my) {
-  float* const out[] = {&m, &mx, &my};
-  Weighted("LumWeightedMoments ( first order)", view, out, 3);
-}
-void LumWeightedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy) {
-  float* const out[] = {&m, &mx, &my, &mxx, &mxy, &myy};
-  Weighted("LumWeightedMoments ( second order)", view, out, 6);
-}
-void LumWeightedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy,
-                        float& mxxx, float& mxxy, float& mxyy, float& myyy) {
-  float* const out[] = {&m, &mx, &my, &mxx, &mxy, &myy, &mxxx, &mxxy, &mxyy, &myyy};
-  Weighted("LumWeightedMoments ( third order)", view, out, 10);
-}
-void LumWeightedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy,
-                        float& mxxx, float& mxxy, float& mxyy, float& myyy, float& mxxxx, float& mxxxy,
-                        float& mxxyy, float& mxyyy, float& myyyy) {
-  float* const out[] = {&m,    &mx,   &my,   &mxx,   &mxy,   &myy,   &mxxx,  &mxxy,
-                        &mxyy, &myyy, &mxxxx, &mxxxy, &mxxyy, &mxyyy, &myyyy};
-  Weighted("LumWeightedMoments ( fourth order)", view, out, 15);
-}
-void LumWeightedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my) {
-  float* const out[] = {&m, &mx, &my};
-  Weighted("LumWeightedMoments (first order)(BW16)", view, out, 3);
-}
-void LumWeightedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy) {
-  float* const out[] = {&m, &mx, &my, &mxx, &mxy, &myy};
-  Weighted("LumWeightedMoments (second order)(BW16)", view, out, 6);
-}
-void LumWeightedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy,
-                        float& mxxx, float& mxxy, float& mxyy, float& myyy) {
-  float* const out[] = {&m, &mx, &my, &mxx, &mxy, &myy, &mxxx, &mxxy, &mxyy, &myyy};
-  Weighted("LumWeightedMoments (third order)(BW16)", view, out, 10);
-}
-void LumWeightedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy,
-                        float& mxxx, float& mxxy, float& mxyy, float& myyy, float& mxxxx, float& mxxxy,
-                        float& mxxyy, float& mxyyy, float& myyyy) {
-  float* const out[] = {&m,    &mx,   &my,   &mxx,   &mxy,   &myy,   &mxxx,  &mxxy,
-                        &mxyy, &myyy, &mxxxx, &mxxxy, &mxxyy, &mxyyy, &myyyy};
-  Weighted("LumWeightedMoments (fourth order)(BW16)", view, out, 15);
-}
+KELMIRA_BINARY_FORM(ZBW8, 1, "LumBinaryMoments ( first order)")
+KELMIRA_BINARY_FORM(ZBW8, 2, "LumBinaryMoments ( second order)")
+KELMIRA_BINARY_FORM(ZBW16, 1, "LumBinaryMoments (first order)(BW16)")
+KELMIRA_BINARY_FORM(ZBW16, 2, "LumBinaryMoments (second order)(BW16)")
+KELMIRA_WEIGHTED_FORM(ZBW8, 1, "LumWeightedMoments ( first order)")
+KELMIRA_WEIGHTED_FORM(ZBW8, 2, "LumWeightedMoments ( second order)")
+KELMIRA_WEIGHTED_FORM(ZBW8, 3, "LumWeightedMoments ( third order)")
+KELMIRA_WEIGHTED_FORM(ZBW8, 4, "LumWeightedMoments ( fourth order)")
+KELMIRA_WEIGHTED_FORM(ZBW16, 1, "LumWeightedMoments (first order)(BW16)")
+KELMIRA_WEIGHTED_FORM(ZBW16, 2, "LumWeightedMoments (second order)(BW16)")
+KELMIRA_WEIGHTED_FORM(ZBW16, 3, "LumWeightedMoments (third order)(BW16)")
+KELMIRA_WEIGHTED_FORM(ZBW16, 4, "LumWeightedMoments (fourth order)(BW16)")
 
-// ----- the older spelling -----
-void LumWeighedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my) { LumWeightedMoments(view, m, mx, my); }
-void LumWeighedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy) {
-  LumWeightedMoments(view, m, mx, my, mxx, mxy, myy);
-}
-void LumWeighedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy,
-                       float& mxxx, float& mxxy, float& mxyy, float& myyy) {
-  LumWeightedMoments(view, m, mx, my, mxx, mxy, myy, mxxx, mxxy, mxyy, myyy);
-}
-void LumWeighedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy,
-                       float& mxxx, float& mxxy, float& mxyy, float& myyy, float& mxxxx, float& mxxxy, float& mxxyy,
-                       float& mxyyy, float& myyyy) {
-  LumWeightedMoments(view, m, mx, my, mxx, mxy, myy, mxxx, mxxy, mxyy, myyy, mxxxx, mxxxy, mxxyy, mxyyy, myyyy);
-}
-void LumWeighedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my) { LumWeightedMoments(view, m, mx, my); }
-void LumWeighedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy) {
-  LumWeightedMoments(view, m, mx, my, mxx, mxy, myy);
-}
-void LumWeighedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy,
-                       float& mxxx, float& mxxy, float& mxyy, float& myyy) {
-  LumWeightedMoments(view, m, mx, my, mxx, mxy, myy, mxxx, mxxy, mxyy, myyy);
-}
-void LumWeighedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy, float& myy,
-                       float& mxxx, float& mxxy, float& mxyy, float& myyy, float& mxxxx, float& mxxxy, float& mxxyy,
-                       float& mxyyy, float& myyyy) {
-  LumWeightedMoments(view, m, mx, my, mxx, mxy, myy, mxxx, mxxy, mxyy, myyy, mxxxx, mxxxy, mxxyy, mxyyy, myyyy);
-}
+#undef KELMIRA_BINARY_FORM
+#undef KELMIRA_WEIGHTED_FORM
 
 // ----- centres and inertia -----
 void LumGravityCenter(ZROI<ZBW8>* view, unsigned int threshold, float& cx, float& cy) {

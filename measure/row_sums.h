@@ -177,8 +177,8 @@ uint64_t WideMinMaxSum(const uint8_t* p, int n, uint8_t& minimum, uint8_t& maxim
 uint64_t WideMinMaxSum(const uint16_t* p, int n, uint16_t& minimum, uint16_t& maximum);
 SumSq WideSumSquares(const uint8_t* p, int n);
 SumSq WideSumSquares(const uint16_t* p, int n);
-// The sums of `height` rows `pitch` bytes apart, one per row into out[0..height).
-void WideSumSquaresRows(const uint8_t* first, ptrdiff_t pitch, int width, int height, SumSq* out);
+// The sums of every pixel of `height` rows `pitch` bytes apart, reduced once.
+SumSq WideSumSquaresRows(const uint8_t* first, ptrdiff_t pitch, int width, int height);
 void WideMinMax(const uint8_t* p, int n, uint8_t& minimum, uint8_t& maximum);
 void WideMinMax(const uint16_t* p, int n, uint16_t& minimum, uint16_t& maximum);
 Below WideCountBelow(const uint8_t* p, int n, uint32_t low, uint32_t high);

@@ -34,8 +34,13 @@ uint64_t SumRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
 uint64_t MinMaxSum8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 uint64_t MinMaxSum16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { return scalar::MinMaxSum(p, n, lo, hi); }
 SumSq SumSquares8(const uint8_t* p, int n) { return scalar::SumSquares(p, n); }
-void SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height, SumSq* out) {
-  for (int y = 0; y < height; ++y) out[y] = scalar::SumSquares(first + y * pitch, n);
+SumSq SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
+  SumSq r;
+  for (int y = 0; y < height; ++y) {
+    const SumSq row = scalar::SumSquares(first + y * pitch, n);
+    r.sum += row.sum, r.squares += row.squares;
+  }
+  return r;
 }
 SumSq SumSquares16(const uint16_t* p, int n) { return scalar::SumSquares(p, n); }
 void MinMax8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { scalar::MinMax(p, n, lo, hi); }
@@ -323,8 +328,57 @@ KELMIRA_DOT_ATTR SumSq SumSquares8(const uint8_t* p, int n) {
   return r;
 }
 
-KELMIRA_DOT_ATTR void SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height, SumSq* out) {
-  for (int y = 0; y < height; ++y) out[y] = SumSquares8(first + y * pitch, n);
+// The same over `height` rows: the 32-bit lanes run on from row to row and are flushed after
+// kSquareRun vectors in all, not once a row, which on rows of a few dozen vectors costs as much as
+// the rows themselves.
+KELMIRA_DOT_ATTR SumSq SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
+  const hn::ScalableTag<uint8_t> d8;
+  const hn::Repartition<int32_t, decltype(d8)> d32;
+  const hn::Repartition<int64_t, decltype(d8)> d64;
+  const int lanes = static_cast<int>(hn::Lanes(d8));
+  int64_t sum = 0, squares = 0;
+  SumSq tails;
+  auto q0 = hn::Zero(d32), q1 = q0, q2 = q0, q3 = q0, s0 = q0, s1 = q0, s2 = q0, s3 = q0;
+  int used = 0;  // vectors added since the last flush
+  const auto flush = [&] {
+    Totals2(d64, Widen32(d32, hn::Add(hn::Add(s0, s1), hn::Add(s2, s3))),
+            Widen32(d32, hn::Add(hn::Add(q0, q1), hn::Add(q2, q3))), sum, squares);
+    q0 = q1 = q2 = q3 = s0 = s1 = s2 = s3 = hn::Zero(d32);
+    used = 0;
+  };
+  for (int y = 0; y < height; ++y) {
+    const uint8_t* p = first + y * pitch;
+    int x = 0;
+    while (x + lanes <= n) {
+      const int take = std::min((n - x) / lanes, kSquareRun - used);
+      const int stop = x + take * lanes;
+      for (; x + 4 * lanes <= stop; x += 4 * lanes) {
+        const auto v0 = hn::LoadU(d8, p + x), v1 = hn::LoadU(d8, p + x + lanes);
+        const auto v2 = hn::LoadU(d8, p + x + 2 * lanes), v3 = hn::LoadU(d8, p + x + 3 * lanes);
+        s0 = AddByteSums(d8, v0, s0);
+        s1 = AddByteSums(d8, v1, s1);
+        s2 = AddByteSums(d8, v2, s2);
+        s3 = AddByteSums(d8, v3, s3);
+        q0 = AddSquareBytes(d8, v0, q0);
+        q1 = AddSquareBytes(d8, v1, q1);
+        q2 = AddSquareBytes(d8, v2, q2);
+        q3 = AddSquareBytes(d8, v3, q3);
+      }
+      for (; x < stop; x += lanes) {
+        const auto v = hn::LoadU(d8, p + x);
+        s0 = AddByteSums(d8, v, s0);
+        q0 = AddSquareBytes(d8, v, q0);
+      }
+      used += take;
+      if (used == kSquareRun) flush();
+    }
+    const SumSq t = scalar::SumSquares(p + x, n - x);
+    tails.sum += t.sum, tails.squares += t.squares;
+  }
+  flush();
+  tails.sum += static_cast<uint64_t>(sum);
+  tails.squares += static_cast<uint64_t>(squares + kSquareBias * sum);
+  return tails;
 }
 
 SumSq SumSquares16(const uint16_t* p, int n) {
@@ -474,119 +528,84 @@ uint64_t Focus16(const uint16_t* p, const uint16_t* below, int n) {
   return SumLanes(d64, q) + scalar::Focus(p + x, below + x, n - x);
 }
 
-// The moment sums modulo 2^32 in 32-bit lanes: the lanes wrap as a 32-bit accumulator would.
-HWY_INLINE Spatial Cut32(uint64_t w, uint64_t wx, uint64_t wxx) {
-  return Spatial{static_cast<uint32_t>(w), static_cast<uint32_t>(wx), static_cast<uint32_t>(wxx)};
+// The moment sums of a row in lanes of L: uint32_t for the BW8 moments, whose lanes wrap as a
+// 32-bit accumulator would (the result is cut to 32 bits), uint64_t for the exact sums modulo
+// 2^64 of the BW16 moments and the stretches of the inertia. The pixels load a fraction of a
+// vector at a time and widen to the lanes (in two steps to 64 bits).
+template <class D, class S>
+HWY_INLINE hn::Vec<D> LoadWidened(D d, const S* p) {
+  if constexpr (sizeof(hn::TFromD<D>) == 4) {
+    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<S, D>(), p));
+  } else {
+    const hn::Rebind<uint32_t, D> d32;
+    return hn::PromoteTo(d, hn::PromoteTo(d32, hn::LoadU(hn::Rebind<S, D>(), p)));
+  }
 }
 
-Spatial Weighted8(const uint8_t* p, int n) {
-  const hn::ScalableTag<uint32_t> d32;
-  const hn::Rebind<uint8_t, decltype(d32)> d8;
-  const int lanes = static_cast<int>(hn::Lanes(d32));
-  const auto step = hn::Set(d32, static_cast<uint32_t>(lanes));
-  auto vx = hn::Iota(d32, 0);
-  auto w = hn::Zero(d32), wx = w, wxx = w;
+// The lanes' totals plus the scalar tail's sums, in the width of the lanes.
+template <class D>
+HWY_INLINE Spatial Totals(D d, hn::Vec<D> w, hn::Vec<D> wx, hn::Vec<D> wxx, const Spatial& tail) {
+  if constexpr (sizeof(hn::TFromD<D>) == 4) {
+    return Spatial{static_cast<uint32_t>(SumLanes(d, w) + tail.w), static_cast<uint32_t>(SumLanes(d, wx) + tail.wx),
+                   static_cast<uint32_t>(SumLanes(d, wxx) + tail.wxx)};
+  } else {
+    return Spatial{Total64(d, w) + tail.w, Total64(d, wx) + tail.wx, Total64(d, wxx) + tail.wxx};
+  }
+}
+
+template <class L, class S>
+Spatial WeightedT(const S* p, int n) {
+  const hn::ScalableTag<L> d;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  const auto step = hn::Set(d, static_cast<L>(lanes));
+  auto vx = hn::Iota(d, 0);
+  auto w = hn::Zero(d), wx = w, wxx = w;
   int x = 0;
   for (; x + lanes <= n; x += lanes, vx = hn::Add(vx, step)) {
-    const auto g = hn::PromoteTo(d32, hn::LoadU(d8, p + x));
+    const auto g = LoadWidened(d, p + x);
     const auto gx = hn::Mul(g, vx);
     w = hn::Add(w, g);
     wx = hn::Add(wx, gx);
     wxx = hn::Add(wxx, hn::Mul(gx, vx));
   }
-  Spatial t{};
+  Spatial tail{};
   for (int i = x; i < n; ++i) {
     const uint64_t g = p[i], ux = static_cast<uint64_t>(i);
-    t.w += g, t.wx += g * ux, t.wxx += g * ux * ux;
+    tail.w += g, tail.wx += g * ux, tail.wxx += g * ux * ux;
   }
-  return Cut32(SumLanes(d32, w) + t.w, SumLanes(d32, wx) + t.wx, SumLanes(d32, wxx) + t.wxx);
+  return Totals(d, w, wx, wxx, tail);
 }
 
-Spatial Binary8(const uint8_t* p, int n, uint32_t threshold) {
-  if (threshold > 255) return Spatial{};
-  const hn::ScalableTag<uint32_t> d32;
-  const hn::Rebind<uint8_t, decltype(d32)> d8;
-  const int lanes = static_cast<int>(hn::Lanes(d32));
-  const auto step = hn::Set(d32, static_cast<uint32_t>(lanes));
-  const auto t = hn::Set(d32, threshold), one = hn::Set(d32, 1u);
-  auto vx = hn::Iota(d32, 0);
-  auto w = hn::Zero(d32), wx = w, wxx = w;
-  int x = 0;
-  for (; x + lanes <= n; x += lanes, vx = hn::Add(vx, step)) {
-    const auto on = hn::Lt(t, hn::Add(hn::PromoteTo(d32, hn::LoadU(d8, p + x)), one));  // v >= t
-    w = hn::Add(w, hn::IfThenElseZero(on, one));
-    wx = hn::Add(wx, hn::IfThenElseZero(on, vx));
-    wxx = hn::Add(wxx, hn::IfThenElseZero(on, hn::Mul(vx, vx)));
-  }
-  Spatial r{};
-  for (int i = x; i < n; ++i)
-    if (p[i] >= threshold) {
-      const uint64_t ux = static_cast<uint64_t>(i);
-      r.w += 1, r.wx += ux, r.wxx += ux * ux;
-    }
-  return Cut32(SumLanes(d32, w) + r.w, SumLanes(d32, wx) + r.wx, SumLanes(d32, wxx) + r.wxx);
-}
-
-// Exact moment sums in 64-bit lanes, products and sums modulo 2^64 as the scalar ones are: the
-// BW16 moments, and the stretches of the inertia. The pixels load a fraction of a vector at a time
-// and widen in two steps.
-template <class S, class D64>
-HWY_INLINE hn::Vec<D64> Load64(D64 d64, const S* p) {
-  const hn::Rebind<uint32_t, D64> d32;
-  return hn::PromoteTo(d64, hn::PromoteTo(d32, hn::LoadU(hn::Rebind<S, D64>(), p)));
-}
-
-template <class S>
-Spatial Weighted64(const S* p, int n) {
-  const hn::ScalableTag<uint64_t> d64;
-  const int lanes = static_cast<int>(hn::Lanes(d64));
-  const auto step = hn::Set(d64, static_cast<uint64_t>(lanes));
-  auto vx = hn::Iota(d64, 0);
-  auto w = hn::Zero(d64), wx = w, wxx = w;
-  int x = 0;
-  for (; x + lanes <= n; x += lanes, vx = hn::Add(vx, step)) {
-    const auto g = Load64(d64, p + x);
-    const auto gx = hn::Mul(g, vx);
-    w = hn::Add(w, g);
-    wx = hn::Add(wx, gx);
-    wxx = hn::Add(wxx, hn::Mul(gx, vx));
-  }
-  Spatial r{Total64(d64, w), Total64(d64, wx), Total64(d64, wxx)};
-  for (int i = x; i < n; ++i) {
-    const uint64_t g = p[i], ux = static_cast<uint64_t>(i);
-    r.w += g, r.wx += g * ux, r.wxx += g * ux * ux;
-  }
-  return r;
-}
-
-template <class S>
-Spatial Binary64(const S* p, int n, uint32_t threshold) {
+template <class L, class S>
+Spatial BinaryT(const S* p, int n, uint32_t threshold) {
   if (threshold > static_cast<S>(~S{0})) return Spatial{};
-  const hn::ScalableTag<uint64_t> d64;
-  const int lanes = static_cast<int>(hn::Lanes(d64));
-  const auto step = hn::Set(d64, static_cast<uint64_t>(lanes));
-  const auto t = hn::Set(d64, threshold), one = hn::Set(d64, 1u);
-  auto vx = hn::Iota(d64, 0);
-  auto w = hn::Zero(d64), wx = w, wxx = w;
+  const hn::ScalableTag<L> d;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  const auto step = hn::Set(d, static_cast<L>(lanes));
+  const auto t = hn::Set(d, static_cast<L>(threshold)), one = hn::Set(d, L{1});
+  auto vx = hn::Iota(d, 0);
+  auto w = hn::Zero(d), wx = w, wxx = w;
   int x = 0;
   for (; x + lanes <= n; x += lanes, vx = hn::Add(vx, step)) {
-    const auto on = hn::Lt(t, hn::Add(Load64(d64, p + x), one));  // v >= t
+    const auto on = hn::Lt(t, hn::Add(LoadWidened(d, p + x), one));  // v >= t
     w = hn::Add(w, hn::IfThenElseZero(on, one));
     wx = hn::Add(wx, hn::IfThenElseZero(on, vx));
     wxx = hn::Add(wxx, hn::IfThenElseZero(on, hn::Mul(vx, vx)));
   }
-  Spatial r{Total64(d64, w), Total64(d64, wx), Total64(d64, wxx)};
+  Spatial tail{};
   for (int i = x; i < n; ++i)
     if (p[i] >= threshold) {
       const uint64_t ux = static_cast<uint64_t>(i);
-      r.w += 1, r.wx += ux, r.wxx += ux * ux;
+      tail.w += 1, tail.wx += ux, tail.wxx += ux * ux;
     }
-  return r;
+  return Totals(d, w, wx, wxx, tail);
 }
-Spatial Weighted64x8(const uint8_t* p, int n) { return Weighted64(p, n); }
-Spatial Binary64x8(const uint8_t* p, int n, uint32_t t) { return Binary64(p, n, t); }
-Spatial Weighted16(const uint16_t* p, int n) { return Weighted64(p, n); }
-Spatial Binary16(const uint16_t* p, int n, uint32_t t) { return Binary64(p, n, t); }
+Spatial Weighted8(const uint8_t* p, int n) { return WeightedT<uint32_t>(p, n); }
+Spatial Binary8(const uint8_t* p, int n, uint32_t t) { return BinaryT<uint32_t>(p, n, t); }
+Spatial Weighted64x8(const uint8_t* p, int n) { return WeightedT<uint64_t>(p, n); }
+Spatial Binary64x8(const uint8_t* p, int n, uint32_t t) { return BinaryT<uint64_t>(p, n, t); }
+Spatial Weighted16(const uint16_t* p, int n) { return WeightedT<uint64_t>(p, n); }
+Spatial Binary16(const uint16_t* p, int n, uint32_t t) { return BinaryT<uint64_t>(p, n, t); }
 
 // Column profile of a stretch in 32-bit lanes that wrap as the scalar entries do; the stretch's
 // total weight is the sum of the lanes it added, modulo 2^32.
@@ -795,8 +814,8 @@ uint64_t WideMinMaxSum(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) {
 }
 SumSq WideSumSquares(const uint8_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares8)(p, n); }
 SumSq WideSumSquares(const uint16_t* p, int n) { return HWY_DYNAMIC_DISPATCH(SumSquares16)(p, n); }
-void WideSumSquaresRows(const uint8_t* first, ptrdiff_t pitch, int width, int height, SumSq* out) {
-  HWY_DYNAMIC_DISPATCH(SumSquaresRows8)(first, pitch, width, height, out);
+SumSq WideSumSquaresRows(const uint8_t* first, ptrdiff_t pitch, int width, int height) {
+  return HWY_DYNAMIC_DISPATCH(SumSquaresRows8)(first, pitch, width, height);
 }
 void WideMinMax(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax8)(p, n, lo, hi); }
 void WideMinMax(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { HWY_DYNAMIC_DISPATCH(MinMax16)(p, n, lo, hi); }

@@ -78,6 +78,9 @@ bool Averages(ZROI<P>* view, float* averages) {
   return true;
 }
 
+// Views of at most this many BW8 pixels have sums of squares below 2^53 (255^2 a pixel).
+constexpr uint64_t kExactPixels = (uint64_t{1} << 53) / (255 * 255);
+
 struct Moments2 {
   double n = 0.0, s = 0.0, q = 0.0;
   float Variance() const {
@@ -95,18 +98,13 @@ bool Variances(ZROI<P>* view, float* variances, float* means) {
   const bool wide = Wide();
   Moments2 m[kChannels<P>];
   SumSq row[kChannels<P>];
-  if (std::is_same_v<P, ZBW8> && wide) {
-    // The wide rows come a block at a time, one call for many rows; their sums enter the
-    // doubles row by row as below.
-    constexpr int kBlock = 64;
-    SumSq block[kBlock];
-    for (int y = 0; y < view->GetHeight(); y += kBlock) {
-      const int count = view->GetHeight() - y < kBlock ? view->GetHeight() - y : kBlock;
-      WideSumSquaresRows(reinterpret_cast<const uint8_t*>(rows[y]), view->GetRowPitch(), view->GetWidth(), count,
-                         block);
-      for (int i = 0; i < count; ++i)
-        m[0].s += static_cast<double>(block[i].sum), m[0].q += static_cast<double>(block[i].squares);
-    }
+  if (std::is_same_v<P, ZBW8> && wide && PixelCount(view) <= kExactPixels) {
+    // Each row's sums are integers, and so is every partial total of them in double while the
+    // total of the squares stays below 2^53: the doubles add without rounding, in any order, and
+    // equal the one integer total of the whole view, formed wide in a single pass.
+    const SumSq total = WideSumSquaresRows(reinterpret_cast<const uint8_t*>(rows[0]), view->GetRowPitch(),
+                                           view->GetWidth(), view->GetHeight());
+    m[0].s = static_cast<double>(total.sum), m[0].q = static_cast<double>(total.squares);
   } else {
     for (int y = 0; y < view->GetHeight(); ++y) {
       RowSums<P>(wide, rows[y], view->GetWidth(), row);

@@ -48,9 +48,34 @@ def macro_forms(lines):
     return forms, params
 
 
+def one_line_macros(lines):
+    """{name: (parameter, body)} of the one-line macros with a parameter that stand for a list of
+    declared parameters (KELMIRA_MOMENTS_2(float&), ...)."""
+    out = {}
+    for line in lines:
+        m = re.match(r"#define\s+(\w+)\((\w+)\)\s+(.*[^\\\s])\s*$", line.strip())
+        if m:
+            out[m.group(1)] = (m.group(2), m.group(3))
+    return out
+
+
+def expand(text, macros):
+    """text with the one-line macros written out, the nested ones too."""
+    for _ in range(8):
+        count = 0
+        for name, (param, body) in macros.items():
+            text, n = re.subn(r"\b%s\(([^()]*)\)" % name,
+                              lambda m: re.sub(r"\b%s\b" % param, m.group(1).strip(), body), text)
+            count += n
+        if count == 0:
+            break
+    return text
+
+
 def parse_header(header, docs, names, enums):
     lines = header.read_text().splitlines()
     expanded, params = macro_forms(lines)
+    short = one_line_macros(lines)
     macro_comment = []
     comment = []
     sticky = None  # the comment above a macro that declares a family of forms
@@ -109,7 +134,7 @@ def parse_header(header, docs, names, enums):
                     sticky = None
             text = " ".join(statement)
             tail = text.split("//", 1)
-            signature = re.sub(r"\s+", " ", tail[0].replace("KELMIRA_API", "")).strip()
+            signature = expand(re.sub(r"\s+", " ", tail[0].replace("KELMIRA_API", "")).strip(), short)
             block = comment + ([tail[1].strip()] if len(tail) > 1 else [])
             if m.group(1) in params:  # a macro's own parameter: its forms come from macro_forms
                 macro_comment = macro_comment or block

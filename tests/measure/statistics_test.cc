@@ -281,6 +281,11 @@ TEST(PixelStatistics, WrapsAndRounding) {
   ZImage<ZC24> colour(w, 1);
   std::memset(colour.GetGenericImagePtr(0, 0), 255, 3 * size_t(w));
   colour.SetPixel(ZC24(0, 0, 0), 0, 0);
+  // Random rows that gather more than one flush of squares, the flush falling inside a row.
+  kt::Aligned<ZBW8> noisy(1100, 490, 5);
+  mr::Fill(noisy);
+  const Grid gn = mr::Read(noisy.get());
+  const auto expected = Model{gn, true}.Variance(0);
   for (int64_t target : kt::Targets()) {
     const kt::TargetSetting setting(target);
     float variance = -1, mean = 0, v[4] = {}, m[3];
@@ -288,6 +293,8 @@ TEST(PixelStatistics, WrapsAndRounding) {
     EXPECT_EQ(variance, float((double(w) * q - s * s) / (double(w) * w))) << target;
     LumPixelVariance(&colour, v[0], v[1], v[2], m[0], m[1], m[2], v[3]);
     EXPECT_EQ(v[2], variance) << target;
+    LumPixelVariance(noisy.get(), variance, mean);
+    EXPECT_TRUE(SameBits(variance, expected.first) && SameBits(mean, expected.second)) << target;
   }
 }
 

@@ -10,6 +10,13 @@
 #include "kelmira/foundation.h"
 #include "kelmira/vectors.h"
 
+// The outputs of each order, in the order of the terms above: KELMIRA_MOMENTS_2(float&) stands
+// for float& m, float& mx, float& my, float& mxx, float& mxy, float& myy.
+#define KELMIRA_MOMENTS_1(T) T m, T mx, T my
+#define KELMIRA_MOMENTS_2(T) KELMIRA_MOMENTS_1(T), T mxx, T mxy, T myy
+#define KELMIRA_MOMENTS_3(T) KELMIRA_MOMENTS_2(T), T mxxx, T mxxy, T mxyy, T myyy
+#define KELMIRA_MOMENTS_4(T) KELMIRA_MOMENTS_3(T), T mxxxx, T mxxxy, T mxxyy, T mxyyy, T myyyy
+
 // ---------------------------------------------------------------------------------------------
 // Moments
 // ---------------------------------------------------------------------------------------------
@@ -29,50 +36,32 @@
 // Binary forms: the pixels at or above `threshold` (unsigned comparison) count with weight 1.
 // Traces "LumBinaryMoments ( first order)", "LumBinaryMoments ( second order)" on BW8 and
 // "LumBinaryMoments (first order)(BW16)", "LumBinaryMoments (second order)(BW16)" on BW16.
-KELMIRA_API void LumBinaryMoments(ZROI<ZBW8>* view, unsigned int threshold, float& m, float& mx, float& my);
-KELMIRA_API void LumBinaryMoments(ZROI<ZBW8>* view, unsigned int threshold, float& m, float& mx, float& my,
-                                  float& mxx, float& mxy, float& myy);
-KELMIRA_API void LumBinaryMoments(ZROI<ZBW16>* view, unsigned int threshold, float& m, float& mx, float& my);
-KELMIRA_API void LumBinaryMoments(ZROI<ZBW16>* view, unsigned int threshold, float& m, float& mx, float& my,
-                                  float& mxx, float& mxy, float& myy);
+KELMIRA_API void LumBinaryMoments(ZROI<ZBW8>* view, unsigned int threshold, KELMIRA_MOMENTS_1(float&));
+KELMIRA_API void LumBinaryMoments(ZROI<ZBW8>* view, unsigned int threshold, KELMIRA_MOMENTS_2(float&));
+KELMIRA_API void LumBinaryMoments(ZROI<ZBW16>* view, unsigned int threshold, KELMIRA_MOMENTS_1(float&));
+KELMIRA_API void LumBinaryMoments(ZROI<ZBW16>* view, unsigned int threshold, KELMIRA_MOMENTS_2(float&));
 
 // Weighted forms: each pixel weighs its gray value g. Traces "LumWeightedMoments ( first order)",
 // "( second order)", "( third order)", "( fourth order)" on BW8, and on BW16
 // "LumWeightedMoments (first order)(BW16)" and so on.
-KELMIRA_API void LumWeightedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my);
-KELMIRA_API void LumWeightedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                    float& myy);
-KELMIRA_API void LumWeightedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                    float& myy, float& mxxx, float& mxxy, float& mxyy, float& myyy);
-KELMIRA_API void LumWeightedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                    float& myy, float& mxxx, float& mxxy, float& mxyy, float& myyy, float& mxxxx,
-                                    float& mxxxy, float& mxxyy, float& mxyyy, float& myyyy);
-KELMIRA_API void LumWeightedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my);
-KELMIRA_API void LumWeightedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                    float& myy);
-KELMIRA_API void LumWeightedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                    float& myy, float& mxxx, float& mxxy, float& mxyy, float& myyy);
-KELMIRA_API void LumWeightedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                    float& myy, float& mxxx, float& mxxy, float& mxyy, float& myyy, float& mxxxx,
-                                    float& mxxxy, float& mxxyy, float& mxyyy, float& myyyy);
+KELMIRA_API void LumWeightedMoments(ZROI<ZBW8>* view, KELMIRA_MOMENTS_1(float&));
+KELMIRA_API void LumWeightedMoments(ZROI<ZBW8>* view, KELMIRA_MOMENTS_2(float&));
+KELMIRA_API void LumWeightedMoments(ZROI<ZBW8>* view, KELMIRA_MOMENTS_3(float&));
+KELMIRA_API void LumWeightedMoments(ZROI<ZBW8>* view, KELMIRA_MOMENTS_4(float&));
+KELMIRA_API void LumWeightedMoments(ZROI<ZBW16>* view, KELMIRA_MOMENTS_1(float&));
+KELMIRA_API void LumWeightedMoments(ZROI<ZBW16>* view, KELMIRA_MOMENTS_2(float&));
+KELMIRA_API void LumWeightedMoments(ZROI<ZBW16>* view, KELMIRA_MOMENTS_3(float&));
+KELMIRA_API void LumWeightedMoments(ZROI<ZBW16>* view, KELMIRA_MOMENTS_4(float&));
 
 // The older spelling, kept for hosts that use it: each form only enters LumWeightedMoments.
-KELMIRA_API void LumWeighedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my);
-KELMIRA_API void LumWeighedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                   float& myy);
-KELMIRA_API void LumWeighedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                   float& myy, float& mxxx, float& mxxy, float& mxyy, float& myyy);
-KELMIRA_API void LumWeighedMoments(ZROI<ZBW8>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                   float& myy, float& mxxx, float& mxxy, float& mxyy, float& myyy, float& mxxxx,
-                                   float& mxxxy, float& mxxyy, float& mxyyy, float& myyyy);
-KELMIRA_API void LumWeighedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my);
-KELMIRA_API void LumWeighedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                   float& myy);
-KELMIRA_API void LumWeighedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                   float& myy, float& mxxx, float& mxxy, float& mxyy, float& myyy);
-KELMIRA_API void LumWeighedMoments(ZROI<ZBW16>* view, float& m, float& mx, float& my, float& mxx, float& mxy,
-                                   float& myy, float& mxxx, float& mxxy, float& mxyy, float& myyy, float& mxxxx,
-                                   float& mxxxy, float& mxxyy, float& mxyyy, float& myyyy);
+KELMIRA_API void LumWeighedMoments(ZROI<ZBW8>* view, KELMIRA_MOMENTS_1(float&));
+KELMIRA_API void LumWeighedMoments(ZROI<ZBW8>* view, KELMIRA_MOMENTS_2(float&));
+KELMIRA_API void LumWeighedMoments(ZROI<ZBW8>* view, KELMIRA_MOMENTS_3(float&));
+KELMIRA_API void LumWeighedMoments(ZROI<ZBW8>* view, KELMIRA_MOMENTS_4(float&));
+KELMIRA_API void LumWeighedMoments(ZROI<ZBW16>* view, KELMIRA_MOMENTS_1(float&));
+KELMIRA_API void LumWeighedMoments(ZROI<ZBW16>* view, KELMIRA_MOMENTS_2(float&));
+KELMIRA_API void LumWeighedMoments(ZROI<ZBW16>* view, KELMIRA_MOMENTS_3(float&));
+KELMIRA_API void LumWeighedMoments(ZROI<ZBW16>* view, KELMIRA_MOMENTS_4(float&));
 
 // ---------------------------------------------------------------------------------------------
 // Centres and inertia (the usual frame: the error state is cleared on entry, the trace string
