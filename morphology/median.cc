@@ -48,8 +48,6 @@ bool OverlapsElsewhere(const ZROI<ZBW8>* s, const ZROI<ZBW8>* d) {
   return std::less<const uint8_t*>()(s0, d1) && std::less<const uint8_t*>()(d0, s1);
 }
 
-constexpr int64_t kStreamPixels = int64_t{4} << 20;
-
 bool Run(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, bool wide) {
   const int w = source->GetWidth(), h = source->GetHeight();
   ZImage<ZBW8> copy;
@@ -74,9 +72,6 @@ bool Run(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, bool wide) {
     for (int i = 0; i < 3; ++i) saved[i] = buffer.data() + static_cast<size_t>(i) * rowBytes;
   }
   const rows::Rows<uint8_t> in(source), out(destination);
-  // A destination of 4 MB and more is written past the caches: reading it in first only to
-  // overwrite it would add half again to the memory traffic of an image that does not stay cached.
-  const bool stream = wide && static_cast<int64_t>(w) * h >= kStreamPixels;
   for (int y = 0; y < h; y += 2) {
     const int y1 = std::min(y + 1, h - 1), y3 = std::min(y + 2, h - 1);
     const uint8_t *r0 = in[y > 0 ? y - 1 : 0], *r1 = in[y], *r2 = in[y1], *r3 = in[y3];
@@ -97,14 +92,14 @@ bool Run(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, bool wide) {
     };
     if (wide && w > 2) {
       scalar(0);
-      WideMedianPair(r0, r1, r2, r3, out0, out1, 1, w - 2, stream);
+      // Rows y + 5 and y + 6 are the new rows of the pass after next.
+      WideMedianPair(r0, r1, r2, r3, in[std::min(y + 5, h - 1)], in[std::min(y + 6, h - 1)], out0, out1, 1, w - 2);
       scalar(w - 1);
     } else {
       for (int x = 0; x < w; ++x) scalar(x);
     }
     if (inPlace) std::swap(saved[0], saved[2]);
   }
-  if (stream) WideMedianFlush();
   return true;
 }
 

@@ -7,11 +7,11 @@
 // at the row's end: every output is a function of its inputs alone, so bytes written twice get
 // the same value twice.
 //
-// Two details matter at widths of 4 KB and their multiples, where source and destination rows
-// share their low address bits: a column's results are stored only after the next column has been
-// loaded, so that no load follows a pending store to the same offset in a 4 KB page (the processor
-// would take it for a dependency and wait), and large images are written with streaming stores,
-// which do not read the destination into the cache first.
+// A column's results are stored only after the next column has been loaded: at widths of 4 KB and
+// their multiples source and destination rows share their low address bits, and a load that
+// follows a pending store to the same offset in a 4 KB page waits for it (the processor takes it
+// for a dependency). The rows of the pass after next are prefetched along the way: each source row
+// is a new page, where the hardware prefetcher would start cold.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "morphology/median_wide.cc"
 #include "hwy/foreach_target.h"  // IWYU pragma: keep
@@ -58,21 +58,11 @@ HWY_INLINE void Column(D d, const uint8_t* r0, const uint8_t* r1, const uint8_t*
   m1 = MedianWith(e, lo, hi, p, q);
 }
 
-template <class D>
-HWY_INLINE void Put(D d, hn::Vec<D> v, uint8_t* p, bool stream) {
-  if (stream) {
-    hn::Stream(v, d, p);
-  } else {
-    hn::StoreU(v, d, p);
-  }
-}
-
-void MedianPair(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const uint8_t* r3, uint8_t* out0,
-                uint8_t* out1, int x0, int n, bool stream) {
+void MedianPair(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const uint8_t* r3, const uint8_t* ahead0,
+                const uint8_t* ahead1, uint8_t* out0, uint8_t* out1, int x0, int n) {
   const hn::ScalableTag<uint8_t> d;
   using V = hn::Vec<decltype(d)>;
   const int lanes = static_cast<int>(hn::Lanes(d)), end = x0 + n;
-  V m0, m1;
   if (n < lanes) {
     const hn::CappedTag<uint8_t, 1> d1;
     hn::Vec<decltype(d1)> s0, s1;
@@ -83,30 +73,22 @@ void MedianPair(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const u
     }
     return;
   }
-  // Streaming stores need whole aligned vectors: the first vector goes unaligned, the rest from
-  // the first aligned column of out0 on, when out1 has the same alignment.
-  const uintptr_t mask = static_cast<uintptr_t>(lanes) - 1;
-  const uintptr_t at0 = reinterpret_cast<uintptr_t>(out0 + x0);
-  stream = stream && (out1 == nullptr || ((at0 - reinterpret_cast<uintptr_t>(out1 + x0)) & mask) == 0);
-  int x = x0;
-  Column(d, r0, r1, r2, r3, x, m0, m1);
-  int held = x;
-  bool heldStream = false;
-  x = stream ? x0 + static_cast<int>((static_cast<uintptr_t>(lanes) - (at0 & mask)) & mask) : x0 + lanes;
-  if (x == x0) x += lanes;  // out0 + x0 already aligned: the first vector streams too
-  if (stream && x - lanes == x0) heldStream = true;
+  V m0, m1;
+  Column(d, r0, r1, r2, r3, x0, m0, m1);
+  int held = x0, x = x0 + lanes;
   for (; x + lanes <= end; x += lanes) {
+    hwy::Prefetch(ahead0 + x);
+    hwy::Prefetch(ahead1 + x);
     V n0, n1;
     Column(d, r0, r1, r2, r3, x, n0, n1);
-    Put(d, m0, out0 + held, heldStream);
-    if (out1 != nullptr) Put(d, m1, out1 + held, heldStream);
+    hn::StoreU(m0, d, out0 + held);
+    if (out1 != nullptr) hn::StoreU(m1, d, out1 + held);
     m0 = n0;
     m1 = n1;
     held = x;
-    heldStream = stream;
   }
-  Put(d, m0, out0 + held, heldStream);
-  if (out1 != nullptr) Put(d, m1, out1 + held, heldStream);
+  hn::StoreU(m0, d, out0 + held);
+  if (out1 != nullptr) hn::StoreU(m1, d, out1 + held);
   if (x < end) {
     Column(d, r0, r1, r2, r3, end - lanes, m0, m1);
     hn::StoreU(m0, d, out0 + end - lanes);
@@ -121,11 +103,9 @@ HWY_AFTER_NAMESPACE();
 namespace kelmira::median {
 HWY_EXPORT(MedianPair);
 
-void WideMedianPair(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const uint8_t* r3, uint8_t* out0,
-                    uint8_t* out1, int x0, int n, bool stream) {
-  HWY_DYNAMIC_DISPATCH(MedianPair)(r0, r1, r2, r3, out0, out1, x0, n, stream);
+void WideMedianPair(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const uint8_t* r3, const uint8_t* ahead0,
+                    const uint8_t* ahead1, uint8_t* out0, uint8_t* out1, int x0, int n) {
+  HWY_DYNAMIC_DISPATCH(MedianPair)(r0, r1, r2, r3, ahead0, ahead1, out0, out1, x0, n);
 }
-
-void WideMedianFlush() { hwy::FlushStream(); }
 }  // namespace kelmira::median
 #endif

@@ -67,34 +67,6 @@ TEST(MedianPixels, SmallViewsAtEveryOffsetAndEveryTarget) {
   kt::ForEveryTarget([] { Sweep({5, 63, 64, 65, 130, 257}, {0, 3}, {1, 5}); });
 }
 
-// Past 4 M pixels the wide rows are written with streaming stores where the two rows of a pass
-// share their alignment (here a pitch of 64-byte multiples): wide against scalar, the first wide
-// column aligned (on every target) or not, and an odd last row.
-TEST(MedianPixels, LargeImagesWideMatchesScalar) {
-  for (const auto& [off, slack] : std::vector<std::pair<int, int>>{{63, 64}, {5, 64}}) {
-    SCOPED_TRACE(testing::Message() << "offset " << off << " slack " << slack);
-    kt::Framed<ZBW8> s(2048, 2049, off, slack), scalar(2048, 2049, 0, slack);
-    Fill(s, 256);
-    {
-      kt::WideSetting setting(0);
-      ASSERT_EQ(LumMedian(s.get(), scalar.get()), 0);
-    }
-    const auto expected = Pixels(scalar.get());
-    const auto wideMatches = [&] {
-      kt::Framed<ZBW8> wide(2048, 2049, off, slack);
-      kt::WideSetting setting(1);
-      ASSERT_EQ(LumMedian(s.get(), wide.get()), 0);
-      ASSERT_EQ(Pixels(wide.get()), expected);
-      ASSERT_TRUE(wide.GuardsIntact());
-    };
-    if (off == 63) {
-      kt::ForEveryTarget(wideMatches);
-    } else {
-      wideMatches();
-    }
-  }
-}
-
 // Views of one image at other placements: the result is that of the untouched source.
 TEST(MedianPixels, OverlappingViewsReadTheSourceFirst) {
   for (const auto& [dx, dy] : std::vector<std::pair<int, int>>{{1, 1}, {-1, -1}, {2, 0}, {0, -2}, {-3, 1}}) {
