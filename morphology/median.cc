@@ -92,7 +92,8 @@ bool Run(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, bool wide) {
     };
     if (wide && w > 2) {
       scalar(0);
-      WideMedianPair(r0, r1, r2, r3, out0, out1, 1, w - 2);
+      // Rows y + 5 and y + 6 are the new rows of the pass after next.
+      WideMedianPair(r0, r1, r2, r3, in[std::min(y + 5, h - 1)], in[std::min(y + 6, h - 1)], out0, out1, 1, w - 2);
       scalar(w - 1);
     } else {
       for (int x = 0; x < w; ++x) scalar(x);
