@@ -69,6 +69,7 @@ TEST(Views, ViewsOfViewsAndOrigins) {
 TEST(Views, CheckedAccessHostMemoryAndSizes) {
   ZImage<ZBW16> image(4, 3);
   ZROI<ZBW16> none;
+  std::memset(static_cast<void*>(image.GetImagePtr(0, 0)), 0, static_cast<size_t>(image.GetRowPitch()) * 3);
   image.SetPixel(ZBW16(60000), 3, 2);
   EXPECT_EQ(image.GetPixel(3, 2), 60000);
   std::vector<uint8_t> memory(5 * 12, 0);

@@ -8,14 +8,6 @@
 
 namespace {
 
-// Every `every`-th geometry from `from` on: each row of a table of constants walks a share, and
-// the rows together walk them all.
-std::vector<kt::Geometry> Share(size_t from, size_t every) {
-  std::vector<kt::Geometry> out;
-  for (size_t i = from % every; i < kt::Geometries().size(); i += every) out.push_back(kt::Geometries()[i]);
-  return out;
-}
-
 // The fixed-point constants, as an independent model: truncation toward 0.
 int32_t Fixed(double v) { return static_cast<int32_t>(std::trunc(v)); }
 
@@ -33,8 +25,15 @@ uint8_t WideEntry(int i, int32_t g, int32_t o) {
   return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v);
 }
 
-// Whether pixel x of a destination row starting at `row` is in the wide middle: told byte by
-// byte from the rule, without the foundation's helper.
+// BW16: a 32-bit product with wrap-around, an arithmetic shift, then the clip.
+uint16_t BW16Entry(int i, int32_t g, int32_t o) {
+  const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(i) * static_cast<uint32_t>(g));
+  const int64_t v = static_cast<int32_t>(static_cast<uint32_t>(product >> 5) + static_cast<uint32_t>(o));
+  return static_cast<uint16_t>(v < 0 ? 0 : v > 65535 ? 65535 : v);
+}
+
+// Whether the pixel at byte x of a destination row starting at `row` is in the wide middle: told
+// byte by byte from the rule, without the foundation's helper.
 bool InWideMiddle(const uint8_t* row, int width, int x) {
   const uintptr_t start = reinterpret_cast<uintptr_t>(row), end = start + width;
   const uintptr_t aligned = (start + 7) & ~uintptr_t(7);
@@ -44,58 +43,57 @@ bool InWideMiddle(const uint8_t* row, int width, int x) {
   return p >= aligned && p < lastStep;
 }
 
-// Scalar, wide, and both again in place through a null destination.
-void CheckBW8(float gain, float offset, const std::vector<kt::Geometry>& geometries) {
-  const int32_t g = Fixed(gain * 32.0), o = Fixed(offset);
-  SCOPED_TRACE(testing::Message() << "gain " << gain << " offset " << offset);
+// For each row of a table of constants, every `every`-th geometry from the row's number on (the
+// rows together walk them all): scalar, wide, and both again in place through a null destination,
+// each pixel against want(pixel, g, o, in the wide middle).
+template <class T>
+void CheckGain(const std::vector<float>& gains, const std::vector<float>& offsets, size_t every,
+               uint32_t (*want)(int, int32_t, int32_t, bool)) {
   const std::vector<int64_t> targets = kt::Targets();
-  for (size_t round = 0; const kt::Geometry& geo : geometries)
-    for (int run = 0; run < 4; ++run) {
-      const kt::TargetSetting target(targets[round++ % targets.size()]);
-      kt::Aligned<ZBW8> s(geo.width, geo.height, geo.sourceOffset), d(geo.width, geo.height, geo.destinationOffset);
-      s.FillRandom(kt::Rng());
-      const std::vector<ZBW8> in = kt::Pixels(s.get());
-      {
-        kt::WideSetting setting(run & 1);
-        LumGainOffset(s.get(), run < 2 ? d.get() : nullptr, gain, offset);
-      }
-      ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-      ASSERT_TRUE(d.GuardsIntact() && s.GuardsIntact());
-      for (int y = 0; y < geo.height; ++y) {
-        const uint8_t* row = &(run < 2 ? d : s)->GetImagePtr(0, y)->value;
-        for (int x = 0; x < geo.width; ++x) {
-          const int p = in[static_cast<size_t>(y * geo.width + x)];
-          ASSERT_EQ(row[x], (run & 1) && InWideMiddle(row, geo.width, x) ? WideEntry(p, g, o) : TableEntry(p, g, o))
-              << "x " << x << " width " << geo.width << " offset " << geo.destinationOffset << " run " << run;
+  const std::vector<kt::Geometry> all = kt::Geometries();
+  size_t row = 0, round = 0;
+  for (float gain : gains)
+    for (float offset : offsets)
+      for (size_t i = row++ % every; i < all.size(); i += every)
+        for (int run = 0; run < 4; ++run) {
+          const int32_t g = Fixed(gain * 32.0), o = Fixed(offset);
+          const kt::Geometry& geo = all[i];
+          SCOPED_TRACE(testing::Message() << "gain " << gain << " offset " << offset << " width " << geo.width
+                                          << " offset " << geo.destinationOffset << " run " << run);
+          const kt::TargetSetting target(targets[round++ % targets.size()]);
+          kt::Aligned<T> s(geo.width, geo.height, geo.sourceOffset), d(geo.width, geo.height, geo.destinationOffset);
+          s.FillRandom(kt::Rng());
+          const std::vector<T> in = kt::Pixels(s.get());
+          {
+            kt::WideSetting setting(run & 1);
+            LumGainOffset(s.get(), run < 2 ? d.get() : nullptr, gain, offset);
+          }
+          ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+          ASSERT_TRUE(d.GuardsIntact() && s.GuardsIntact());
+          const std::vector<T> out = kt::Pixels((run < 2 ? d : s).get());
+          for (int y = 0; y < geo.height; ++y) {
+            const uint8_t* start = reinterpret_cast<const uint8_t*>((run < 2 ? d : s)->GetImagePtr(0, y));
+            for (int x = 0; x < geo.width; ++x) {
+              const bool middle = (run & 1) && InWideMiddle(start, geo.width * sizeof(T), x * sizeof(T));
+              ASSERT_EQ(out[y * geo.width + x].value, want(in[y * geo.width + x].value, g, o, middle)) << "x " << x;
+            }
+          }
         }
-      }
-    }
 }
 
 // Below the wrap the table and the wide middle agree; above it the middle wraps where the table
 // clips, and only the row rule tells which pixels took which.
 TEST(LumGainOffset, BW8TableAndWideMiddleByTheRowRule) {
-  size_t row = 0;
-  for (float gain : {0.0f, 0.03f, 0.5f, 1.0f, 1.7f, 3.999f, 8.0f, 8.03f, 8.04f, 9.5f, 100.0f, 2047.9f, -1.0f, -0.5f, -70.0f})
-    for (float offset : {0.0f, 5.0f, 12.9f, -12.9f, -40.0f, -300.0f, 300.0f, 65536.0f, 40000.0f, -40000.0f})
-      CheckBW8(gain, offset, Share(row++, 4));
+  CheckGain<ZBW8>({0.0f, 0.03f, 0.5f, 1.0f, 1.7f, 3.999f, 8.0f, 8.03f, 8.04f, 9.5f, 100.0f, 2047.9f, -1.0f, -0.5f, -70.0f},
+                  {0.0f, 5.0f, 12.9f, -12.9f, -40.0f, -300.0f, 300.0f, 65536.0f, 40000.0f, -40000.0f}, 6,
+                  [](int p, int32_t g, int32_t o, bool middle) -> uint32_t {
+                    return middle ? WideEntry(p, g, o) : TableEntry(p, g, o);
+                  });
 }
 
 TEST(LumGainOffset, BW16ArithmeticShiftAndClip) {
-  size_t row = 0;
-  for (float gain : {1.0f, 0.37f, -1.0f, -0.5f, 3.3f, 40000.0f, 70000.0f})
-    for (float offset : {0.0f, 1000.5f, -1000.5f, 70000.0f, 2e9f}) {
-      const int32_t g = Fixed(gain * 32.0), o = Fixed(offset);
-      SCOPED_TRACE(testing::Message() << "gain " << gain << " offset " << offset);
-      kt::CheckAgainst2<ZBW16, ZBW16, ZBW16>(
-          [&](ZROI<ZBW16>* s, ZROI<ZBW16>*, ZROI<ZBW16>* d) { LumGainOffset(s, d == s ? nullptr : d, gain, offset); },
-          [&](ZBW16 s, ZBW16, ZBW16) {
-            const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(s.value) * static_cast<uint32_t>(g));
-            const int64_t v = static_cast<int32_t>(static_cast<uint32_t>(product >> 5) + static_cast<uint32_t>(o));
-            return ZBW16(static_cast<uint16_t>(v < 0 ? 0 : v > 65535 ? 65535 : v));
-          },
-          Share(row++, 4), true);
-    }
+  CheckGain<ZBW16>({1.0f, 0.37f, -1.0f, -0.5f, 3.3f, 40000.0f, 70000.0f}, {0.0f, 1000.5f, -1000.5f, 70000.0f, 2e9f}, 4,
+                   [](int p, int32_t g, int32_t o, bool) -> uint32_t { return BW16Entry(p, g, o); });
 }
 
 uint8_t ColourEntry(int i, float gain, float offset) {

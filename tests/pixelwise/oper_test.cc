@@ -199,7 +199,7 @@ void SweepPixels(const Form<A, B, D>& form, size_t every) {
 }
 
 TEST(OperPixels, EveryFormAndCodeAgainstTheTable) {
-  ForEachForm(77, [](const auto& form, int, int) { SweepPixels(form, 16); });
+  ForEachForm(77, [](const auto& form, int, int) { SweepPixels(form, 24); });
   // The forms with a constant again, on fewer geometries, with the constants where their shifts,
   // divisions and clips turn.
   for (uint16_t c : {0, 1, 4, 8, 9, 15, 16, 17, 31, 32, 33, 128, 255, 300, 65535})
