@@ -38,60 +38,35 @@ void OuterCatching(ZROI<ZBW1>* view) {
   });
 }
 
-TEST(Frame, SecondCallClearsTheFirstFailure) {
-  OuterOperator(nullptr);
-  ASSERT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
-  EXPECT_EQ(ShortOperator(false), 0);
-  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
-  EXPECT_EQ(ZGetTraceCount(), 0);
-}
-
-TEST(Frame, NestedFailureKeepsInnermostNumberAndOneEntryPerLevel) {
-  ZImage<ZBW8> image(4, 4);
+// Each row runs after the one before it: every call clears what the last one left.
+TEST(Frame, NumbersAndTracesOfEveryStyle) {
+  ZImage<ZBW8> image(4, 4), a(4, 4), b(5, 4), none;
+  ZImage<ZBW1> bits(16, 2);
+  const std::vector<std::string> levels = {"Inner", "Middle", "Outer ( BW8)"};
+  kt::CheckRefusals({
+      {[&] { OuterOperator(&image); }, Z_ERROR_BAD_ARGUMENTS, levels},  // the innermost number, each level once
+      {[&] { OuterOperator(nullptr); }, Z_ERROR_NULL_IMAGE, levels},
+      {[&] { EXPECT_EQ(ShortOperator(false), 0); }, Z_ERROR_NONE, {}},
+      {[&] { EXPECT_EQ(ShortOperator(true), 1014); }, Z_ERROR_ARGUMENT_4, {"Short"}},
+      {[&] { OuterCatching(&bits); }, Z_ERROR_BW1_NOT_ALIGNED, {"LumThing (BW1)"}},
+      {[&] { OuterCatching(nullptr); }, Z_ERROR_NULL_IMAGE, {"LumThing (BW1)"}},
+      // The gate refuses every operator of the thread while set; the inner levels never run.
+      {[&] { ZSetGateError(static_cast<Z_ERRORS>(9999)); EXPECT_EQ(ShortOperator(false), 9999); }, 9999, {"Short"}},
+      {[&] { OuterOperator(&image); ZSetGateError(Z_ERROR_NONE); }, 9999, {"Outer ( BW8)"}},
+      // The pixel-wise checks: each source and then the destination for void, then the sizes.
+      {[&] { EXPECT_FALSE(frame::Operands({&a, &none}, &b)); }, Z_ERROR_NULL_IMAGE, {}},
+      {[&] { EXPECT_FALSE(frame::Operands({&a}, &none)); }, Z_ERROR_NULL_IMAGE, {}},
+      {[&] { EXPECT_FALSE(frame::Operands({&a}, &b)); }, Z_ERROR_DIFFERENT_SIZES, {}},
+      {[&] { EXPECT_FALSE(frame::Operands({nullptr}, &b)); }, Z_ERROR_NULL_IMAGE, {}},
+      {[&] { EXPECT_TRUE(frame::Operands({&a, &a}, &a)); }, Z_ERROR_NONE, {}},
+  });
   OuterOperator(&image);
-  EXPECT_EQ(ZGetError(), Z_ERROR_BAD_ARGUMENTS);
-  EXPECT_EQ(kt::Trace(), (std::vector<std::string>{"Inner", "Middle", "Outer ( BW8)"}));
   EXPECT_EQ(ZGetTraceEntry(3), nullptr);
   EXPECT_EQ(ZGetTraceEntry(-1), nullptr);
-}
-
-TEST(Frame, ShortResultIsTheErrorCutTo16Bits) {
-  EXPECT_EQ(ShortOperator(true), 1014);
-  EXPECT_EQ(ZGetError(), Z_ERROR_ARGUMENT_4);
+  // A short result is the number cut to 16 bits; tracing leaves the number alone.
   ZSetError(static_cast<Z_ERRORS>(0x12345));
   EXPECT_EQ(static_cast<short int>(ZTraceError("x")), static_cast<short int>(0x2345));
-  EXPECT_EQ(ZGetError(), static_cast<Z_ERRORS>(0x12345));  // tracing leaves the number alone
-}
-
-TEST(Frame, GateRefusesEveryOperatorOfTheThreadWhileSet) {
-  ZImage<ZBW8> image(4, 4);
-  ZSetGateError(static_cast<Z_ERRORS>(9999));
-  EXPECT_EQ(ShortOperator(false), 9999);
-  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"Short"});
-  OuterOperator(&image);
-  EXPECT_EQ(ZGetError(), 9999);
-  EXPECT_EQ(kt::Trace(), std::vector<std::string>{"Outer ( BW8)"});  // the inner levels never ran
-  ZSetGateError(Z_ERROR_NONE);
-  EXPECT_EQ(ShortOperator(false), 0);
-}
-
-TEST(Frame, ExceptionStyleReturnsNormallyWithTheThrownNumber) {
-  ZImage<ZBW1> bits(16, 2);
-  OuterCatching(&bits);
-  EXPECT_TRUE(kt::Failed(Z_ERROR_BW1_NOT_ALIGNED, {"LumThing (BW1)"}));
-  OuterCatching(nullptr);
-  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
-}
-
-TEST(Frame, OperandChecksRunInOrderVoidThenSize) {
-  ZImage<ZBW8> a(4, 4), b(5, 4), none;
-  EXPECT_FALSE(frame::Operands({&a, &none}, &b));
-  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
-  EXPECT_FALSE(frame::Operands({&a}, &b));
-  EXPECT_EQ(ZGetError(), Z_ERROR_DIFFERENT_SIZES);
-  EXPECT_FALSE(frame::Operands({nullptr}, &b));
-  EXPECT_EQ(ZGetError(), Z_ERROR_NULL_IMAGE);
-  EXPECT_TRUE(frame::Operands({&a, &a}, &a));
+  EXPECT_EQ(ZGetError(), static_cast<Z_ERRORS>(0x12345));
 }
 
 TEST(ThreadState, EachThreadReadsItsOwnErrorTraceAndOverlay) {
@@ -117,6 +92,14 @@ TEST(ThreadState, EachThreadReadsItsOwnErrorTraceAndOverlay) {
   for (auto& th : threads) th.join();
   for (int t = 0; t < 4; ++t) EXPECT_TRUE(ok[t]) << "thread " << t;
   EXPECT_EQ(LumGetOverlayColor().c2, 3);
+  // The wide switch, by contrast, is one for the process.
+  kt::WideSetting on(1);
+  int seen = -1;
+  std::thread([&] { seen = ZGetMMX(); }).join();
+  EXPECT_EQ(seen, 1);
+  ZSetMMX(0);
+  std::thread([&] { seen = ZGetMMX(); }).join();
+  EXPECT_EQ(seen, 0);
 }
 
 TEST(ThreadState, TraceKeepsLiteralPointersAndSurvivesLongChains) {
@@ -129,27 +112,14 @@ TEST(ThreadState, TraceKeepsLiteralPointersAndSurvivesLongChains) {
   EXPECT_EQ(reinterpret_cast<void*>(ZGetTLSPtr()), reinterpret_cast<void*>(ZGetTLSPtr()));
 }
 
-TEST(Foundation, ErrorTextsAreSentences) {
+TEST(Foundation, ErrorTextsAnglesAndSmallHelpers) {
   for (int e : {0, 106, 1003, 1011, 1105, 1303, 1400, 1402, 1413, 1613, 1700, 32767, 4242}) {
     const char* text = ZGetErrorText(static_cast<Z_ERRORS>(e));
     ASSERT_NE(text, nullptr);
-    EXPECT_GT(std::strlen(text), 5u);
+    EXPECT_GT(std::strlen(text), 5u) << e;
   }
   EXPECT_EQ(Z_ERROR_NOT_ENOUGH_MEMORY, 1303);
   EXPECT_EQ(Z_ERROR_SOURCE_EQUALS_DESTINATION, 1413);
-}
-
-TEST(Foundation, WideSwitchIsProcessWide) {
-  kt::WideSetting on(1);
-  int seen = -1;
-  std::thread([&] { seen = ZGetMMX(); }).join();
-  EXPECT_EQ(seen, 1);
-  ZSetMMX(0);
-  std::thread([&] { seen = ZGetMMX(); }).join();
-  EXPECT_EQ(seen, 0);
-}
-
-TEST(Foundation, AnglesFollowTheSelectedUnit) {
   EXPECT_EQ(ZGetAngleUnit(), Z_ANGLE_UNIT_DEGREES);
   EXPECT_NEAR(ZToRadians(180.0f), 3.14159265f, 1e-6);
   ZSetAngleUnit(Z_ANGLE_UNIT_GRADIANS);
@@ -157,9 +127,6 @@ TEST(Foundation, AnglesFollowTheSelectedUnit) {
   ZSetAngleUnit(Z_ANGLE_UNIT_REVOLUTIONS);
   EXPECT_NEAR(ZToRadians(0.5f), 3.14159265f, 1e-6);
   ZSetAngleUnit(Z_ANGLE_UNIT_DEGREES);
-}
-
-TEST(Foundation, SmallHelpers) {
   void* p = Ovidra_Malloc(100);
   ASSERT_NE(p, nullptr);
   Ovidra_Free(p);
@@ -176,6 +143,7 @@ TEST(Foundation, SmallHelpers) {
   EXPECT_EQ(ZStatistics().Count(), 0u);
 }
 
+// ForEachPlane runs components 0, 1, 2 in turn on their planes, and stops at the first failure.
 TEST(Planes, EachComponentRunsInTurnAndTheFirstFailureStops) {
   ZImage<ZC24> colour(5, 3);
   for (int y = 0; y < 3; ++y)
@@ -183,15 +151,10 @@ TEST(Planes, EachComponentRunsInTurnAndTheFirstFailureStops) {
   std::vector<unsigned> seen;
   EXPECT_TRUE(planes::ForEachPlane(&colour, &colour, [&](ZROI<ZBW8>* in, ZROI<ZBW8>* out, unsigned k) {
     seen.push_back(k);
-    for (int y = 0; y < 3; ++y)
-      for (int x = 0; x < 5; ++x) out->SetPixel(ZBW8(uint8_t(in->GetPixel(x, y) + 1)), x, y);
+    LumOper(ARITH_LOGIC_ADD, in, ZBW8(uint8_t(k + 1)), out);
   }));
   EXPECT_EQ(seen, (std::vector<unsigned>{0, 1, 2}));
-  const ZC24 p = colour.GetPixel(4, 2);
-  EXPECT_EQ(p.c0, 5);
-  EXPECT_EQ(p.c1, 13);
-  EXPECT_EQ(p.c2, 201);
-
+  EXPECT_TRUE(kt::Same(colour.GetPixel(4, 2), ZC24(5, 14, 203)));
   seen.clear();
   EXPECT_FALSE(planes::ForEachPlane(&colour, &colour, [&](ZROI<ZBW8>*, ZROI<ZBW8>*, unsigned k) {
     seen.push_back(k);

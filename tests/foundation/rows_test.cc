@@ -12,20 +12,12 @@ Split Model(uintptr_t start, int width, int pixelBytes, bool wide) {
   const uintptr_t end = start + uintptr_t(width) * pixelBytes;
   const uintptr_t aligned = (start + 7) & ~uintptr_t(7);
   if (!wide || intptr_t(end - aligned) <= 7) return {width, 0, 0};
-  uintptr_t p = start;
   int head = 0;
-  while (p % 8 != 0 && head < width) {
-    if (head == 8) return {width, 0, 0};  // never meets a boundary
-    p += pixelBytes;
-    ++head;
-  }
-  if (head >= width) return {width, 0, 0};
+  uintptr_t p = start;
+  for (; p % 8 != 0; p += pixelBytes)
+    if (++head >= width || head == 8) return {width, 0, 0};  // no boundary inside the row
   const int step = pixelBytes == 3 ? 24 : pixelBytes > 8 ? pixelBytes : 8;
-  int middle = 0;
-  while (p + step <= end) {
-    p += step;
-    middle += step / pixelBytes;
-  }
+  const int middle = static_cast<int>((end - p) / step) * (step / pixelBytes);
   return {head, middle, width - head - middle};
 }
 
@@ -40,7 +32,6 @@ TEST(RowRule, SplitsForEveryAlignmentAndWidth) {
           ASSERT_EQ(s.head, m.head) << pixelBytes << " bytes, offset " << offset << ", width " << width;
           ASSERT_EQ(s.middle, m.middle) << pixelBytes << " bytes, offset " << offset << ", width " << width;
           ASSERT_EQ(s.tail, m.tail);
-          ASSERT_EQ(s.head + s.middle + s.tail, width);
           if (s.middle > 0) {
             EXPECT_EQ(reinterpret_cast<uintptr_t>(row + offset + s.head * pixelBytes) % 8, 0u);
             EXPECT_EQ((s.middle * pixelBytes) % 8, 0);

@@ -9,29 +9,10 @@ namespace {
 
 template <class T>
 void CheckFillAndCopy(T value, const char* fillTrace, const char* copyTrace) {
-  for (int wide : {0, 1}) {
-    kt::WideSetting setting(wide);
-    for (int width = 1; width <= 40; ++width) {
-      for (int offset = 0; offset < 10; ++offset) {
-        kt::Framed<T> s(width, 3, (offset * 7) % 10), d(width, 3, offset);
-        s.FillRandom(kt::Rng());
-        d.FillRandom(kt::Rng());
-        LumCopy(value, d.get());
-        ASSERT_EQ(ZGetError(), 0);
-        for (int y = 0; y < 3; ++y)
-          for (int x = 0; x < width; ++x)
-            ASSERT_EQ(std::memcmp(d->GetGenericImagePtr(x, y), &value, sizeof(T)), 0)
-                << fillTrace << " wide " << wide << " width " << width << " offset " << offset;
-        LumCopy(s.get(), d.get());
-        ASSERT_EQ(ZGetError(), 0);
-        ASSERT_TRUE(kt::SameBytes(s.get(), d.get())) << copyTrace << " width " << width << " offset " << offset;
-        ASSERT_TRUE(d.GuardsIntact() && s.GuardsIntact());
-        LumCopy(d.get(), d.get());  // in place changes nothing
-        ASSERT_TRUE(kt::SameBytes(s.get(), d.get()));
-      }
-    }
-  }
-  // Bad input: the form's trace, nothing written.
+  kt::CheckAgainst2<T, T, T>([value](ZROI<T>*, ZROI<T>*, ZROI<T>* d) { LumCopy(value, d); },
+                             [value](T, T, T) { return value; });
+  kt::CheckAgainst2<T, T, T>([](ZROI<T>* s, ZROI<T>*, ZROI<T>* d) { LumCopy(s, d); }, [](T s, T, T) { return s; },
+                             kt::Geometries(), true);
   kt::CheckFrame<T, T>([](ZROI<T>* s, ZROI<T>* d) { LumCopy(s, d); }, copyTrace, false);
   ZROI<T> none;
   for (ZROI<T>* d : {static_cast<ZROI<T>*>(nullptr), &none}) {

@@ -25,8 +25,15 @@ uint8_t WideEntry(int i, int32_t g, int32_t o) {
   return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v);
 }
 
-// Whether pixel x of a destination row starting at `row` is in the wide middle: told byte by
-// byte from the rule, without the foundation's helper.
+// BW16: a 32-bit product with wrap-around, an arithmetic shift, then the clip.
+uint16_t BW16Entry(int i, int32_t g, int32_t o) {
+  const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(i) * static_cast<uint32_t>(g));
+  const int64_t v = static_cast<int32_t>(static_cast<uint32_t>(product >> 5) + static_cast<uint32_t>(o));
+  return static_cast<uint16_t>(v < 0 ? 0 : v > 65535 ? 65535 : v);
+}
+
+// Whether the pixel at byte x of a destination row starting at `row` is in the wide middle: told
+// byte by byte from the rule, without the foundation's helper.
 bool InWideMiddle(const uint8_t* row, int width, int x) {
   const uintptr_t start = reinterpret_cast<uintptr_t>(row), end = start + width;
   const uintptr_t aligned = (start + 7) & ~uintptr_t(7);
@@ -36,70 +43,57 @@ bool InWideMiddle(const uint8_t* row, int width, int x) {
   return p >= aligned && p < lastStep;
 }
 
-void CheckBW8(float gain, float offset) {
-  const int32_t g = Fixed(gain * 32.0), o = Fixed(offset);
-  SCOPED_TRACE(testing::Message() << "gain " << gain << " offset " << offset);
+// For each row of a table of constants, every `every`-th geometry from the row's number on (the
+// rows together walk them all): scalar, wide, and both again in place through a null destination,
+// each pixel against want(pixel, g, o, in the wide middle).
+template <class T>
+void CheckGain(const std::vector<float>& gains, const std::vector<float>& offsets, size_t every,
+               uint32_t (*want)(int, int32_t, int32_t, bool)) {
   const std::vector<int64_t> targets = kt::Targets();
-  size_t round = 0;
-  for (const kt::Geometry& geo : kt::Geometries()) {
-    const kt::TargetSetting target(targets[round++ % targets.size()]);
-    for (int wide : {0, 1}) {
-      kt::Aligned<ZBW8> s(geo.width, geo.height, geo.sourceOffset), d(geo.width, geo.height, geo.destinationOffset);
-      s.FillRandom(kt::Rng());
-      {
-        kt::WideSetting setting(wide);
-        LumGainOffset(s.get(), d.get(), gain, offset);
-      }
-      ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-      ASSERT_TRUE(d.GuardsIntact());
-      for (int y = 0; y < geo.height; ++y) {
-        const uint8_t* row = &d->GetImagePtr(0, y)->value;
-        for (int x = 0; x < geo.width; ++x) {
-          const int p = s->GetImagePtr(x, y)->value;
-          const bool middle = wide && InWideMiddle(row, geo.width, x);
-          ASSERT_EQ(row[x], middle ? WideEntry(p, g, o) : TableEntry(p, g, o))
-              << "x " << x << " width " << geo.width << " offset " << geo.destinationOffset << " wide " << wide;
+  const std::vector<kt::Geometry> all = kt::Geometries();
+  size_t row = 0, round = 0;
+  for (float gain : gains)
+    for (float offset : offsets)
+      for (size_t i = row++ % every; i < all.size(); i += every)
+        for (int run = 0; run < 4; ++run) {
+          const int32_t g = Fixed(gain * 32.0), o = Fixed(offset);
+          const kt::Geometry& geo = all[i];
+          SCOPED_TRACE(testing::Message() << "gain " << gain << " offset " << offset << " width " << geo.width
+                                          << " offset " << geo.destinationOffset << " run " << run);
+          const kt::TargetSetting target(targets[round++ % targets.size()]);
+          kt::Aligned<T> s(geo.width, geo.height, geo.sourceOffset), d(geo.width, geo.height, geo.destinationOffset);
+          s.FillRandom(kt::Rng());
+          const std::vector<T> in = kt::Pixels(s.get());
+          {
+            kt::WideSetting setting(run & 1);
+            LumGainOffset(s.get(), run < 2 ? d.get() : nullptr, gain, offset);
+          }
+          ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+          ASSERT_TRUE(d.GuardsIntact() && s.GuardsIntact());
+          const std::vector<T> out = kt::Pixels((run < 2 ? d : s).get());
+          for (int y = 0; y < geo.height; ++y) {
+            const uint8_t* start = reinterpret_cast<const uint8_t*>((run < 2 ? d : s)->GetImagePtr(0, y));
+            for (int x = 0; x < geo.width; ++x) {
+              const bool middle = (run & 1) && InWideMiddle(start, geo.width * sizeof(T), x * sizeof(T));
+              ASSERT_EQ(out[y * geo.width + x].value, want(in[y * geo.width + x].value, g, o, middle)) << "x " << x;
+            }
+          }
         }
-      }
-    }
-  }
 }
 
-TEST(LumGainOffset, BW8TableAndWideMiddleAgreeBelowTheWrap) {
-  for (float gain : {0.0f, 0.03f, 0.5f, 1.0f, 1.7f, 3.999f, 8.0f, 8.03f})
-    for (float offset : {0.0f, 12.9f, -12.9f, -300.0f, 300.0f}) CheckBW8(gain, offset);
-}
-
-TEST(LumGainOffset, BW8WideMiddleWrapsWhereTheTableClipsPlacedByTheRowRule) {
-  for (float gain : {8.04f, 9.5f, 100.0f, 2047.9f, -1.0f, -0.5f, -70.0f})
-    for (float offset : {0.0f, 5.0f, -40.0f, 65536.0f, 40000.0f, -40000.0f}) CheckBW8(gain, offset);
-}
-
-TEST(LumGainOffset, BW8InPlace) {
-  for (int wide : {0, 1}) {
-    kt::WideSetting setting(wide);
-    kt::Aligned<ZBW8> image(70, 2, 3);
-    image.FillRandom(kt::Rng());
-    const auto before = kt::Pixels(image.get());
-    LumGainOffset(image.get(), nullptr, 0.75f, 3.0f);
-    const auto after = kt::Pixels(image.get());
-    for (size_t i = 0; i < before.size(); ++i) ASSERT_EQ(after[i], TableEntry(before[i], 24, 3));
-  }
+// Below the wrap the table and the wide middle agree; above it the middle wraps where the table
+// clips, and only the row rule tells which pixels took which.
+TEST(LumGainOffset, BW8TableAndWideMiddleByTheRowRule) {
+  CheckGain<ZBW8>({0.0f, 0.03f, 0.5f, 1.0f, 1.7f, 3.999f, 8.0f, 8.03f, 8.04f, 9.5f, 100.0f, 2047.9f, -1.0f, -0.5f, -70.0f},
+                  {0.0f, 5.0f, 12.9f, -12.9f, -40.0f, -300.0f, 300.0f, 65536.0f, 40000.0f, -40000.0f}, 6,
+                  [](int p, int32_t g, int32_t o, bool middle) -> uint32_t {
+                    return middle ? WideEntry(p, g, o) : TableEntry(p, g, o);
+                  });
 }
 
 TEST(LumGainOffset, BW16ArithmeticShiftAndClip) {
-  for (float gain : {1.0f, 0.37f, -1.0f, -0.5f, 3.3f, 40000.0f, 70000.0f})
-    for (float offset : {0.0f, 1000.5f, -1000.5f, 70000.0f, 2e9f}) {
-      const int32_t g = Fixed(gain * 32.0), o = Fixed(offset);
-      SCOPED_TRACE(testing::Message() << "gain " << gain << " offset " << offset);
-      kt::CheckAgainst<ZBW16, ZBW16>(
-          [&](ZROI<ZBW16>* s, ZROI<ZBW16>* d) { LumGainOffset(s, d, gain, offset); },
-          [&](ZBW16 s, ZBW16) {
-            const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(s.value) * static_cast<uint32_t>(g));
-            const int64_t v = static_cast<int32_t>(static_cast<uint32_t>(product >> 5) + static_cast<uint32_t>(o));
-            return ZBW16(static_cast<uint16_t>(v < 0 ? 0 : v > 65535 ? 65535 : v));
-          });
-    }
+  CheckGain<ZBW16>({1.0f, 0.37f, -1.0f, -0.5f, 3.3f, 40000.0f, 70000.0f}, {0.0f, 1000.5f, -1000.5f, 70000.0f, 2e9f}, 4,
+                   [](int p, int32_t g, int32_t o, bool) -> uint32_t { return BW16Entry(p, g, o); });
 }
 
 uint8_t ColourEntry(int i, float gain, float offset) {
@@ -115,7 +109,8 @@ TEST(LumGainOffset, C24CrossedComponents) {
       [&](ZC24 s, ZC24) {
         return ZC24(ColourEntry(s.c0, gain.c2, offset.c2), ColourEntry(s.c1, gain.c1, offset.c1),
                     ColourEntry(s.c2, gain.c0, offset.c0));
-      });
+      },
+      nullptr, true);
 }
 
 TEST(LumGainOffset, FailuresAndTraces) {

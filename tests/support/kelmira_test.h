@@ -318,6 +318,44 @@ void CheckFrame(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::
   EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
 }
 
+// Two sources: call(a, b, destination) per geometry (each on the next Highway target), wide off and on, then with
+// `inPlace` call(a, b, a), against ref(a, b, oldOutput); views at any byte address, pixels 1/4 all 0x00, 1/4 all 0xFF.
+template <class A, class B, class D>
+void CheckAgainst2(const std::function<void(ZROI<A>*, ZROI<B>*, ZROI<D>*)>& call,
+                   const std::function<D(A, B, D)>& ref, const std::vector<Geometry>& geometries = Geometries(),
+                   bool inPlace = false) {
+  const auto fill = [](auto& view) {
+    view.FillRandom(Rng());
+    for (int y = 0; y < view->GetHeight(); ++y)
+      for (int x = 0; x < view->GetWidth(); ++x)
+        if (const uint32_t r = Rng()() % 4; r < 2)
+          std::memset(view->GetGenericImagePtr(x, y), r ? 0xFF : 0, static_cast<size_t>(view->GetPixelSize()));
+    return Bytes(view.get());
+  };
+  const auto at = [](const auto& v, size_t i, auto p) { return std::memcpy(&p, &v[i * sizeof p], sizeof p), p; };
+  const std::vector<int64_t> targets = Targets();
+  for (size_t round = 0; const Geometry& g : geometries) {
+    const TargetSetting target(targets[round++ % targets.size()]);
+    for (int run = 0; run < (inPlace && std::is_same_v<A, D> ? 4 : 2); ++run) {  // scalar, wide, both in place
+      const WideSetting setting(run & 1);
+      Framed<A> a(g.width, g.height, g.sourceOffset);
+      Framed<B> b(g.width, g.height, (g.sourceOffset + 3) % 16);
+      Framed<D> d(g.width, g.height, g.destinationOffset);
+      const std::vector<uint8_t> ia = fill(a), ib = fill(b), old = fill(d);
+      ZROI<D>* out = d.get();
+      if constexpr (std::is_same_v<A, D>) out = run < 2 ? d.get() : a.get();
+      call(a.get(), b.get(), out);
+      SCOPED_TRACE(testing::Message() << g.width << "x" << g.height << " at " << g.sourceOffset << "/"
+                                      << g.destinationOffset << " run " << run);
+      ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
+      ASSERT_TRUE(a.GuardsIntact() && b.GuardsIntact() && d.GuardsIntact());
+      const std::vector<uint8_t> now = Bytes(out);
+      for (size_t i = 0; i * sizeof(D) < now.size(); ++i)
+        ASSERT_TRUE(Same(at(now, i, D()), ref(at(ia, i, A()), at(ib, i, B()), at(run < 2 ? old : ia, i, D())))) << i;
+    }
+  }
+}
+
 }  // namespace kt
 
 #endif  // KELMIRA_TESTS_SUPPORT_H
