@@ -134,11 +134,10 @@ def parse_header(header, docs, names, enums):
     for name, signatures in expanded.items():
         if name not in docs:  # forms named only through a macro parameter
             docs[name] = ["\n".join(signatures + macro_comment)]
-            continue
-        # A form written once in a macro body over a type parameter: its expansions stand for it.
-        generic = re.compile(r"\b(%s)\b" % "|".join(map(re.escape, params)))
-        docs[name] = ["\n".join(signatures + block.splitlines()[1:])
-                      if generic.search(block.splitlines()[0]) else block for block in docs[name]]
+        else:  # a form written once in a macro body over a type parameter: its expansions stand for it
+            generic = re.compile(r"\b(%s)\b" % "|".join(map(re.escape, params)))
+            docs[name] = ["\n".join(signatures + block.splitlines()[1:])
+                          if generic.search(block.splitlines()[0]) else block for block in docs[name]]
         if name not in names:
             names.append(name)
 
