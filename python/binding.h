@@ -274,6 +274,7 @@ struct InPlaceArg {
 struct HistogramOut {
   ZBWHistogramVector vector;
   py::object given;
+  ZBWHistogramVector* pointer = nullptr;  // the given object's vector, found while the GIL is held
 };
 
 template <class A>
@@ -295,7 +296,7 @@ template <>
 struct DstArg<ZBWHistogramVector*> {
   using type = HistogramOut&;
   static ZBWHistogramVector* get(HistogramOut& h) {
-    return h.given ? h.given.cast<ZBWHistogramVector*>() : &h.vector;
+    return h.pointer ? h.pointer : &h.vector;
   }
   static void Note(Frame&, HistogramOut&) {}
   static void Make(Frame&, HistogramOut&) {}
@@ -311,11 +312,12 @@ struct DstArg<ZBWHistogramVector*> {
 struct TableOut {
   ZBW8Vector vector;
   py::object given;  // a kelmira.ZBW8Vector, filled in place
+  ZBW8Vector* pointer = nullptr;
 };
 template <>
 struct DstArg<ZBW8Vector*> {
   using type = TableOut&;
-  static ZBW8Vector* get(TableOut& t) { return t.given ? t.given.cast<ZBW8Vector*>() : &t.vector; }
+  static ZBW8Vector* get(TableOut& t) { return t.pointer ? t.pointer : &t.vector; }
   static void Note(Frame&, TableOut&) {}
   static void Make(Frame&, TableOut&) {}
   static void Collect(Frame& f, TableOut& t) {
@@ -334,6 +336,7 @@ template <class V>
 struct PathOut {
   V vector;
   py::object given;
+  V* pointer = nullptr;  // the given object's vector, found while the GIL is held
 };
 // The NumPy form of a vector's elements: the dtype of one element, and 3 columns for the colours
 // (ZC24 as uint8, ZColor as float32), 1 for numbers and records (structured dtypes).
@@ -347,17 +350,18 @@ KELMIRA_FOR_EACH_VECTOR_ELEMENT(KPY_LAYOUT)
 // A copy of n elements as an array of shape (n,) or (n, columns).
 template <class E>
 py::array ToArray(const E* data, size_t n) {
+  if (data == nullptr) n = 0;  // a count without a store (ZPeaksVector(n)) holds nothing to read
   const ElementLayout layout = LayoutOf(static_cast<const E*>(nullptr));
   std::vector<py::ssize_t> shape{static_cast<py::ssize_t>(n)};
   if (layout.columns > 1) shape.push_back(layout.columns);
   py::array out(layout.dtype, shape);
-  if (n > 0 && data != nullptr) std::memcpy(out.mutable_data(), static_cast<const void*>(data), sizeof(E) * n);
+  if (n > 0) std::memcpy(out.mutable_data(), static_cast<const void*>(data), sizeof(E) * n);
   return out;
 }
 template <class V>
 struct PathArg {
   using type = PathOut<V>&;
-  static V* get(PathOut<V>& p) { return p.given ? py::cast<V*>(p.given) : &p.vector; }
+  static V* get(PathOut<V>& p) { return p.pointer ? p.pointer : &p.vector; }
   static void Note(Frame&, PathOut<V>&) {}
   static void Make(Frame&, PathOut<V>&) {}
   static void Collect(Frame& f, PathOut<V>& p) {
@@ -695,7 +699,10 @@ template <>
 struct type_caster<kpy::HistogramOut> {
   PYBIND11_TYPE_CASTER(kpy::HistogramOut, const_name("ZBWHistogramVector | None"));
   bool load(handle src, bool) {
-    if (isinstance<ZBWHistogramVector>(src)) value.given = reinterpret_borrow<object>(src);
+    if (isinstance<ZBWHistogramVector>(src)) {
+      value.given = reinterpret_borrow<object>(src);
+      value.pointer = src.cast<ZBWHistogramVector*>();
+    }
     return src.is_none() || value.given;
   }
 };
@@ -724,7 +731,10 @@ template <>
 struct type_caster<kpy::TableOut> {
   PYBIND11_TYPE_CASTER(kpy::TableOut, const_name("ZBW8Vector | None"));
   bool load(handle src, bool) {
-    if (isinstance<ZBW8Vector>(src)) value.given = reinterpret_borrow<object>(src);
+    if (isinstance<ZBW8Vector>(src)) {
+      value.given = reinterpret_borrow<object>(src);
+      value.pointer = src.cast<ZBW8Vector*>();
+    }
     return src.is_none() || value.given;
   }
 };
@@ -747,7 +757,10 @@ template <class V>
 struct type_caster<kpy::PathOut<V>> {
   PYBIND11_TYPE_CASTER(kpy::PathOut<V>, kpy::VectorName<V>::name + const_name(" | None"));
   bool load(handle src, bool) {
-    if (isinstance<V>(src)) value.given = reinterpret_borrow<object>(src);
+    if (isinstance<V>(src)) {
+      value.given = reinterpret_borrow<object>(src);
+      value.pointer = src.cast<V*>();
+    }
     return src.is_none() || value.given;
   }
 };
@@ -770,7 +783,9 @@ struct type_caster<kpy::RawTable<E>> {
     using B = decltype(E().value);
     if (!array_t<B>::check_(src)) return false;
     auto a = reinterpret_borrow<array>(src);
-    if (a.ndim() != 1 || a.shape(0) != length || a.strides(0) != sizeof(B)) return false;
+    if (a.ndim() != 1 || a.shape(0) != length || a.strides(0) != sizeof(B) ||
+        reinterpret_cast<std::uintptr_t>(a.data()) % alignof(E) != 0)
+      return false;
     value.data = reinterpret_cast<E*>(const_cast<void*>(a.data()));
     return true;
   }

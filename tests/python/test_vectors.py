@@ -34,6 +34,18 @@ def test_vector_classes_round_trip(cls, elements, shape):
         v[3]
 
 
+def test_vector_edges():
+    reserved = K.ZPeaksVector(4)  # a capacity without a store: nothing to read
+    reserved.SetNumElements(2)
+    assert reserved.numpy().shape == (0,)
+    with pytest.raises(IndexError):
+        reserved[0]
+    with pytest.raises(TypeError, match=r"elements of shape \(n, 3\)"):
+        K.ZC24Vector(np.zeros((2, 2), np.uint8))
+    with pytest.raises((TypeError, ValueError)):
+        K.ZC24Vector(1)[0] = (1, 2)
+
+
 def test_path_files_and_closed_flag(tmp_path):
     p = K.ZBW8PathVector([(1, 2, 65), (3, 4, 255)])
     p.closed = 1
