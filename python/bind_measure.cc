@@ -82,41 +82,51 @@ py::object Forms(py::module_& m, Fs... forms) {
   return f;
 }
 
+// The moment forms of N outputs, by C++ name: Form<N, T>() is the overload on ZROI<T> with N float
+// references after the view (after the view and the threshold when Threshold).
+template <class T, bool Threshold, class Seq>
+struct MomentsOf;
+template <class T, bool Threshold, size_t... I>
+struct MomentsOf<T, Threshold, std::index_sequence<I...>> {
+  using type = std::conditional_t<Threshold, void (*)(V<T>, unsigned, std::enable_if_t<(I >= 0), F>...),
+                                  void (*)(V<T>, std::enable_if_t<(I >= 0), F>...)>;
+};
+template <class T, size_t N, bool Threshold = false>
+using MomentsFn = typename MomentsOf<T, Threshold, std::make_index_sequence<N>>::type;
+struct Weighted {
+  template <size_t N, class T>
+  static auto Form() { return static_cast<MomentsFn<T, N>>(&LumWeightedMoments); }
+};
+struct Weighed {  // the older spelling
+  template <size_t N, class T>
+  static auto Form() { return static_cast<MomentsFn<T, N>>(&LumWeighedMoments); }
+};
+struct Binary {
+  template <size_t N, class T>
+  static auto Form() { return static_cast<MomentsFn<T, N, true>>(&LumBinaryMoments); }
+};
+
+// The BW8 and BW16 forms of one order, as one Python function; their outputs follow the view
+// (and the threshold).
+template <class Name, size_t N, bool Threshold = false>
+py::object Order(py::module_& m) {
+  constexpr unsigned first = Threshold ? 2 : 1;
+  return Forms<((1u << N) - 1) << first, Threshold>(m, Name::template Form<N, ZBW8>(),
+                                                    Name::template Form<N, ZBW16>());
+}
+
 void Moments(py::module_& m) {
-  for (const char* name : {"LumWeightedMoments", "LumWeighedMoments"}) {
-    const bool old = name[7] == 'e' && name[8] == 'd';  // the older spelling
-    py::list orders;
-    if (!old) {
-      orders.append(Forms<0xE>(m, KFN(void, LumWeightedMoments, V<ZBW8>, F, F, F),
-                               KFN(void, LumWeightedMoments, V<ZBW16>, F, F, F)));
-      orders.append(Forms<0x7E>(m, KFN(void, LumWeightedMoments, V<ZBW8>, F, F, F, F, F, F),
-                                KFN(void, LumWeightedMoments, V<ZBW16>, F, F, F, F, F, F)));
-      orders.append(Forms<0x7FE>(m, KFN(void, LumWeightedMoments, V<ZBW8>, F, F, F, F, F, F, F, F, F, F),
-                                 KFN(void, LumWeightedMoments, V<ZBW16>, F, F, F, F, F, F, F, F, F, F)));
-      orders.append(Forms<0xFFFE>(
-          m, KFN(void, LumWeightedMoments, V<ZBW8>, F, F, F, F, F, F, F, F, F, F, F, F, F, F, F),
-          KFN(void, LumWeightedMoments, V<ZBW16>, F, F, F, F, F, F, F, F, F, F, F, F, F, F, F)));
-    } else {
-      orders.append(Forms<0xE>(m, KFN(void, LumWeighedMoments, V<ZBW8>, F, F, F),
-                               KFN(void, LumWeighedMoments, V<ZBW16>, F, F, F)));
-      orders.append(Forms<0x7E>(m, KFN(void, LumWeighedMoments, V<ZBW8>, F, F, F, F, F, F),
-                                KFN(void, LumWeighedMoments, V<ZBW16>, F, F, F, F, F, F)));
-      orders.append(Forms<0x7FE>(m, KFN(void, LumWeighedMoments, V<ZBW8>, F, F, F, F, F, F, F, F, F, F),
-                                 KFN(void, LumWeighedMoments, V<ZBW16>, F, F, F, F, F, F, F, F, F, F)));
-      orders.append(Forms<0xFFFE>(
-          m, KFN(void, LumWeighedMoments, V<ZBW8>, F, F, F, F, F, F, F, F, F, F, F, F, F, F, F),
-          KFN(void, LumWeighedMoments, V<ZBW16>, F, F, F, F, F, F, F, F, F, F, F, F, F, F, F)));
-    }
+  const auto weighted = [&m](const char* name, py::list orders) {
     m.def(name, [orders](py::object view, int order) {
       if (order < 1 || order > 4) throw py::value_error("order is 1, 2, 3 or 4");
       return orders[order - 1](view);
     }, ARG("view"), ARG("order") = 1, py::doc(Doc(name)));
-  }
-  py::list binary;
-  binary.append(Forms<0x1C, true>(m, KFN(void, LumBinaryMoments, V<ZBW8>, unsigned, F, F, F),
-                            KFN(void, LumBinaryMoments, V<ZBW16>, unsigned, F, F, F)));
-  binary.append(Forms<0xFC, true>(m, KFN(void, LumBinaryMoments, V<ZBW8>, unsigned, F, F, F, F, F, F),
-                            KFN(void, LumBinaryMoments, V<ZBW16>, unsigned, F, F, F, F, F, F)));
+  };
+  weighted("LumWeightedMoments", py::make_tuple(Order<Weighted, 3>(m), Order<Weighted, 6>(m),
+                                                Order<Weighted, 10>(m), Order<Weighted, 15>(m)));
+  weighted("LumWeighedMoments", py::make_tuple(Order<Weighed, 3>(m), Order<Weighed, 6>(m), Order<Weighed, 10>(m),
+                                               Order<Weighed, 15>(m)));
+  py::list binary = py::make_tuple(Order<Binary, 3, true>(m), Order<Binary, 6, true>(m));
   m.def("LumBinaryMoments", [binary](py::object view, py::object threshold, int order) {
     if (order < 1 || order > 2) throw py::value_error("order is 1 or 2");
     return binary[order - 1](view, threshold);

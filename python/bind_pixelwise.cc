@@ -46,6 +46,10 @@ void CopyOneType(py::module_& m) {
 }
 
 void BindPoint(py::module_& m) {
+  // A table array of exactly the table's dtype and length is read in place by the pointer forms;
+  // any other array, or a vector object, goes to the vector forms (copied, its count checked).
+  Def<2>(m, "LumLut", KFN(void, LumLut, C<ZBW8>, V<ZBW8>, ZBW8*), ARG("source"), OUT, ARG("table"));
+  Def<2>(m, "LumLut", KFN(void, LumLut, V<ZBW16>, V<ZBW16>, ZBW16*), ARG("source"), OUT, ARG("table"));
   Def<2>(m, "LumLut", KFN(void, LumLut, C<ZBW8>, V<ZBW8>, ZBW8Vector*), ARG("source"), OUT, ARG("table"));
   Def<2>(m, "LumLut", KFN(void, LumLut, V<ZBW16>, V<ZBW16>, ZBW16Vector*), ARG("source"), OUT, ARG("table"));
   Def<2>(m, "LumLut", KFN(void, LumLut, V<ZBW16>, V<ZBW8>, ZBW8Vector*, unsigned), ARG("source"),
@@ -69,47 +73,67 @@ void BindComponents(py::module_& m) {
   Def<2>(m, "HueSetComponent", &HueSetComponent, ARG("source"), ARG("destination"), ARG("component"));
 }
 
-// LumConvert: the destination's type picks the conversion, so it is always given.
+// LumConvert: the destination's type picks the conversion, so it is always given. One line of
+// the list below per (source, destination) pair; the bit-depth pairs take a shift.
 template <class S, class D>
-void Convert(py::module_& m) {
+struct Plain {};
+template <class S, class D>
+struct Shifted {};
+template <class S, class D>
+void Convert(py::module_& m, Plain<S, D>) {
   Def<2>(m, "LumConvert", KFN(void, LumConvert, C<S>, V<D>), ARG("source"), ARG("destination"));
 }
 template <class S, class D>
-void ConvertShift(py::module_& m) {
+void Convert(py::module_& m, Shifted<S, D>) {
   Def<2>(m, "LumConvert", KFN(void, LumConvert, C<S>, V<D>, unsigned), ARG("source"), ARG("destination"),
          ARG("shift"));
 }
+template <class... Pairs>
+void Converts(py::module_& m) {
+  (Convert(m, Pairs{}), ...);
+}
 
 void BindConvert(py::module_& m) {
-  Convert<ZC24, ZC24A>(m);
-  Convert<ZC24A, ZC24>(m);
+  Converts<Plain<ZC24, ZC24A>, Plain<ZC24A, ZC24>>(m);
   Def<4>(m, "LumConvert", KFN(void, LumConvert, C<ZC24>, C<ZBW8>, V<ZC24A>), ARG("source"), ARG("alpha"),
          ARG("destination"));
   Def<6>(m, "LumConvert", KFN(void, LumConvert, C<ZC24A>, V<ZC24>, V<ZBW8>), ARG("source"), ARG("destination"),
          ARG("alpha"));
-  Convert<ZBW8, ZC24>(m);
-  Convert<ZC24, ZBW8>(m);
-  ConvertShift<ZBW16, ZBW8>(m);
-  ConvertShift<ZBW32, ZBW8>(m);
-  ConvertShift<ZBW32, ZBW16>(m);
-  ConvertShift<ZBW8, ZBW16>(m);
-  ConvertShift<ZBW8, ZBW32>(m);
-  ConvertShift<ZBW16, ZBW32>(m);
-  Convert<ZFLOAT32, ZBW8>(m);
-  Convert<ZFLOAT32, ZBW16>(m);
-  Convert<ZFLOAT32, ZBW32>(m);
-  Convert<ZFLOAT64, ZBW8>(m);
-  Convert<ZFLOAT64, ZBW16>(m);
-  Convert<ZFLOAT64, ZBW32>(m);
-  Convert<ZBW8, ZFLOAT32>(m);
-  Convert<ZBW16, ZFLOAT32>(m);
-  Convert<ZBW32, ZFLOAT32>(m);
-  Convert<ZBW8, ZFLOAT64>(m);
-  Convert<ZBW16, ZFLOAT64>(m);
-  Convert<ZBW32, ZFLOAT64>(m);
+  Converts<Plain<ZBW8, ZC24>, Plain<ZC24, ZBW8>,                                            //
+           Shifted<ZBW16, ZBW8>, Shifted<ZBW32, ZBW8>, Shifted<ZBW32, ZBW16>,               //
+           Shifted<ZBW8, ZBW16>, Shifted<ZBW8, ZBW32>, Shifted<ZBW16, ZBW32>,               //
+           Plain<ZFLOAT32, ZBW8>, Plain<ZFLOAT32, ZBW16>, Plain<ZFLOAT32, ZBW32>,           //
+           Plain<ZFLOAT64, ZBW8>, Plain<ZFLOAT64, ZBW16>, Plain<ZFLOAT64, ZBW32>,           //
+           Plain<ZBW8, ZFLOAT32>, Plain<ZBW16, ZFLOAT32>, Plain<ZBW32, ZFLOAT32>,           //
+           Plain<ZBW8, ZFLOAT64>, Plain<ZBW16, ZFLOAT64>, Plain<ZBW32, ZFLOAT64>,           //
+           Plain<ZC24, ZC15>, Plain<ZBW8, ZC15>, Plain<ZC15, ZC24>, Plain<ZC15, ZBW8>,      //
+           Plain<ZC24, ZC16>, Plain<ZBW8, ZC16>, Plain<ZC16, ZC24>, Plain<ZC16, ZBW8>>(m);
   Def<2>(m, "LumConvertTo422", KFN(void, LumConvertTo422, V<ZBW8>, V<ZBW16>), ARG("source"), OUT);
 }
 
+// kelmira.C15(array) and kelmira.C16(array): a uint16 (h, w) array seen as 15- or 16-bit colour.
+template <class T>
+void PackedClass(py::module_& m) {
+  const std::string name = Pixel<T>::name;
+  py::class_<Packed<T>>(m, Pixel<T>::name,
+                        (std::string("A uint16 (h, w) array of ") + name +
+                         " colour pixels, passed to the operators as a view (no copy).").c_str())
+      .def(py::init([name](py::array array) {
+             Geometry g;
+             if (!Inspect(array, 'u', 2, 1, Pixel<T>::name, Pixel<T>::layout, false, &g))
+               throw py::type_error(name + " wraps a uint16 (h, w) array; got " +
+                                    std::string(py::str(py::object(array.dtype()))));
+             return Packed<T>{std::move(array)};
+           }),
+           py::arg("array"))
+      .def_readonly("array", &Packed<T>::array, "The pixels, a uint16 (h, w) array (shared, not copied).")
+      .def("__array__", [](const Packed<T>& p, py::object dtype) -> py::object {
+        return dtype.is_none() ? py::object(p.array) : p.array.attr("astype")(dtype);
+      }, py::arg("dtype") = py::none())
+      .def("__repr__", [name](const Packed<T>& p) {
+        return name + "(shape=(" + std::to_string(p.array.shape(0)) + ", " + std::to_string(p.array.shape(1)) + "))";
+      });
+}
 }  // namespace
 
 void BindPixelwise(py::module_& m) {
@@ -118,6 +142,10 @@ void BindPixelwise(py::module_& m) {
   CopyOneType<ZBW16>(m);
   CopyOneType<ZBW32>(m);
   CopyOneType<ZC24>(m);
+  PackedClass<ZC15>(m);
+  PackedClass<ZC16>(m);
+  CopyOneType<ZC15>(m);
+  CopyOneType<ZC16>(m);
   BindPoint(m);
   BindConvert(m);
   BindComponents(m);

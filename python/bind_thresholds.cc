@@ -28,6 +28,22 @@ void Histograms(py::module_& m) {
   Def<2>(m, "LumSetupEqualize", static_cast<void (*)(H, ZBW8Vector*)>(&LumSetupEqualize), ARG("histogram"),
          ARG("table") = py::none());
   Def<2>(m, "LumEqualize", static_cast<void (*)(ZROI<ZBW8>*, ZROI<ZBW8>*)>(&LumEqualize), ARG("source"), OUT);
+}
+
+// The legacy forms on a kelmira.ZVector, which is given (never made) and filled in place. The two
+// LumAnalyseHistogram forms differ only by their result's type: the int form returns it, the
+// float form takes it in and out, so passing a float as `result` picks it.
+void Legacy(py::module_& m) {
+  Def<2>(m, "LumHistogram", static_cast<short (*)(ZROI<ZBW8>*, ZVector*)>(&LumHistogram), ARG("source"),
+         ARG("histogram"));
+  Def<0, 16>(m, "LumAnalyseHistogram", static_cast<short (*)(ZVector*, int, int, int, int&)>(&LumAnalyseHistogram),
+             ARG("histogram"), ARG("low"), ARG("high"), ARG("feature"));
+  Def<0>(m, "LumAnalyseHistogram", static_cast<short (*)(ZVector*, int, int, int, float&)>(&LumAnalyseHistogram),
+         ARG("histogram"), ARG("low"), ARG("high"), ARG("feature"), ARG("result"));
+  Def<2>(m, "LumSetupEqualize", static_cast<void (*)(ZVector*, ZVector*)>(&LumSetupEqualize), ARG("histogram"),
+         ARG("table"));
+  Def<0>(m, "LumIsodataThreshold", static_cast<unsigned (*)(ZVector*, unsigned, unsigned)>(&LumIsodataThreshold),
+         ARG("histogram"), ARG("low"), ARG("high"));
   Def<2>(m, "LumEqualize", static_cast<void (*)(ZROI<ZBW16>*, ZROI<ZBW16>*)>(&LumEqualize), ARG("source"), OUT);
 }
 
@@ -95,6 +111,7 @@ void Application(py::module_& m) {
 
 void BindThresholds(py::module_& m) {
   Histograms(m);
+  Legacy(m);
   Selection(m);
   Application(m);
 }

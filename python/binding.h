@@ -46,6 +46,8 @@ KPY_PIXEL(ZFLOAT32, 'f', 4, 1, "FLOAT32", "float32 (h, w)")
 KPY_PIXEL(ZFLOAT64, 'f', 8, 1, "FLOAT64", "float64 (h, w)")
 KPY_PIXEL(ZC24, 'u', 1, 3, "C24", "uint8 (h, w, 3)")
 KPY_PIXEL(ZC24A, 'u', 1, 4, "C24A", "uint8 (h, w, 4)")
+KPY_PIXEL(ZC15, 'u', 2, 1, "C15", "uint16 (h, w)")
+KPY_PIXEL(ZC16, 'u', 2, 1, "C16", "uint16 (h, w)")
 #undef KPY_PIXEL
 
 // Checks that `array` can be a view of pixel type T and returns the view's geometry. Returns
@@ -57,6 +59,15 @@ struct Geometry {
 };
 bool Inspect(const py::array& array, char kind, int size, int channels, const char* name,
              const char* layout, bool writable, Geometry* out);
+
+// C15 and C16 images have the dtype of BW16, so an array of them travels in a wrapper that names
+// the type: kelmira.C15(array) is a view of the uint16 (h, w) array, which it keeps.
+template <class T>
+struct Packed {
+  py::array array;
+};
+template <class T>
+constexpr bool kPacked = std::is_same_v<T, ZC15> || std::is_same_v<T, ZC16>;
 
 // An image argument: the array's pixels seen as a ZImage (SetImagePtr, no copy).
 template <class T>
@@ -110,9 +121,13 @@ void Dst<T>::Allocate(int width, int height) {
                                                                             : dtypes[Pixel<T>::size];
   py::tuple shape = Pixel<T>::channels == 1 ? py::make_tuple(height, width)
                                             : py::make_tuple(height, width, Pixel<T>::channels);
-  array = Zeros(shape, dtype);
-  auto a = py::reinterpret_borrow<py::array>(array);
+  auto a = py::reinterpret_steal<py::array>(Zeros(shape, dtype).release());
   view.SetImagePtr(width, height, a.mutable_data(), static_cast<int>(a.strides(0)));
+  if constexpr (kPacked<T>) {
+    array = py::cast(Packed<T>{a});
+  } else {
+    array = a;
+  }
 }
 
 // Raises kelmira.Error from the calling thread's error state when it holds an error.
@@ -169,6 +184,8 @@ template <> struct Arg<ZBW1> : ScalarArg<ZBW1, uint8_t> {};
 template <> struct Arg<ZBW8> : ScalarArg<ZBW8, uint8_t> {};
 template <> struct Arg<ZBW16> : ScalarArg<ZBW16, uint16_t> {};
 template <> struct Arg<ZBW32> : ScalarArg<ZBW32, uint32_t> {};
+template <> struct Arg<ZC15> : ScalarArg<ZC15, uint16_t> {};
+template <> struct Arg<ZC16> : ScalarArg<ZC16, uint16_t> {};
 // A colour constant as (c0, c1, c2), in memory order; gains and offsets as three floats.
 template <> struct Arg<ZC24> : ScalarArg<ZC24, std::tuple<uint8_t, uint8_t, uint8_t>> {};
 template <> struct Arg<ZColor> : ScalarArg<ZColor, std::tuple<float, float, float>> {};
@@ -181,6 +198,7 @@ struct InOutArg {  // an in-out number: passed in, handed back after the destina
 };
 template <> struct Arg<int&> : InOutArg<int> {};
 template <> struct Arg<unsigned int&> : InOutArg<unsigned int> {};
+template <> struct Arg<float&> : InOutArg<float> {};
 template <class T>
 struct SrcArg {
   using type = Src<T>&;
@@ -197,6 +215,21 @@ struct Arg<ZROI<T>*> : SrcArg<T> {};
 template <class T>
 struct Arg<ZImage<T>*> : SrcArg<T> {  // an image parameter (Hysteresis's directions): the array's view
   static ZImage<T>* get(Src<T>& s) { return &s.view; }
+};
+
+// A raw table (LumLut's pointer forms): a C-contiguous 1-D array of exactly the element's dtype
+// and exactly the table's length (256, 65536), used in place. Any other array goes on to the
+// vector form, which copies it and checks its count.
+template <class E>
+struct RawTable {
+  E* data = nullptr;
+};
+template <class E>
+struct Arg<E*, std::enable_if_t<std::is_same_v<E, ZBW8> || std::is_same_v<E, ZBW16>>> {
+  using type = RawTable<E>;
+  static E* get(type& t) { return t.data; }
+  static void Note(Frame&, type&) {}
+  static void Collect(Frame&, type&) {}
 };
 
 // A table (ZBW8Vector, ZBW16Vector) from any 1-D array: its elements are copied in.
@@ -221,11 +254,27 @@ struct Arg<ZBW16Vector*> : VecArg<ZBW16Vector> {};
 template <>
 struct Arg<ZBWHistogramVector*> : VecArg<ZBWHistogramVector> {};
 
+// A vector given to be filled in place (the legacy ZVector forms): required, and handed back.
+template <class V>
+struct InPlace {
+  py::object object;
+  V* vector = nullptr;
+};
+template <class V>
+struct InPlaceArg {
+  using type = InPlace<V>&;
+  static V* get(InPlace<V>& v) { return v.vector; }
+  static void Note(Frame&, InPlace<V>&) {}
+  static void Make(Frame&, InPlace<V>&) {}
+  static void Collect(Frame& f, InPlace<V>& v) { f.Add(v.object); }
+};
+
 // A histogram that the operator fills: passed as None (or left out), returned as a uint32 array;
 // a kelmira.ZBWHistogramVector given is filled in place and returned.
 struct HistogramOut {
   ZBWHistogramVector vector;
   py::object given;
+  ZBWHistogramVector* pointer = nullptr;  // the given object's vector, found while the GIL is held
 };
 
 template <class A>
@@ -247,7 +296,7 @@ template <>
 struct DstArg<ZBWHistogramVector*> {
   using type = HistogramOut&;
   static ZBWHistogramVector* get(HistogramOut& h) {
-    return h.given ? h.given.cast<ZBWHistogramVector*>() : &h.vector;
+    return h.pointer ? h.pointer : &h.vector;
   }
   static void Note(Frame&, HistogramOut&) {}
   static void Make(Frame&, HistogramOut&) {}
@@ -263,11 +312,12 @@ struct DstArg<ZBWHistogramVector*> {
 struct TableOut {
   ZBW8Vector vector;
   py::object given;  // a kelmira.ZBW8Vector, filled in place
+  ZBW8Vector* pointer = nullptr;
 };
 template <>
 struct DstArg<ZBW8Vector*> {
   using type = TableOut&;
-  static ZBW8Vector* get(TableOut& t) { return t.given ? t.given.cast<ZBW8Vector*>() : &t.vector; }
+  static ZBW8Vector* get(TableOut& t) { return t.pointer ? t.pointer : &t.vector; }
   static void Note(Frame&, TableOut&) {}
   static void Make(Frame&, TableOut&) {}
   static void Collect(Frame& f, TableOut& t) {
@@ -280,30 +330,49 @@ struct DstArg<ZBW8Vector*> {
 };
 
 // A path that the operator fills: passed as None (or left out), returned as a structured array
-// with fields x, y (and pixel for the valued paths), one record per point.
+// with fields x, y (and pixel for the valued paths), one record per point; a path vector object
+// given is filled in place and returned.
 template <class V>
 struct PathOut {
   V vector;
+  py::object given;
+  V* pointer = nullptr;  // the given object's vector, found while the GIL is held
 };
-py::dtype PathDtype(int recordBytes, const char* pixelFormat);
+// The NumPy form of a vector's elements: the dtype of one element, and 3 columns for the colours
+// (ZC24 as uint8, ZColor as float32), 1 for numbers and records (structured dtypes).
+struct ElementLayout {
+  py::dtype dtype;
+  int columns = 1;
+};
+#define KPY_LAYOUT(E) ElementLayout LayoutOf(const E*);
+KELMIRA_FOR_EACH_VECTOR_ELEMENT(KPY_LAYOUT)
+#undef KPY_LAYOUT
+// A copy of n elements as an array of shape (n,) or (n, columns).
+template <class E>
+py::array ToArray(const E* data, size_t n) {
+  if (data == nullptr) n = 0;  // a count without a store (ZPeaksVector(n)) holds nothing to read
+  const ElementLayout layout = LayoutOf(static_cast<const E*>(nullptr));
+  std::vector<py::ssize_t> shape{static_cast<py::ssize_t>(n)};
+  if (layout.columns > 1) shape.push_back(layout.columns);
+  py::array out(layout.dtype, shape);
+  if (n > 0) std::memcpy(out.mutable_data(), static_cast<const void*>(data), sizeof(E) * n);
+  return out;
+}
 template <class V>
 struct PathArg {
   using type = PathOut<V>&;
-  static V* get(PathOut<V>& p) { return &p.vector; }
+  static V* get(PathOut<V>& p) { return p.pointer ? p.pointer : &p.vector; }
   static void Note(Frame&, PathOut<V>&) {}
   static void Make(Frame&, PathOut<V>&) {}
   static void Collect(Frame& f, PathOut<V>& p) {
-    using E = std::remove_pointer_t<decltype(p.vector.GetDataPtr())>;
-    const char* pixel = std::is_same_v<E, ZBW8Path> ? "u1" : std::is_same_v<E, ZBW16Path> ? "<u2" : nullptr;
-    const auto n = static_cast<py::ssize_t>(p.vector.GetNumElements());
-    py::array out(PathDtype(sizeof(E), pixel), std::vector<py::ssize_t>{n});
-    if (n > 0) std::memcpy(out.mutable_data(), static_cast<const void*>(p.vector.GetDataPtr()), sizeof(E) * n);
-    f.Add(out);
+    if (p.given) return f.Add(p.given);
+    f.Add(ToArray(p.vector.GetDataPtr(), p.vector.GetNumElements()));
   }
 };
 template <> struct DstArg<ZPathVector*> : PathArg<ZPathVector> {};
 template <> struct DstArg<ZBW8PathVector*> : PathArg<ZBW8PathVector> {};
 template <> struct DstArg<ZBW16PathVector*> : PathArg<ZBW16PathVector> {};
+template <> struct DstArg<ZVector*> : InPlaceArg<ZVector> {};
 
 // A list that the operator fills (multi-level thresholds): passed as None (or left out), returned
 // as a NumPy array (levels; regions as records first, last, mean, variance, count) or, for
@@ -574,6 +643,23 @@ void BindGeometry(py::module_& m);
 void BindMeasure(py::module_& m);
 void BindCanny(py::module_& m);
 
+// The Python name of each vector class, for the signatures.
+template <class V>
+struct VectorName;
+#define KPY_VECTOR_NAME(V) \
+  template <>              \
+  struct VectorName<V> {   \
+    static constexpr auto name = py::detail::const_name(#V); \
+  };
+KPY_VECTOR_NAME(ZBW8Vector)
+KPY_VECTOR_NAME(ZBW16Vector)
+KPY_VECTOR_NAME(ZBWHistogramVector)
+KPY_VECTOR_NAME(ZPathVector)
+KPY_VECTOR_NAME(ZBW8PathVector)
+KPY_VECTOR_NAME(ZBW16PathVector)
+KPY_VECTOR_NAME(ZVector)
+#undef KPY_VECTOR_NAME
+
 }  // namespace kpy
 
 // NumPy arrays into Src and Dst.
@@ -613,7 +699,10 @@ template <>
 struct type_caster<kpy::HistogramOut> {
   PYBIND11_TYPE_CASTER(kpy::HistogramOut, const_name("ZBWHistogramVector | None"));
   bool load(handle src, bool) {
-    if (isinstance<ZBWHistogramVector>(src)) value.given = reinterpret_borrow<object>(src);
+    if (isinstance<ZBWHistogramVector>(src)) {
+      value.given = reinterpret_borrow<object>(src);
+      value.pointer = src.cast<ZBWHistogramVector*>();
+    }
     return src.is_none() || value.given;
   }
 };
@@ -642,7 +731,10 @@ template <>
 struct type_caster<kpy::TableOut> {
   PYBIND11_TYPE_CASTER(kpy::TableOut, const_name("ZBW8Vector | None"));
   bool load(handle src, bool) {
-    if (isinstance<ZBW8Vector>(src)) value.given = reinterpret_borrow<object>(src);
+    if (isinstance<ZBW8Vector>(src)) {
+      value.given = reinterpret_borrow<object>(src);
+      value.pointer = src.cast<ZBW8Vector*>();
+    }
     return src.is_none() || value.given;
   }
 };
@@ -663,8 +755,93 @@ struct type_caster<kpy::ImageOut<T>> {
 };
 template <class V>
 struct type_caster<kpy::PathOut<V>> {
-  PYBIND11_TYPE_CASTER(kpy::PathOut<V>, const_name("None"));
-  bool load(handle src, bool) { return src.is_none(); }
+  PYBIND11_TYPE_CASTER(kpy::PathOut<V>, kpy::VectorName<V>::name + const_name(" | None"));
+  bool load(handle src, bool) {
+    if (isinstance<V>(src)) {
+      value.given = reinterpret_borrow<object>(src);
+      value.pointer = src.cast<V*>();
+    }
+    return src.is_none() || value.given;
+  }
+};
+template <class V>
+struct type_caster<kpy::InPlace<V>> {
+  PYBIND11_TYPE_CASTER(kpy::InPlace<V>, kpy::VectorName<V>::name);
+  bool load(handle src, bool) {
+    if (!isinstance<V>(src)) return false;
+    value.object = reinterpret_borrow<object>(src);
+    value.vector = src.cast<V*>();
+    return true;
+  }
+};
+template <class E>
+struct type_caster<kpy::RawTable<E>> {
+  static constexpr bool bytes = std::is_same_v<E, ZBW8>;
+  static constexpr py::ssize_t length = bytes ? 256 : 65536;
+  PYBIND11_TYPE_CASTER(kpy::RawTable<E>, const_name<bytes>("ndarray[uint8 table]", "ndarray[uint16 table]"));
+  bool load(handle src, bool) {
+    using B = decltype(E().value);
+    if (!array_t<B>::check_(src)) return false;
+    auto a = reinterpret_borrow<array>(src);
+    if (a.ndim() != 1 || a.shape(0) != length || a.strides(0) != sizeof(B) ||
+        reinterpret_cast<std::uintptr_t>(a.data()) % alignof(E) != 0)
+      return false;
+    value.data = reinterpret_cast<E*>(const_cast<void*>(a.data()));
+    return true;
+  }
+};
+// C15 and C16 images: the wrapper's array as the view.
+template <class T>
+struct PackedCaster {
+  template <class S>
+  static bool Load(handle src, bool writable, S& value) {
+    if (!isinstance<kpy::Packed<T>>(src)) return false;
+    kpy::Geometry g;
+    using P = kpy::Pixel<T>;
+    const auto& a = src.cast<const kpy::Packed<T>&>().array;
+    if (!kpy::Inspect(a, P::kind, P::size, P::channels, P::name, P::layout, writable, &g))
+      throw type_error(std::string(P::name) + " holds a uint16 (h, w) array");
+    value.view.SetImagePtr(g.width, g.height, g.pixels, g.pitch);
+    return true;
+  }
+};
+template <>
+struct type_caster<kpy::Src<ZC15>> {
+  PYBIND11_TYPE_CASTER(kpy::Src<ZC15>, const_name("C15"));
+  bool load(handle src, bool) {
+    if (!PackedCaster<ZC15>::Load(src, false, value)) return false;
+    value.width = value.view.GetWidth(), value.height = value.view.GetHeight();
+    return true;
+  }
+};
+template <>
+struct type_caster<kpy::Src<ZC16>> {
+  PYBIND11_TYPE_CASTER(kpy::Src<ZC16>, const_name("C16"));
+  bool load(handle src, bool) {
+    if (!PackedCaster<ZC16>::Load(src, false, value)) return false;
+    value.width = value.view.GetWidth(), value.height = value.view.GetHeight();
+    return true;
+  }
+};
+template <>
+struct type_caster<kpy::Dst<ZC15>> {
+  PYBIND11_TYPE_CASTER(kpy::Dst<ZC15>, const_name("C15 | None"));
+  bool load(handle src, bool) {
+    if (src.is_none()) return true;
+    if (!PackedCaster<ZC15>::Load(src, true, value)) return false;
+    value.array = reinterpret_borrow<object>(src);
+    return value.given = true;
+  }
+};
+template <>
+struct type_caster<kpy::Dst<ZC16>> {
+  PYBIND11_TYPE_CASTER(kpy::Dst<ZC16>, const_name("C16 | None"));
+  bool load(handle src, bool) {
+    if (src.is_none()) return true;
+    if (!PackedCaster<ZC16>::Load(src, true, value)) return false;
+    value.array = reinterpret_borrow<object>(src);
+    return value.given = true;
+  }
 };
 template <class B>
 struct type_caster<kpy::Scalar<B>> {
@@ -685,7 +862,7 @@ struct type_caster<kpy::Vec<Vc>> {
     if constexpr (std::is_class_v<E>) return e->value; else return *e;
   }
   using Builtin = decltype(BuiltinOf(static_cast<Element*>(nullptr)));
-  PYBIND11_TYPE_CASTER(kpy::Vec<Vc>, const_name("ndarray[1-D table]"));
+  PYBIND11_TYPE_CASTER(kpy::Vec<Vc>, kpy::VectorName<Vc>::name + const_name(" | ndarray[1-D]"));
   bool load(handle src, bool) {
     if (src.is_none()) return value.null = true;
     if (isinstance<Vc>(src)) {

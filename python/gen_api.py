@@ -21,6 +21,16 @@ def parse(include_dir):
     return docs, by_header, enums
 
 
+def forms(include_dir):
+    """{name: [C++ signatures]}: every declared form of every operator, one line each."""
+    docs, _, _ = parse(include_dir)
+    out = {}
+    for name, blocks in docs.items():
+        signature = re.compile(r"^[\w\s:<>*&]*\b%s\s*\(.*\)\s*;$" % name)
+        out[name] = [line for block in blocks for line in block.splitlines() if signature.match(line)]
+    return out
+
+
 def macro_forms(lines):
     """{name: [declarations]} of the forms that a macro with a parameter declares where it is
     invoked (KELMIRA_PREDEFINED_3X3(LumConvolSobel), ...), and the parameter names."""
@@ -127,7 +137,7 @@ def parse_header(header, docs, names, enums):
         m = decl.search(line)
         if m and not line.startswith("#"):
             statement = [line]
-            while not statement[-1].rstrip().endswith((";", "{", "}")) and i + 1 < len(lines):
+            while not statement[-1].split("//")[0].rstrip().endswith((";", "{", "}")) and i + 1 < len(lines):
                 i += 1
                 statement.append(lines[i].strip().rstrip("\\").strip())
                 if sticky is not None and not lines[i].rstrip().endswith("\\"):
@@ -149,6 +159,10 @@ def parse_header(header, docs, names, enums):
     for name, signatures in expanded.items():
         if name not in docs:  # forms named only through a macro parameter
             docs[name] = ["\n".join(signatures + macro_comment)]
+        else:  # a form written once in a macro body over a type parameter: its expansions stand for it
+            generic = re.compile(r"\b(%s)\b" % "|".join(map(re.escape, params)))
+            docs[name] = ["\n".join(signatures + block.splitlines()[1:])
+                          if generic.search(block.splitlines()[0]) else block for block in docs[name]]
         if name not in names:
             names.append(name)
 
