@@ -1,10 +1,7 @@
 // The growable vector: growth, capacity and count, copies, bounds, the heap step, the derived
 // vectors and the text forms of the elements.
 #include <algorithm>
-#include <functional>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "support/kelmira_test.h"
 
