@@ -1,10 +1,5 @@
-// Threshold application: every form against a per-pixel model through the shared sweep (every
-// geometry, wide on and off, every target, guard bytes) and in place; packed one-bit output at
-// every bit offset; automatic and failed selections; the local mean against a brute-force window;
-// the adaptive map against a grid computed from scratch; the errors and traces.
-#include <cstring>
-#include <functional>
-
+// Threshold application against per-pixel models on the shared sweep, packed one-bit output at
+// every bit offset, the local mean against brute force, the adaptive map against its grid.
 #include "support/kelmira_test.h"
 
 namespace {
