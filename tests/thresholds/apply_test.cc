@@ -7,7 +7,6 @@ namespace {
 using Strings = std::vector<std::string>;
 using Marvane::Ovidra::Segmentation::LumLocalMeanThreshold;
 
-// The bits of a one-bit view, row by row.
 std::vector<int> BitsOf(ZROI<ZBW1>* v) {
   std::vector<int> out;
   for (int y = 0; y < v->GetHeight(); ++y)
@@ -15,7 +14,6 @@ std::vector<int> BitsOf(ZROI<ZBW1>* v) {
   return out;
 }
 
-// One form against its model on the shared sweep, in place where the types allow it.
 template <class S, class D>
 void Check(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::function<D(S)>& model) {
   kt::CheckAgainst<S, D>(call, [&](S s, D) { return model(s); }, nullptr, true);

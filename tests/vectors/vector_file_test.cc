@@ -105,8 +105,8 @@ TYPED_TEST(VectorFileTyped, RoundTripsAndBadFiles) {
   loaded.Save(path.c_str());
   EXPECT_EQ(ReadBytes(path), hand);
   // Refused files and the elements left: another type's or type 0, a header that differs in any
-  // byte (a version 2 with its check byte right too), cut short anywhere (inside the second element the
-  // first is kept), and a count of four thousand million, which costs the memory of what is there.
+  // byte (a version 2 with its check byte right too), cut short anywhere (inside the second element
+  // the first is kept), and a count of four thousand million, which costs the memory of what is there.
   const auto changed = [&](int at, uint8_t value) {
     Bytes b = hand;
     b[at] = value, b[3] = at == 2 ? uint8_t(b[0] ^ b[1] ^ b[2]) : b[3];

@@ -11,7 +11,6 @@ using Ints = std::vector<int>;
 
 Ints Contents(const ZVectorTemplate<int>& v) { return Ints(v.GetDataPtr(), v.GetDataPtr() + v.GetNumElements()); }
 
-// Count, capacity and elements at once.
 std::tuple<unsigned, unsigned, Ints> State(const ZVectorTemplate<int>& v) {
   return {v.GetNumElements(), v.GetMaxElements(), Contents(v)};
 }
