@@ -1,10 +1,5 @@
-// Threshold application: every form against a per-pixel model through the shared sweep (every
-// geometry, wide on and off, every target, guard bytes) and in place; packed one-bit output at
-// every bit offset; automatic and failed selections; the local mean against a brute-force window;
-// the adaptive map against a grid computed from scratch; the errors and traces.
-#include <cstring>
-#include <functional>
-
+// Threshold application against per-pixel models on the shared sweep, packed one-bit output at
+// every bit offset, the local mean against brute force, the adaptive map against its grid.
 #include "support/kelmira_test.h"
 
 namespace {
@@ -12,7 +7,6 @@ namespace {
 using Strings = std::vector<std::string>;
 using Marvane::Ovidra::Segmentation::LumLocalMeanThreshold;
 
-// The bits of a one-bit view, row by row.
 std::vector<int> BitsOf(ZROI<ZBW1>* v) {
   std::vector<int> out;
   for (int y = 0; y < v->GetHeight(); ++y)
@@ -20,7 +14,6 @@ std::vector<int> BitsOf(ZROI<ZBW1>* v) {
   return out;
 }
 
-// One form against its model on the shared sweep, in place where the types allow it.
 template <class S, class D>
 void Check(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::function<D(S)>& model) {
   kt::CheckAgainst<S, D>(call, [&](S s, D) { return model(s); }, nullptr, true);

@@ -1,9 +1,7 @@
 // Histograms against a direct count (views at every offset, run lists, bit windows), the legacy
-// vector forms, cumulation, features and entropy, equalisation, and the error numbers and trace
-// strings of the family.
+// vector forms, cumulation, features, entropy and equalisation.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "support/kelmira_test.h"
 

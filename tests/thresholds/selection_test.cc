@@ -1,10 +1,7 @@
-// Threshold selection: LumHistogramThreshold in every mode against a direct model of each mode
-// (every candidate evaluated from scratch), the named selectors against brute force, the
-// multi-level search against all partitions, and the errors in check order.
+// Threshold selection: every mode against a model that evaluates each candidate from scratch, the
+// named selectors and the multi-level search against brute force.
 #include <cfloat>
 #include <cmath>
-#include <cstring>
-#include <functional>
 
 #include "support/kelmira_test.h"
 

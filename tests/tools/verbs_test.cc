@@ -1,6 +1,5 @@
-// The verbs through Main(), as a user calls them: the demo's files, apply round trips, --help,
-// and every kind of bad input giving its one-line message and exit code. The last group runs the
-// built program itself.
+// The verbs through Main(), as a user calls them, and every kind of bad input giving its one-line
+// message and exit code; the last group runs the built program itself.
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -194,6 +193,33 @@ TEST(BadInput, EachKindGivesOneLineAndItsExitCode) {
   EXPECT_FALSE(std::filesystem::exists(out)) << "a failed apply wrote its output";
   const ttest::Outcome none = ttest::Kelmira({});  // the usage text and the usage code
   EXPECT_TRUE(none.code == 2 && none.err.find("usage: kelmira") != std::string::npos);
+}
+
+// The table and the JSON of a known image and of a rectangle of it (stats' refusals and help are
+// rows of the tables above); nine digits of a float in the table.
+TEST(Stats, TableAndJson) {
+  const auto dir = ttest::Scratch();
+  const std::string path = (dir / "blocks.pgm").string(), colour = (dir / "colour.ppm").string();
+  ktool::WriteImage(ttest::Blocks(), path);
+  const ttest::Outcome r = ttest::Kelmira({"stats", path});
+  ASSERT_EQ(r.code, 0) << r.err;
+  for (const auto& [name, value] : {std::pair<std::string, std::string>{"minimum", "20"}, {"maximum", "200"},
+                                    {"area at or above threshold", "21"}, {"gravity x", "7.28571415"},
+                                    {"gravity y", "3.42857146"}, {"pixels", "21"}}) {
+    const std::string line = "  " + name + std::string(28 - name.size(), ' ') + std::string(16 - value.size(), ' ') + value + "\n";
+    EXPECT_NE(r.out.find(line), std::string::npos) << line << r.out;
+  }
+  const ttest::Outcome j = ttest::Kelmira({"stats", path, "2,1,6,4", "--json", "--threshold", "100"});
+  ASSERT_EQ(j.code, 0) << j.err;
+  EXPECT_EQ(j.out.rfind("{\"image\": ", 0), 0u);
+  EXPECT_NE(j.out.find("\"roi\": [2, 1, 6, 4], \"threshold\": 100"), std::string::npos) << j.out;
+  EXPECT_NE(j.out.find("\"centre\": {\"gravity x\": 2.5, \"gravity y\": 2,"), std::string::npos) << j.out;
+  EXPECT_EQ(j.out.substr(j.out.size() - 3), "}}\n");
+  ktool::WriteImage(ttest::Random(true, 9, 7, 3), colour);
+  const ttest::Outcome c = ttest::Kelmira({"stats", colour, "--json"});
+  ASSERT_EQ(c.code, 0) << c.err;
+  EXPECT_TRUE(c.out.find("\"red\": {\"mean\": ") != std::string::npos &&
+              c.out.find("\"all components\": {\"variance\": ") != std::string::npos);
 }
 
 // The program itself: main() passes the words and returns the exit code; what it prints.

@@ -1,8 +1,5 @@
 // LumContour against a direct model of the walker: worked examples, hand-made shapes and random
 // blobs in every mode, connexity and form on guarded views, the point limit, bad input.
-#include <string>
-#include <vector>
-
 #include "support/kelmira_test.h"
 
 namespace {
@@ -10,21 +7,10 @@ namespace {
 using Strings = std::vector<std::string>;
 const int kDx[8] = {1, 1, 0, -1, -1, -1, 0, 1}, kDy[8] = {0, -1, -1, -1, 0, 1, 1, 1};
 
-struct Picture {
-  int w, h;
-  std::vector<uint32_t> px;
-  uint32_t at(int x, int y) const { return px[static_cast<size_t>(y) * w + x]; }
-  template <class T>
-  void To(ZROI<T>* v, uint32_t scale = 1) const {
-    for (int i = 0; i < w * h; ++i) v->SetPixel(T(static_cast<decltype(T::value)>(px[i] * scale)), i % w, i / w);
-  }
-};
-
 // '#' is 200, '.' is 10.
-Picture FromRows(const std::vector<std::string>& rows) {
-  Picture p{static_cast<int>(rows[0].size()), static_cast<int>(rows.size()), {}};
-  for (const auto& r : rows)
-    for (char c : r) p.px.push_back(c == '#' ? 200 : 10);
+kt::Plane FromRows(const std::vector<std::string>& rows) {
+  kt::Plane p(static_cast<int>(rows[0].size()), static_cast<int>(rows.size()));
+  for (size_t i = 0; i < p.p.size(); ++i) p.p[i] = rows[i / p.w][i % p.w] == '#' ? 200 : 10;
   return p;
 }
 
@@ -38,7 +24,7 @@ struct Result {
 };
 
 // The operator as described, state by state.
-Result Model(const Picture& pic, int mode, int sx, int sy, unsigned thr, int below, int conn, bool vectorForm) {
+Result Model(const kt::Plane& pic, int mode, int sx, int sy, unsigned thr, int below, int conn, bool vectorForm) {
   static const int tables[4][2][8] = {{{7, 0, 1, 2, 3, 4, 5, 6}, {1, 3, 3, 5, 5, 7, 7, 1}},
                                       {{1, 2, 3, 4, 5, 6, 7, 0}, {7, 7, 1, 1, 3, 3, 5, 5}},
                                       {{6, -1, 0, -1, 2, -1, 4, -1}, {2, -1, 4, -1, 6, -1, 0, -1}},
@@ -68,7 +54,7 @@ Result Model(const Picture& pic, int mode, int sx, int sy, unsigned thr, int bel
     for (const int d0 = d;;) {
       if (vectorForm && static_cast<int>(out->size()) >= limit) return 1504;
       if (!out->empty() && x == *px && y == *py && d == d0) return 0;
-      out->push_back({x, y, d, pic.at(x, y)});
+      out->push_back({x, y, d, uint32_t(pic.at(x, y))});
       x += kDx[d], y += kDy[d], d = rest[d];
       int r;
       while ((r = test(x, y, d)) == 0) d = next[d];
@@ -89,12 +75,14 @@ uint32_t Extra(const ZBW16Path& p) { return p.m_bw16Pixel.value; }
 // Every form from one start in every mode and connexity (2 being neither), on views at two offsets:
 // the paths of ZBW8 and ZBW16 plain, with values and with chain codes (the 16-bit forms see values
 // and threshold times 257), and the ZVector form with chain codes and its point limit.
-void CheckAll(const Picture& pic, int x, int y, unsigned thr, int below) {
+void CheckAll(const kt::Plane& pic, int x, int y, unsigned thr, int below) {
   const auto s = static_cast<CONTOUR_THRESHOLD>(below);
   for (int offset : {0, 3}) {
     kt::Framed<ZBW8> f8(pic.w, pic.h, offset);
     kt::Framed<ZBW16> f16(pic.w, pic.h, 2 * offset);
-    pic.To(f8.get()), pic.To(f16.get(), 257);
+    kt::Plane scaled = pic;
+    for (int64_t& v : scaled.p) v *= 257;
+    kt::Write(f8.get(), pic), kt::Write(f16.get(), scaled);
     for (int mode = 0; mode < 6; ++mode)
       for (int conn : {0, 1, 2}) {
         SCOPED_TRACE(testing::Message() << "offset " << offset << " mode " << mode << " conn " << conn << " start " << x
@@ -174,9 +162,9 @@ const Example kExamples[] = {
 TEST(ContourExamples, PointsDirectionsAndFlag) {
   for (const Example& e : kExamples) {
     SCOPED_TRACE(e.name);
-    const Picture pic = FromRows(e.rows);
+    const kt::Plane pic = FromRows(e.rows);
     kt::Framed<ZBW8> v(pic.w, pic.h, 1);
-    pic.To(v.get());
+    kt::Write(v.get(), pic);
     ZBW8PathVector chain;
     LumContour(v.get(), static_cast<CONTOUR_MODE>(e.mode), e.x, e.y, CONTOUR_THRESHOLD_ABOVE, 200,
                static_cast<CONNEXITY>(e.conn), &chain, 1);
@@ -196,17 +184,17 @@ TEST(ContourModel, HandShapesFromEveryPixelAndRandomBlobs) {
            {"#...#", ".#.#.", "..#..", ".#.#."},                // diagonal links only
            {"#####", "#...#", "#.#.#", "#####"},                // on every edge, with an island
            {"..#..", "#####", "..#.."}}) {                      // a cross through the edges
-    const Picture pic = FromRows(rows);
+    const kt::Plane pic = FromRows(rows);
     for (int i = 0; i < pic.w * pic.h; ++i) CheckAll(pic, i % pic.w, i / pic.w, 200, 0);
   }
   // Gray blobs across the threshold, both senses, the threshold value itself on both sides.
   std::mt19937 rng(1234);
   for (int trial = 0; trial < 10; ++trial) {
-    Picture pic{3 + static_cast<int>(rng() % 14), 3 + static_cast<int>(rng() % 9), {}};
+    kt::Plane pic(3 + static_cast<int>(rng() % 14), 3 + static_cast<int>(rng() % 9));
     const int cx = static_cast<int>(rng() % pic.w), cy = static_cast<int>(rng() % pic.h), r2 = 2 + rng() % 30;
     for (int i = 0; i < pic.w * pic.h; ++i) {
       const int x = i % pic.w - cx, y = i / pic.w - cy;
-      pic.px.push_back(x * x + y * y <= r2 && rng() % 5 ? 100 + rng() % 156 : rng() % 101);
+      pic.p[i] = x * x + y * y <= r2 && rng() % 5 ? 100 + rng() % 156 : rng() % 101;
     }
     for (int k = 0; k < 4; ++k) CheckAll(pic, static_cast<int>(rng() % pic.w), static_cast<int>(rng() % pic.h), 100, k & 1);
   }
@@ -236,8 +224,8 @@ TEST(ContourVector, SetUpGrowthAndLimit) {
 TEST(ContourBadInput, NumbersTracesAndResult) {
   kt::Framed<ZBW8> v8(4, 3);
   kt::Framed<ZBW16> v16(4, 3);
-  const Picture pic = FromRows({"....", ".##.", "...."});
-  pic.To(v8.get()), pic.To(v16.get());
+  const kt::Plane pic = FromRows({"....", ".##.", "...."});
+  kt::Write(v8.get(), pic), kt::Write(v16.get(), pic);
   ZImage<ZBW8> void8;
   ZImage<ZBW16> void16;
   ZGenericROI* views[3][2] = {{v8.get(), v16.get()}, {nullptr, nullptr}, {&void8, &void16}};

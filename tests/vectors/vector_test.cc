@@ -1,10 +1,7 @@
 // The growable vector: growth, capacity and count, copies, bounds, the heap step, the derived
 // vectors and the text forms of the elements.
 #include <algorithm>
-#include <functional>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "support/kelmira_test.h"
 
@@ -14,7 +11,6 @@ using Ints = std::vector<int>;
 
 Ints Contents(const ZVectorTemplate<int>& v) { return Ints(v.GetDataPtr(), v.GetDataPtr() + v.GetNumElements()); }
 
-// Count, capacity and elements at once.
 std::tuple<unsigned, unsigned, Ints> State(const ZVectorTemplate<int>& v) {
   return {v.GetNumElements(), v.GetMaxElements(), Contents(v)};
 }
