@@ -253,6 +253,9 @@ TEST(AffineErrors, NumbersTracesAndUntouchedViews) {
       {[&](auto, auto) { LumLinearTransform(&c, 1, 0, 0, 0, 1, 0, nullptr, 0); }, Z_ERROR_NULL_IMAGE, c24},
       {[&](auto, auto) { LumScaleRotate(&c, 0, 0, 0, 0, 0, 1, 0, &none, 9); }, Z_ERROR_NULL_IMAGE,
        {"LumScaleRotate ( C24)"}},
+      // a null or void gray destination ends quietly
+      {[&](auto s, auto) { LumScaleRotate(s, 0, 0, 0, 0, 1, 1, 0, &voidView, 4); }, Z_ERROR_NONE, {}},
+      {[](auto s, auto) { LumLinearTransform(s, 1, 0, 0, 0, 1, 0, nullptr, 8); }, Z_ERROR_NONE, {}},
   };
   kt::ForScalarAndWide([&](int) {
     int row = 0;
@@ -268,12 +271,8 @@ TEST(AffineErrors, NumbersTracesAndUntouchedViews) {
     }
     EXPECT_EQ(d.GetPixel(4, 4).c2, 3);
   });
-  // The short status of the BW8 form; a null or void gray destination ends quietly.
-  ZImage<ZBW8> e(4, 4), f(4, 4);
+  ZImage<ZBW8> e(4, 4), f(4, 4);  // the short status of the BW8 form
   EXPECT_EQ(LumScaleRotate(&e, 0, 0, 0, 0, 0, 0, 0, &f, 0), Z_ERROR_ZERO_DIVIDE);
-  EXPECT_EQ(LumScaleRotate(&e, 0, 0, 0, 0, 1, 1, 0, &voidView, 4), 0);
-  LumLinearTransform(&e, 1, 0, 0, 0, 1, 0, nullptr, 8);
-  EXPECT_TRUE(kt::Failed(Z_ERROR_NONE, {}));
 }
 
 }  // namespace
