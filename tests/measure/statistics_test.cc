@@ -483,8 +483,8 @@ TEST(PixelStatistics, WrapsAndRounding) {
   colour.SetPixel(ZC24(0, 0, 0), 0, 0);
   // Random rows that gather more than one flush of squares, the flush falling inside a row.
   kt::Aligned<ZBW8> noisy(1100, 490, 5);
-  mr::Fill(noisy);
-  const Grid gn = mr::Read(noisy.get());
+  Fill(noisy);
+  const Grid gn = Read(noisy.get());
   std::array<double, 3> pool{};
   const std::vector<double> expected = Channel(gn, gn, 0, true, false, pool);
   for (int64_t target : kt::Targets()) {
