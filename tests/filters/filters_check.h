@@ -39,6 +39,15 @@ void Check(const Call<T>& call, const Model<T>& want, int w, int h, int offset, 
   ASSERT_TRUE(src.GuardsIntact() && dst.GuardsIntact());
 }
 
+// `call` with the licence gate closed.
+inline std::function<void()> Gated(const std::function<void()>& call) {
+  return [=] {
+    ZSetGateError(Z_ERROR_INTERNAL);
+    call();
+    ZSetGateError(Z_ERROR_NONE);
+  };
+}
+
 // A gray call that needs a separate destination, made to work in place through a copy.
 inline std::function<void(ZROI<ZBW8>*)> ThroughCopy(const Call<ZBW8>& gray) {
   return [gray](ZROI<ZBW8>* p) {

@@ -1,5 +1,4 @@
-// LumMedian on BW8: against a sort of the clamped 3x3 window on views at every byte offset, wide
-// and scalar on every target, in place and on overlapping views, and its error numbers and trace.
+// LumMedian on BW8 against a sort of the clamped 3x3 window.
 #include <algorithm>
 
 #include "support/kelmira_test.h"

@@ -82,6 +82,16 @@ inline Plane BorderSteps(Plane p, bool max, int border, int passes) {
   return p;
 }
 
+// The code of the exception that `call` throws (0: none): the Aligned one-bit forms throw.
+inline int Thrown(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (Marvane::Ovidra::Exception& e) {
+    return static_cast<int>(e.code);
+  }
+  return 0;
+}
+
 template <class P>
 using BoxFn = void (*)(ZROI<P>*, ZROI<P>*, unsigned int, unsigned int);
 template <class P>
