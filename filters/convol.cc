@@ -14,6 +14,7 @@
 #include "foundation/pixel_traits.h"
 #include "foundation/planes.h"
 #include "foundation/rows.h"
+#include "foundation/word.h"
 #include "kelmira/filters.h"
 
 namespace kelmira::convol {
@@ -70,18 +71,6 @@ float SymmetricScale(const float* k, int n, float gain) {
 }
 
 // ----- views -----
-
-// A 16-bit pixel that may sit at any address: a BW16 view may start at an odd byte, and the
-// workers read and write through this so that such a view is accessed byte-safely.
-#pragma pack(push, 1)
-struct Word {
-  uint16_t v;
-  Word() = default;
-  Word(uint16_t x) : v(x) {}  // NOLINT: implicit, like the storage it stands for
-  operator uint16_t() const { return v; }
-};
-#pragma pack(pop)
-static_assert(sizeof(Word) == 2 && alignof(Word) == 1);
 
 // The storage the wide rows take: the same bytes.
 inline const uint8_t* const* Wide(const uint8_t* const* rows) { return rows; }
@@ -539,6 +528,7 @@ constexpr Traces kSymBW16{"LumConvolSymmetricKernel BW16",
 }  // namespace kelmira::convol
 
 using namespace kelmira::convol;  // NOLINT: the file's own internals
+using kelmira::Word;
 
 void LumConvolKernel(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, ZKernel* kernel) {
   Convolve<uint8_t>(source, destination, kernel, kBW8);

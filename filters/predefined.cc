@@ -328,7 +328,7 @@ void GaussianY(ZROI<ZBW16>* source, ZROI<ZBW16>* destination) {
 }  // namespace kelmira::predefined
 
 using kelmira::predefined::Kind;
-using kelmira::predefined::Word;
+using kelmira::Word;
 
 // Each public form names its kind and its words.
 #define KELMIRA_GRAY_FORMS(Name, K)                                                     \

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "foundation/word.h"
 #include "kelmira/foundation.h"
 
 namespace kelmira::predefined {
@@ -92,16 +93,6 @@ inline int32_t Finish(int32_t v, int32_t max) {
   if constexpr (P == Post::kAbsWrap) return (v < 0 ? -v : v) & max;
 }
 
-// A 16-bit pixel at any address (a ZBW16 view may start at an odd byte).
-#pragma pack(push, 1)
-struct Word {
-  uint16_t v;
-  Word() = default;
-  Word(uint16_t x) : v(x) {}  // NOLINT: implicit, like the storage it stands for
-  operator uint16_t() const { return v; }
-};
-#pragma pack(pop)
-static_assert(sizeof(Word) == 2 && alignof(Word) == 1);
 
 // The Y passes of LumConvolUniform ((N + c + S) * 85 >> 8) and LumConvolGaussian
 // ((N + 2c + S) >> 2): the frame of the two-argument forms, with their own words.

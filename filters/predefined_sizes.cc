@@ -330,6 +330,7 @@ void ByPlanes(ZROI<ZC24>* source, ZROI<ZC24>* destination, bool twoPlanes, Op&& 
 }  // namespace kelmira::predefined
 
 using namespace kelmira::predefined;  // NOLINT: the file's own internals
+using kelmira::Word;
 
 void LumConvolUniform5x5(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { Large<5, true>(src, dst, "ConvolUniform5x5"); }
 void LumConvolGaussian5x5(ZROI<ZBW8>* src, ZROI<ZBW8>* dst) { Large<5, false>(src, dst, "ConvolGaussian5x5"); }

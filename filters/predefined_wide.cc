@@ -229,12 +229,12 @@ void Row3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uin
 // multiply by 14 (at most 8257410) and the shifts of the scalar formula, narrowed to 16 bits.
 template <Kind K>
 HWY_INLINE void WordRowOf(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
-  const auto pixel = [](const uint8_t* p, int x) -> int32_t { return reinterpret_cast<const predefined::Word*>(p)[x]; };
+  const auto pixel = [](const uint8_t* p, int x) -> int32_t { return reinterpret_cast<const Word*>(p)[x]; };
   const auto scalar = [&](int from, int to) {
     for (int x = from; x < to; ++x) {
       const int32_t v = predefined::Formula<K>(pixel(a, x - 1), pixel(a, x), pixel(a, x + 1), pixel(b, x - 1), pixel(b, x),
                                                pixel(b, x + 1), pixel(c, x - 1), pixel(c, x), pixel(c, x + 1));
-      reinterpret_cast<predefined::Word*>(out)[x] = static_cast<uint16_t>(v);
+      reinterpret_cast<Word*>(out)[x] = static_cast<uint16_t>(v);
     }
   };
 #if HWY_TARGET == HWY_SCALAR
@@ -417,7 +417,7 @@ HWY_INLINE hn::Vec<D> LoadPixels(D d, const uint8_t* row, int x) {
 template <class Pixel>
 HWY_INLINE uint32_t PixelAt(const uint8_t* row, int x) {
   if constexpr (sizeof(Pixel) == 1) return row[x];
-  return reinterpret_cast<const predefined::Word*>(row)[x];
+  return reinterpret_cast<const Word*>(row)[x];
 }
 
 // sums[x] += add[x] - sub[x] for x in [0, count), wrapping like the scalar column sums.
@@ -478,7 +478,7 @@ HWY_INLINE void BoxRowOf(const Cell* cells, int window, uint32_t scale, uint8_t*
     if constexpr (sizeof(Pixel) == 1)
       out[x] = static_cast<uint8_t>(v);
     else
-      reinterpret_cast<predefined::Word*>(out)[x] = static_cast<uint16_t>(v);
+      reinterpret_cast<Word*>(out)[x] = static_cast<uint16_t>(v);
   };
   uint32_t sum = 0;
   for (int i = 0; i < window; ++i) sum += cells[i];
