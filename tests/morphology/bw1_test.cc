@@ -1,6 +1,4 @@
 // Packed one-bit morphology against the gray reference on pixels 0 and 1, and the median's rules.
-#include <string>
-#include <vector>
 
 #include "morphology/morph_ref.h"
 
@@ -32,7 +30,6 @@ Plane RefMedian(const Plane& in) {
   return out;
 }
 
-// ----- the operators as a table -----
 
 using Fn = std::function<void(ZROI<ZBW1>*, ZROI<ZBW1>*)>;
 struct Operator {
@@ -128,7 +125,6 @@ struct BitView {
   Plane before;
 };
 
-// ----- pixels -----
 
 // Every operator, plain form, at every bit offset and several widths (the wide middle of a row
 // needs about 80 pixels, full vectors several hundred), wide on and off, in the three destination
@@ -200,7 +196,6 @@ TEST(BW1Morphology, HugeWindowsSaturate) {
   }
 }
 
-// ----- bad input -----
 
 // Each operator's trace; the gate refuses inside the handler; nothing is written. The median needs
 // a destination. The Aligned forms throw the same numbers (and refuse views off a byte boundary)

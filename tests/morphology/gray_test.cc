@@ -1,6 +1,4 @@
 // Gray morphology against the clipped windows, the pass chain's traces and the older border forms.
-#include <string>
-#include <vector>
 
 #include "morphology/morph_ref.h"
 
@@ -98,7 +96,6 @@ TEST(GrayMorphology, ColourFormsWorkPlaneByPlane) {
   }
 }
 
-// ----- error numbers and trace words -----
 
 // The frame of every form under its own word: regular on BW16 and C24, irregular on BW8. The
 // gradient and the colour forms compare the sizes first: a void destination gives 1402.
@@ -169,7 +166,6 @@ TEST(GrayMorphologyErrors, NumbersAndTraces) {
   kt::CheckRefusals(rows);
 }
 
-// ----- older forms with a border value -----
 
 // The simple forms in place and not (no pass writes nothing; a view of height 1 never touches the
 // rows around it), the compounds chaining their halves with their own borders, the colour forms
