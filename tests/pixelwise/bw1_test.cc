@@ -1,9 +1,5 @@
-// Packed one-bit views: LumOper and LumCopy at every bit offset against an unpacked reference,
-// LumConvert to and from gray (aligned and at any bit offset), the alignment operators, the
-// exception style of the inner forms, and the codes and traces of the outer ones.
-#include <functional>
-#include <string>
-#include <vector>
+// Packed one-bit views: LumOper, LumCopy and LumConvert at every bit offset against an unpacked
+// reference, the alignment operators, and the inner forms' exceptions against the outer codes.
 
 #include "support/kelmira_test.h"
 

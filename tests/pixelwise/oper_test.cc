@@ -1,11 +1,7 @@
-// LumOper on BW8, BW16, C24 and the mixed forms: every form from one list, which codes it takes,
-// its pixels against one evaluation of the code table (wide and scalar, every alignment, in
-// place), the overlay quirks as worked cases, and bad input as one table per form.
+// LumOper: every form from one list, its codes, its pixels against the code table (wide and
+// scalar, every alignment, in place), the overlay quirks as worked cases, and bad input.
 #include <algorithm>
-#include <functional>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "support/kelmira_test.h"
 
