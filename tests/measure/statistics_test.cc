@@ -1,8 +1,5 @@
-// Pixel statistics, comparison, the callback count, normalisation, moments, centres and inertia
-// against direct models of their rules, on random views at every byte offset with the wide paths
-// off and on; the wraps (32-bit row sums on BW8, the (x - y) device, the inertia's 32-bit
-// products), the two LumArea conventions, run lists and weight tables, the correlogram's
-// saturation, the frame that keeps an earlier error, and the error numbers and trace strings.
+// Pixel statistics, comparison, normalisation, moments, centres and inertia against direct models
+// on views at every byte offset, wide and scalar: the wraps, the conventions, errors and traces.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -35,7 +32,6 @@ void Fill(kt::Framed<T>& view) {
   else kt::Write(view.get(), kt::RandomPlane(view->GetWidth(), view->GetHeight(), 0, decltype(T::value)(~0u), 9));
 }
 
-// ----- moments, centres and inertia -----
 
 using Weight = std::function<uint32_t(uint64_t)>;
 using Values = std::vector<float>;
@@ -208,7 +204,6 @@ void CheckMoments(ZROI<T>* a, const Grid& g) {
   a->SetRunList(nullptr);
 }
 
-// ----- statistics -----
 
 // The named results of one view (and its reference): the library's, compared in order with the
 // model's, bit for bit.
@@ -345,7 +340,6 @@ Results Measure(ZROI<T>* a, ZROI<T>* b) {
   return r;
 }
 
-// The same values from the model, in the same order.
 std::vector<double> Expected(const Grid& a, const Grid& b, bool narrow, bool bw8) {
   const bool colour = a.c == 3;
   std::array<double, 3> pool{};
@@ -499,7 +493,6 @@ TEST(PixelStatistics, WrapsAndRounding) {
   }
 }
 
-// ----- comparison of two images -----
 
 TEST(Correlogram, CountsPairsAndSaturatesAtTheCellWidth) {
   ZImage<ZBW8> a(300, 2), b(300, 2), cells8;
@@ -519,7 +512,6 @@ TEST(Correlogram, CountsPairsAndSaturatesAtTheCellWidth) {
   EXPECT_TRUE(cells8.GetPixel(2, 255).value == 100 && total8 == 255u + 300u && total16 == 600u);
 }
 
-// ----- errors and traces -----
 
 TEST(StatisticsErrors, BadViewsGiveTheirNumberTheTraceAndZero) {
   ZROI<ZBW8> empty;
@@ -572,7 +564,6 @@ TEST(StatisticsErrors, BadViewsGiveTheirNumberTheTraceAndZero) {
   EXPECT_EQ(v + m + float(i1 + i2 + i3), 35.0f);
 }
 
-// ----- moments: the frame and run lists -----
 
 // Every exit of a moment form traces, success included, and an earlier error stands; failures
 // write nothing; the inertia's centre and count are optional.
