@@ -307,10 +307,9 @@ Plane Scene(int w, int h) {
   return g;
 }
 
-// The pipeline from the models, the smoothing done by the public filters (the Gaussians leave
-// views below their size alone), scalar and on every target; then in place on the source. A
-// flat image gives Hysteresis low 1 and high 0 (every pixel a seed), growing no magnitude; an
-// unknown mode writes nothing.
+// The pipeline from the models, smoothed by the public filters (the Gaussians leave views below
+// their size alone), scalar, on every target and in place. A flat image gives Hysteresis low 1,
+// high 0 (every pixel a seed), growing no magnitude; an unknown mode writes nothing.
 TEST(CannyDetector, EndToEndAgainstTheModels) {
   const int cases[][4] = {{48, 40, 0, 0}, {48, 40, 0, 1}, {48, 40, 4, 0}, {37, 29, 4, 1}, {48, 40, 9, 0}, {2, 2, 1, 0},
                           {48, 40, 1, 0}, {40, 48, 2, 1}, {48, 40, 3, 0}, {4, 9, 2, 1},  {6, 30, 3, 0},  {1, 7, 4, 1},

@@ -97,9 +97,8 @@ int64_t Eval(const Filter& f, const Plane& in, int x, int y, int64_t max, bool z
   return 0;
 }
 
-// What a worker gives: the scalar source-to-destination worker (`zeroWorker`) takes the frame of
-// its table entry; `rowStart(y)` gives the source row address for the vector middle of the wide
-// workers (none: scalar).
+// A worker's result: the scalar worker (`zeroWorker`) takes its table entry's frame; `rowStart(y)`
+// gives the source row address of the wide workers' vector middle (none: scalar).
 Plane Expected(const Filter& f, const Plane& in, int64_t max, bool zeroWorker, const std::function<uintptr_t(int)>& rowStart) {
   Plane out = in;
   for (int y = 0; y < in.h; ++y) {

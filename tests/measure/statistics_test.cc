@@ -111,9 +111,8 @@ Values Binary(ZROI<T>* v, unsigned threshold, int order) {
   return order == 1 ? Written<3>(form) : Written<6>(form);
 }
 
-// The library's outputs (when `lib`) or the model's, in one order: every moment form, the gravity
-// centre; on BW8 the binary inertia, and the centroid and weighted inertia with and without a
-// weight table.
+// The library's outputs (`lib`) or the model's, in one order: every moment form, the gravity
+// centre; on BW8 the binary inertia, centroid and weighted inertia with and without weights.
 template <class T>
 std::vector<std::pair<std::string, Values>> Outputs(ZROI<T>* a, const Grid& g, bool lib) {
   static ZBW8Vector table = [] {

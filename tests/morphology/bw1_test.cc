@@ -126,9 +126,8 @@ struct BitView {
 };
 
 
-// Every operator, plain form, at every bit offset and several widths (the wide middle of a row
-// needs about 80 pixels, full vectors several hundred), wide on and off, in the three destination
-// forms: separate, null (in place) and the source itself.
+// Every plain form at every bit offset, widths up to full vectors (the wide middle needs about 80
+// pixels), wide on and off; the destination separate, null (in place) or the source itself.
 TEST(BW1Morphology, PlainFormsMatchTheWindowsAtEveryBitOffset) {
   const int widths[] = {1, 2, 5, 7, 8, 9, 15, 16, 17, 63, 64, 65, 81, 88, 97, 127, 128, 129, 130, 700};
   for (const Operator& op : AllOperators())
@@ -150,9 +149,8 @@ TEST(BW1Morphology, PlainFormsMatchTheWindowsAtEveryBitOffset) {
       });
 }
 
-// The Aligned forms on aligned images give the plain forms' pixels, keep the spare bits of each
-// row's last byte, and the wide (on every target the processor has) and scalar paths agree at
-// every byte offset of the rows.
+// The Aligned forms on aligned images match the plain forms, keep each row's spare bits, and agree
+// wide (every target) and scalar at every byte offset of the rows.
 TEST(BW1Morphology, AlignedFormsKeepSpareBitsAndMatchThePlainForms) {
   kt::ForEveryTarget([&] {
     for (const Operator& op : AllOperators())

@@ -8,9 +8,8 @@ using mref::Plane;
 using Strings = std::vector<std::string>;
 constexpr unsigned kSame = KELMIRA_MORPHO_SAME_AS_WIDTH;
 
-// Runs `call(source, destination)` in the destination forms (separate, then null and the source
-// itself unless `separateOnly`) on random views at `offset` whole pixels, and checks each
-// component against `want`.
+// `call(source, destination)` separate, then (unless `separateOnly`) null and in place, on random
+// views at `offset` whole pixels; each component against `want`.
 template <class P>
 void CheckForms(int w, int h, int offset, const std::function<Plane(const Plane&)>& want,
                 const std::function<void(ZROI<P>*, ZROI<P>*)>& call, bool separateOnly = false) {

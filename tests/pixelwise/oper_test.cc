@@ -204,9 +204,8 @@ TEST(OperPixels, EveryFormAndCodeAgainstTheTable) {
     });
 }
 
-// Codes -1 to 40 and a few far ones (refused codes with null sources: the refusal comes first),
-// then null, void and narrower views and the gate: the number, the form's trace on failure, and
-// the destination as it was.
+// Codes -1 to 40 and far ones (refused with null sources: the refusal comes first), then null,
+// void and narrower views and the gate: the number, the trace on failure, the destination kept.
 template <class A, class B, class D>
 void CheckRefusals(const Form<A, B, D>& form, int good, int sources) {
   kt::Framed<A> a(6, 4, 1);
