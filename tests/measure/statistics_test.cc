@@ -410,10 +410,9 @@ void CheckNormalize(kt::Aligned<T>& a, int offset) {
   EXPECT_TRUE(out.GuardsIntact() && same.GuardsIntact());
 }
 
-// Every statistic and moment of one pixel type against the models, bit for bit: widths around 8,
-// 16, 32, 64 and a long row (every vector width meets a tail), heights 1 to 3, every byte offset
-// up to 15, and more rows than the wide statistics take in one call; the wide paths off and on,
-// each shape on the next Highway target.
+// Every statistic and moment of one type against the models, bit for bit: widths around 8, 16, 32,
+// 64 and a long row (every vector width meets a tail), heights 1 to 3, byte offsets up to 15, more
+// rows than one wide call takes; wide off and on, each shape on the next target.
 template <class T>
 void CheckEveryShape() {
   std::vector<std::array<int, 3>> shapes = {{1000, 5, 3}, {70, 130, 9}};
@@ -600,9 +599,8 @@ TEST(Moments, TracesAndTheFrame) {
   EXPECT_EQ(Values({cx, cy, ixx, float(n)}), Values({7, 8, 1, 6}));
 }
 
-// Runs that leave the view: one crossing into the next row, below the view, or ending before it
-// starts (106); the centres also refuse a position word that leaves the view. Runs without
-// pixels: no variance, an average of 0 over 0 pixels.
+// Runs that leave the view (into the next row, below it, or ending before it starts: 106) and, for
+// the centres, a position word that leaves it; runs without pixels: no variance, an average of 0.
 TEST(RunLists, RunsOutsideTheViewOrWithoutPixels) {
   kt::Aligned<ZBW8> a(40, 6, 5);
   Fill(a);

@@ -195,9 +195,8 @@ TEST(BW1Morphology, HugeWindowsSaturate) {
 }
 
 
-// Each operator's trace; the gate refuses inside the handler; nothing is written. The median needs
-// a destination. The Aligned forms throw the same numbers (and refuse views off a byte boundary)
-// and never trace.
+// Each operator's trace, the gate refusing inside the handler, nothing written; the median needs a
+// destination. The Aligned forms throw the same numbers (and refuse unaligned views), never trace.
 TEST(BW1Morphology, BadInputIsReportedOrThrownAndWritesNothing) {
   BitView dst(10, 3, 3), odd(12, 3, 3);
   ZImage<ZBW1> ok(10, 3), narrow(9, 3), a(12, 3), narrower(11, 3);

@@ -34,9 +34,8 @@ struct BitView {
   int m_bit;
 };
 
-// A form: its call on up to two sources and a destination, the bit it gives from the sources'
-// bits and the destination's old one, and which view must start on a byte (1: the destination,
-// 2: the source).
+// A form: its call on up to two sources and a destination, its bit from the sources' bits and the
+// destination's old one, and which view must start on a byte (1: the destination, 2: the source).
 struct BitForm {
   std::function<void(ZROI<ZBW1>*, ZROI<ZBW1>*, ZROI<ZBW1>*)> call;
   std::function<int(int, int, int)> ref;

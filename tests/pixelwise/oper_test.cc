@@ -168,9 +168,8 @@ void ForEachForm(uint16_t c, F&& f) {
   f(Image<ZBW8, ZC24>("LumOper ( BW8 Image to C24 Image)", {0, 1, 34}), 34, 1);
 }
 
-// Every accepted code but the overlay (worked cases below) against the reference, in place where
-// the first source has the destination's type. Each code takes every `every`-th geometry from the
-// next start in turn, so that together the codes walk them all.
+// Every accepted code but the overlay (worked below) against the reference, in place where the
+// first source has the destination's type; code i takes every `every`-th geometry from start i.
 template <class A, class B, class D>
 void SweepPixels(const Form<A, B, D>& form, size_t every) {
   static size_t start = 0;
