@@ -1,6 +1,5 @@
 // The Canny detector and each stage against a direct model of its rules; a million-pixel chain for the stack.
 #include <algorithm>
-#include <functional>
 
 #include "filters/canny_internal.h"
 #include "filters/filters_check.h"
@@ -13,7 +12,6 @@ int Gx(int64_t p) { return int16_t(p & 0xFFFF); }
 int Gy(int64_t p) { return int16_t(uint32_t(p) >> 16); }
 int64_t Pack(int gx, int gy) { return uint32_t(uint16_t(gx)) | uint32_t(uint16_t(gy)) << 16; }
 
-// Runs body() with the scalar twins, then with the wide paths on every Highway target.
 void ScalarThenEveryTarget(const std::function<void()>& body) {
   {
     kt::WideSetting scalar(0);
@@ -22,7 +20,6 @@ void ScalarThenEveryTarget(const std::function<void()>& body) {
   kt::ForEveryTarget(body);
 }
 
-// ----- models -----
 
 Plane ModelGradient(const Plane& s) {
   Plane g(s.w, s.h);
@@ -128,7 +125,6 @@ void ModelGrowing(const Plane& mag, Plane& dst, const Plane& dir, int seedThresh
     }
 }
 
-// ----- gradient, directions, suppression -----
 
 TEST(CannyGradient, EveryViewAndTargetAgreesWithTheModel) {
   ScalarThenEveryTarget([] {
@@ -189,7 +185,6 @@ TEST(CannySuppression, BothPathsAgreeWithTheModel) {
   });
 }
 
-// ----- threshold search -----
 
 TEST(CannySearch, CraftedAndRandomHistogramsMatchTheThreeLoops) {
   const std::vector<std::pair<std::vector<std::pair<int, uint32_t>>, std::pair<int, int>>> crafted = {
@@ -218,7 +213,6 @@ TEST(CannySearch, CraftedAndRandomHistogramsMatchTheThreeLoops) {
   }
 }
 
-// ----- edge following -----
 
 // Magnitudes in steps of 40 (many equal candidates) or fine steps (the 0.5 and 0.8 tests decide)
 // and random direction codes.
@@ -299,9 +293,7 @@ TEST(CannyStages, MismatchedOrMissingViewsDoNothing) {
   EXPECT_TRUE(mag.GuardsIntact() && dst.GuardsIntact() && small.GuardsIntact() && dir.GuardsIntact());
 }
 
-// ----- the detector -----
 
-// A blurred disc and a bar with noise: edges of several strengths.
 Plane Scene(int w, int h) {
   Plane g(w, h);
   std::uniform_int_distribution<int> noise(-6, 6);
@@ -315,10 +307,9 @@ Plane Scene(int w, int h) {
   return g;
 }
 
-// The pipeline from the models, the smoothing done by the public filters (the Gaussians leave
-// views below their size alone), scalar and on every target; then in place on the source. A
-// flat image gives Hysteresis low 1 and high 0 (every pixel a seed), growing no magnitude; an
-// unknown mode writes nothing.
+// The pipeline from the models, smoothed by the public filters (the Gaussians leave views below
+// their size alone), scalar, on every target and in place. A flat image gives Hysteresis low 1,
+// high 0 (every pixel a seed), growing no magnitude; an unknown mode writes nothing.
 TEST(CannyDetector, EndToEndAgainstTheModels) {
   const int cases[][4] = {{48, 40, 0, 0}, {48, 40, 0, 1}, {48, 40, 4, 0}, {37, 29, 4, 1}, {48, 40, 9, 0}, {2, 2, 1, 0},
                           {48, 40, 1, 0}, {40, 48, 2, 1}, {48, 40, 3, 0}, {4, 9, 2, 1},  {6, 30, 3, 0},  {1, 7, 4, 1},

@@ -1,6 +1,5 @@
 // LumConvolKernel and LumConvolSymmetricKernel against a direct evaluation of each route.
 #include <cmath>
-#include <cstring>
 
 #include "filters/filters_check.h"
 
@@ -8,7 +7,6 @@ namespace {
 
 using kt::Plane;
 
-// ----- direct evaluation -----
 
 int32_t Trunc(double v) { return v > -2147483649.0 && v < 2147483648.0 ? int32_t(v) : INT32_MIN; }
 int Clamp(int v, int lo, int hi) { return v < lo ? lo : v > hi ? hi : v; }
@@ -102,7 +100,6 @@ void Convol(ZROI<T>* s, ZROI<T>* d, ZKernel* k, bool symmetric) {
   symmetric ? LumConvolSymmetricKernel(s, d, k) : LumConvolKernel(s, d, k);
 }
 
-// One call on random views of the given size and offset against the expectation.
 template <class T>
 void Check(ZKernel& k, int w, int h, int offset, bool symmetric = false, bool inPlace = false) {
   SCOPED_TRACE(::testing::Message() << k.GetSizeX() << "x" << k.GetSizeY() << " rect " << k.GetRectifier());

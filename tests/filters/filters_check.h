@@ -4,7 +4,6 @@
 #define KELMIRA_TESTS_FILTERS_CHECK_H
 
 #include <array>
-#include <functional>
 
 #include "support/kelmira_test.h"
 
@@ -39,7 +38,6 @@ void Check(const Call<T>& call, const Model<T>& want, int w, int h, int offset, 
   ASSERT_TRUE(src.GuardsIntact() && dst.GuardsIntact());
 }
 
-// `call` with the licence gate closed.
 inline std::function<void()> Gated(const std::function<void()>& call) {
   return [=] {
     ZSetGateError(Z_ERROR_INTERNAL);

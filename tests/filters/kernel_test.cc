@@ -1,5 +1,4 @@
 // ZKernel: the tables, growth and resizing, the element accessors with their checks and traces.
-#include <cstring>
 #include <tuple>
 
 #include "support/kelmira_test.h"

@@ -1,7 +1,5 @@
 // The predefined filters against one direct evaluator of their table, the window sums and Roberts.
 #include <algorithm>
-#include <cstring>
-#include <functional>
 
 #include "filters/filters_check.h"
 
@@ -10,7 +8,6 @@ namespace {
 using kt::Plane;
 using ft::Max;
 
-// ----- the table -----
 
 enum Post { kNone, kAbs, kAbsClip, kClip0, kAbsWrap };
 using F8 = void (*)(ZROI<ZBW8>*, ZROI<ZBW8>*);
@@ -100,9 +97,8 @@ int64_t Eval(const Filter& f, const Plane& in, int x, int y, int64_t max, bool z
   return 0;
 }
 
-// What a worker gives: the scalar source-to-destination worker (`zeroWorker`) takes the frame of
-// its table entry; `rowStart(y)` gives the source row address for the vector middle of the wide
-// workers (none: scalar).
+// A worker's result: the scalar worker (`zeroWorker`) takes its table entry's frame; `rowStart(y)`
+// gives the source row address of the wide workers' vector middle (none: scalar).
 Plane Expected(const Filter& f, const Plane& in, int64_t max, bool zeroWorker, const std::function<uintptr_t(int)>& rowStart) {
   Plane out = in;
   for (int y = 0; y < in.h; ++y) {
@@ -115,7 +111,6 @@ Plane Expected(const Filter& f, const Plane& in, int64_t max, bool zeroWorker, c
   return out;
 }
 
-// ----- the 3x3 family -----
 
 template <class T>
 void Check3x3(const Filter& f, void (*fn)(ZROI<T>*, ZROI<T>*), int w, int h, int offset, ft::Form form) {
@@ -148,7 +143,6 @@ TEST(Predefined3x3, EveryFilterMatchesTheTable) {
     });
 }
 
-// ----- 5x5, 7x7, Roberts and the box of any size -----
 
 // Window sums over the nearest pixels in row order: the box scaled by 2^24 / area truncated, the
 // product in 32 bits on ZBW8 and 64 bits on ZBW16 (the 5x5 and 7x7 uniform constants are these);
@@ -289,9 +283,7 @@ TEST(PredefinedRoutes, UniformAndGaussianTables) {
                   [](ZROI<ZBW8>* p) { LumConvolGaussian(p, nullptr, 2, 1); }, 11, 6, ft::kSeparate);
 }
 
-// ----- errors and traces -----
 
-// The frame of each 3x3 filter under its own words.
 TEST(PredefinedErrors, EveryFilterChecksItsViews) {
   for (const Filter& f : kFilters) {
     if (f.f24 == nullptr && f.name[std::strlen(f.name) - 1] == 'Y') continue;  // the box's and the Gaussian's forms
@@ -312,7 +304,6 @@ TEST(PredefinedErrors, NumbersAndTraces) {
       // The two-argument frame traces its words on every call.
       {[&] { LumConvolGaussian3x3(a.get(), b.get()); }, Z_ERROR_NONE, {"LumConvolGaussian3x3 (BW8)"}},
       {[&] { LumConvolSobelX(a16.get(), nullptr); }, Z_ERROR_NONE, {"LumConvolSobelX (BW16)"}},
-      // Views narrower or lower than the neighbourhood.
       {[&] { LumConvolLowpass3(row.get(), nullptr); }, Z_ERROR_SIZE_MISMATCH, {"LumConvolLowpass3 (BW8)"}},
       {[&] { LumConvolLaplacianY(row16.get(), nullptr); }, Z_ERROR_SIZE_MISMATCH, {"LumConvolLaplacianY (BW16)"}},
       {[&] { LumConvolGradientX(row.get(), nullptr); }, Z_ERROR_NONE, {"LumConvolGradientX (BW8)"}},

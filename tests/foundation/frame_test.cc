@@ -143,7 +143,6 @@ TEST(Foundation, ErrorTextsAnglesAndSmallHelpers) {
   EXPECT_EQ(ZStatistics().Count(), 0u);
 }
 
-// ForEachPlane runs components 0, 1, 2 in turn on their planes, and stops at the first failure.
 TEST(Planes, EachComponentRunsInTurnAndTheFirstFailureStops) {
   ZImage<ZC24> colour(5, 3);
   for (int y = 0; y < 3; ++y)

@@ -1,6 +1,5 @@
-// Load of one vector file type (KELMIRA_FUZZ_ELEMENT) from arbitrary bytes. Beyond not crashing,
-// it checks what a caller relies on after any Load: the count fits the store, every element the
-// count covers can be read, and a file that loads cleanly saves back to the same bytes.
+// Load of one vector file type (KELMIRA_FUZZ_ELEMENT) from arbitrary bytes: the count fits the
+// store, every covered element reads, and a file that loads cleanly saves back to the same bytes.
 #include <kelmira/kelmira.h>
 #include <unistd.h>
 

@@ -1,17 +1,12 @@
-// Operator fuzzer. The input is a short program of calls: for each, the operator form, the shape
-// of each image argument (size 0..70, pitch, byte offset, place in its arena, a chain of views of
-// views that may reach outside their parent, null), whether a destination is a source itself or
-// another view of the same parent, the pixel content, and a block of scalar parameters.
-//
-// Each parent image lies at the start or at the end of its own arena, and the arenas sit between
-// inaccessible pages, so a read or write past a parent faults at once. Each call runs on the wide
-// and on the scalar path from the same content, and after each run:
-//   - every byte of every arena outside the destinations' pixels is unchanged (bits of one-bit
-//     rows included);
-//   - a failure has a trace, a form that returns its error number returns the thread's error, and
-//     a null or void source is never accepted silently;
-//   - the two paths give the same error, trace, results and destination bytes (not checked when a
-//     destination overlaps a source without being it: the outcome then depends on the order).
+// Operator fuzzer: the input is a short program of calls, each naming an operator form, the shape
+// of each image argument (size 0..70, pitch, offset, place in its arena, views of views that may
+// reach outside their parent, null), which destinations alias a source, the pixel content and a
+// block of parameters. Parents sit at either end of arenas between inaccessible pages, so any
+// access past a parent faults. Each call runs wide and scalar from the same content; after each
+// run every arena byte outside the destinations (bits of one-bit rows included) is unchanged, a
+// failure has a trace and a returned number equal to the thread's error, a null or void source
+// is never accepted silently, and the two paths agree in error, trace, results and bytes (except
+// where a destination overlaps a source without being it: then the order decides).
 #include "oper_fuzz.h"
 
 #include <fuzzer/FuzzedDataProvider.h>

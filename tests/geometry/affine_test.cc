@@ -1,6 +1,5 @@
-// LumLinearTransform, LumScaleRotate and LumRegister against a direct model of the fixed-point
-// walk (float inverse, 16.16 truncation, 32-bit position sums, five zones per axis, shift-and-select
-// interpolation) on every target and byte offset; worked rows, in place, registrations, errors.
+// The affine operators against a direct model of the fixed-point walk on every target and byte
+// offset; worked rows, in place, registrations, errors.
 #include <cmath>
 
 #include "support/kelmira_test.h"

@@ -1,8 +1,5 @@
-// Pixel statistics, comparison, the callback count, normalisation, moments, centres and inertia
-// against direct models of their rules, on random views at every byte offset with the wide paths
-// off and on; the wraps (32-bit row sums on BW8, the (x - y) device, the inertia's 32-bit
-// products), the two LumArea conventions, run lists and weight tables, the correlogram's
-// saturation, the frame that keeps an earlier error, and the error numbers and trace strings.
+// Pixel statistics, comparison, normalisation, moments, centres and inertia against direct models
+// on views at every byte offset, wide and scalar: the wraps, the conventions, errors and traces.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -35,7 +32,6 @@ void Fill(kt::Framed<T>& view) {
   else kt::Write(view.get(), kt::RandomPlane(view->GetWidth(), view->GetHeight(), 0, decltype(T::value)(~0u), 9));
 }
 
-// ----- moments, centres and inertia -----
 
 using Weight = std::function<uint32_t(uint64_t)>;
 using Values = std::vector<float>;
@@ -115,9 +111,8 @@ Values Binary(ZROI<T>* v, unsigned threshold, int order) {
   return order == 1 ? Written<3>(form) : Written<6>(form);
 }
 
-// The library's outputs (when `lib`) or the model's, in one order: every moment form, the gravity
-// centre; on BW8 the binary inertia, and the centroid and weighted inertia with and without a
-// weight table.
+// The library's outputs (`lib`) or the model's, in one order: every moment form, the gravity
+// centre; on BW8 the binary inertia, centroid and weighted inertia with and without weights.
 template <class T>
 std::vector<std::pair<std::string, Values>> Outputs(ZROI<T>* a, const Grid& g, bool lib) {
   static ZBW8Vector table = [] {
@@ -208,7 +203,6 @@ void CheckMoments(ZROI<T>* a, const Grid& g) {
   a->SetRunList(nullptr);
 }
 
-// ----- statistics -----
 
 // The named results of one view (and its reference): the library's, compared in order with the
 // model's, bit for bit.
@@ -345,7 +339,6 @@ Results Measure(ZROI<T>* a, ZROI<T>* b) {
   return r;
 }
 
-// The same values from the model, in the same order.
 std::vector<double> Expected(const Grid& a, const Grid& b, bool narrow, bool bw8) {
   const bool colour = a.c == 3;
   std::array<double, 3> pool{};
@@ -417,10 +410,9 @@ void CheckNormalize(kt::Aligned<T>& a, int offset) {
   EXPECT_TRUE(out.GuardsIntact() && same.GuardsIntact());
 }
 
-// Every statistic and moment of one pixel type against the models, bit for bit: widths around 8,
-// 16, 32, 64 and a long row (every vector width meets a tail), heights 1 to 3, every byte offset
-// up to 15, and more rows than the wide statistics take in one call; the wide paths off and on,
-// each shape on the next Highway target.
+// Every statistic and moment of one type against the models, bit for bit: widths around 8, 16, 32,
+// 64 and a long row (every vector width meets a tail), heights 1 to 3, byte offsets up to 15, more
+// rows than one wide call takes; wide off and on, each shape on the next target.
 template <class T>
 void CheckEveryShape() {
   std::vector<std::array<int, 3>> shapes = {{1000, 5, 3}, {70, 130, 9}};
@@ -499,7 +491,6 @@ TEST(PixelStatistics, WrapsAndRounding) {
   }
 }
 
-// ----- comparison of two images -----
 
 TEST(Correlogram, CountsPairsAndSaturatesAtTheCellWidth) {
   ZImage<ZBW8> a(300, 2), b(300, 2), cells8;
@@ -519,7 +510,6 @@ TEST(Correlogram, CountsPairsAndSaturatesAtTheCellWidth) {
   EXPECT_TRUE(cells8.GetPixel(2, 255).value == 100 && total8 == 255u + 300u && total16 == 600u);
 }
 
-// ----- errors and traces -----
 
 TEST(StatisticsErrors, BadViewsGiveTheirNumberTheTraceAndZero) {
   ZROI<ZBW8> empty;
@@ -572,7 +562,6 @@ TEST(StatisticsErrors, BadViewsGiveTheirNumberTheTraceAndZero) {
   EXPECT_EQ(v + m + float(i1 + i2 + i3), 35.0f);
 }
 
-// ----- moments: the frame and run lists -----
 
 // Every exit of a moment form traces, success included, and an earlier error stands; failures
 // write nothing; the inertia's centre and count are optional.
@@ -610,9 +599,8 @@ TEST(Moments, TracesAndTheFrame) {
   EXPECT_EQ(Values({cx, cy, ixx, float(n)}), Values({7, 8, 1, 6}));
 }
 
-// Runs that leave the view: one crossing into the next row, below the view, or ending before it
-// starts (106); the centres also refuse a position word that leaves the view. Runs without
-// pixels: no variance, an average of 0 over 0 pixels.
+// Runs that leave the view (into the next row, below it, or ending before it starts: 106) and, for
+// the centres, a position word that leaves it; runs without pixels: no variance, an average of 0.
 TEST(RunLists, RunsOutsideTheViewOrWithoutPixels) {
   kt::Aligned<ZBW8> a(40, 6, 5);
   Fill(a);

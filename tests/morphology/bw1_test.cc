@@ -1,6 +1,4 @@
 // Packed one-bit morphology against the gray reference on pixels 0 and 1, and the median's rules.
-#include <string>
-#include <vector>
 
 #include "morphology/morph_ref.h"
 
@@ -32,7 +30,6 @@ Plane RefMedian(const Plane& in) {
   return out;
 }
 
-// ----- the operators as a table -----
 
 using Fn = std::function<void(ZROI<ZBW1>*, ZROI<ZBW1>*)>;
 struct Operator {
@@ -128,11 +125,9 @@ struct BitView {
   Plane before;
 };
 
-// ----- pixels -----
 
-// Every operator, plain form, at every bit offset and several widths (the wide middle of a row
-// needs about 80 pixels, full vectors several hundred), wide on and off, in the three destination
-// forms: separate, null (in place) and the source itself.
+// Every plain form at every bit offset, widths up to full vectors (the wide middle needs about 80
+// pixels), wide on and off; the destination separate, null (in place) or the source itself.
 TEST(BW1Morphology, PlainFormsMatchTheWindowsAtEveryBitOffset) {
   const int widths[] = {1, 2, 5, 7, 8, 9, 15, 16, 17, 63, 64, 65, 81, 88, 97, 127, 128, 129, 130, 700};
   for (const Operator& op : AllOperators())
@@ -154,9 +149,8 @@ TEST(BW1Morphology, PlainFormsMatchTheWindowsAtEveryBitOffset) {
       });
 }
 
-// The Aligned forms on aligned images give the plain forms' pixels, keep the spare bits of each
-// row's last byte, and the wide (on every target the processor has) and scalar paths agree at
-// every byte offset of the rows.
+// The Aligned forms on aligned images match the plain forms, keep each row's spare bits, and agree
+// wide (every target) and scalar at every byte offset of the rows.
 TEST(BW1Morphology, AlignedFormsKeepSpareBitsAndMatchThePlainForms) {
   kt::ForEveryTarget([&] {
     for (const Operator& op : AllOperators())
@@ -200,11 +194,9 @@ TEST(BW1Morphology, HugeWindowsSaturate) {
   }
 }
 
-// ----- bad input -----
 
-// Each operator's trace; the gate refuses inside the handler; nothing is written. The median needs
-// a destination. The Aligned forms throw the same numbers (and refuse views off a byte boundary)
-// and never trace.
+// Each operator's trace, the gate refusing inside the handler, nothing written; the median needs a
+// destination. The Aligned forms throw the same numbers (and refuse unaligned views), never trace.
 TEST(BW1Morphology, BadInputIsReportedOrThrownAndWritesNothing) {
   BitView dst(10, 3, 3), odd(12, 3, 3);
   ZImage<ZBW1> ok(10, 3), narrow(9, 3), a(12, 3), narrower(11, 3);

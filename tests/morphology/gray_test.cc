@@ -1,6 +1,4 @@
 // Gray morphology against the clipped windows, the pass chain's traces and the older border forms.
-#include <string>
-#include <vector>
 
 #include "morphology/morph_ref.h"
 
@@ -10,9 +8,8 @@ using mref::Plane;
 using Strings = std::vector<std::string>;
 constexpr unsigned kSame = KELMIRA_MORPHO_SAME_AS_WIDTH;
 
-// Runs `call(source, destination)` in the destination forms (separate, then null and the source
-// itself unless `separateOnly`) on random views at `offset` whole pixels, and checks each
-// component against `want`.
+// `call(source, destination)` separate, then (unless `separateOnly`) null and in place, on random
+// views at `offset` whole pixels; each component against `want`.
 template <class P>
 void CheckForms(int w, int h, int offset, const std::function<Plane(const Plane&)>& want,
                 const std::function<void(ZROI<P>*, ZROI<P>*)>& call, bool separateOnly = false) {
@@ -98,7 +95,6 @@ TEST(GrayMorphology, ColourFormsWorkPlaneByPlane) {
   }
 }
 
-// ----- error numbers and trace words -----
 
 // The frame of every form under its own word: regular on BW16 and C24, irregular on BW8. The
 // gradient and the colour forms compare the sizes first: a void destination gives 1402.
@@ -169,7 +165,6 @@ TEST(GrayMorphologyErrors, NumbersAndTraces) {
   kt::CheckRefusals(rows);
 }
 
-// ----- older forms with a border value -----
 
 // The simple forms in place and not (no pass writes nothing; a view of height 1 never touches the
 // rows around it), the compounds chaining their halves with their own borders, the colour forms

@@ -6,9 +6,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstdlib>
-#include <functional>
 
 #include "support/kelmira_test.h"
 
@@ -31,7 +29,6 @@ Plane Window(const Plane& in, bool max, int64_t reachX, int64_t reachY, Inside&&
   return out;
 }
 
-// The box as the extremes of the rows, then of the columns.
 inline Plane Box(const Plane& in, bool max, int64_t hw, int64_t hh) {
   const auto all = [](int, int) { return true; };
   return Window(Window(in, max, hw, 0, all), max, 0, hh, all);

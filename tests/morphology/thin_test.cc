@@ -2,10 +2,7 @@
 // grid, each neighbourhood compared place by place, and the loop's counting as the header has it.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "morphology/morph_ref.h"
 
@@ -15,7 +12,6 @@ using Strings = std::vector<std::string>;
 using Grid = std::array<int, 9>;  // row-major coefficients: 1 object, 0 background, -1 any
 using kt::Plane;
 
-// ----- the model -----
 
 // One step along the ring of outer places; the grid's coefficient at a place moves to the next.
 Grid Turn(const Grid& g, bool clockwise) {
@@ -85,7 +81,6 @@ int RunBits(Plane& img, Grid g, bool agrees, int rotation, int limit, bool thick
   return count == 0 ? 1 : std::abs(count);
 }
 
-// ----- cases -----
 
 std::unique_ptr<ZKernel> Kernel(const Grid& g, unsigned outside) {
   auto k = std::make_unique<ZKernel>(3, 3, 1.0f, 0, 2, outside);
@@ -190,7 +185,6 @@ TEST(Thin, ColourCarriesTheLimitFromPlaneToPlane) {
   }
 }
 
-// ----- BW1 -----
 
 // Every bit of the destination's parent outside the view is kept; then in place on the view.
 TEST(Thin, Bw1AgainstTheModelAtEveryBitOffset) {
@@ -252,7 +246,6 @@ TEST(Thin, Bw1AlignedKeepsSpareBitsAndMatchesBw8) {
   EXPECT_EQ(n, 1);
 }
 
-// ----- failures -----
 
 template <class P>
 struct Views {

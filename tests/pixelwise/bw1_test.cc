@@ -1,9 +1,5 @@
-// Packed one-bit views: LumOper and LumCopy at every bit offset against an unpacked reference,
-// LumConvert to and from gray (aligned and at any bit offset), the alignment operators, the
-// exception style of the inner forms, and the codes and traces of the outer ones.
-#include <functional>
-#include <string>
-#include <vector>
+// Packed one-bit views: LumOper, LumCopy and LumConvert at every bit offset against an unpacked
+// reference, the alignment operators, and the inner forms' exceptions against the outer codes.
 
 #include "support/kelmira_test.h"
 
@@ -38,9 +34,8 @@ struct BitView {
   int m_bit;
 };
 
-// A form: its call on up to two sources and a destination, the bit it gives from the sources'
-// bits and the destination's old one, and which view must start on a byte (1: the destination,
-// 2: the source).
+// A form: its call on up to two sources and a destination, its bit from the sources' bits and the
+// destination's old one, and which view must start on a byte (1: the destination, 2: the source).
 struct BitForm {
   std::function<void(ZROI<ZBW1>*, ZROI<ZBW1>*, ZROI<ZBW1>*)> call;
   std::function<int(int, int, int)> ref;

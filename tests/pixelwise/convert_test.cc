@@ -1,12 +1,7 @@
-// LumConvert between colour, gray, depth and float types, and LumConvertTo422: each form's pixels
-// against its formula at every alignment with the wide paths off and on, and its frame (numbers,
-// trace string, nothing written) in the same row.
+// LumConvert and LumConvertTo422: each form's pixels against its formula at every alignment, wide
+// and scalar, and its frame (numbers, trace, nothing written) in the same row.
 #include <cmath>
-#include <cstdint>
-#include <functional>
 #include <limits>
-#include <string>
-#include <vector>
 
 #include "support/kelmira_test.h"
 
@@ -22,7 +17,6 @@ void Check(const char* trace, const std::function<D(S, D)>& ref,
   kt::CheckFrame<S, D>(call, trace, false);
 }
 
-// ----- references, written from the bit layouts -----
 
 ZC24 FromC15(uint16_t w) {
   return ZC24(static_cast<uint8_t>((w & 31) * 8), static_cast<uint8_t>(((w >> 5) & 31) * 8),
@@ -89,7 +83,6 @@ TEST(LumConvert, AlphaAndGrayToColour) {
                       {split}}});
 }
 
-// ----- bit depth -----
 
 template <class S, class D>
 void CheckDepth(const char* trace, bool narrower) {
@@ -114,7 +107,6 @@ TEST(LumConvert, BitDepthShiftsModulo32WithoutClipping) {
   CheckDepth<ZBW16, ZBW32>("LumConvert ( BW16 to BW32)", false);
 }
 
-// ----- floating point -----
 
 // Every fourth pixel one of the values where rounding and clipping turn, the rest random, with
 // many halves.

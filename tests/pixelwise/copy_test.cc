@@ -1,7 +1,5 @@
 // LumCopy on every multi-byte pixel type: fills and copies at every byte offset and width, with
 // the wide paths on and off, in place, and the traces of bad input.
-#include <string>
-#include <vector>
 
 #include "support/kelmira_test.h"
 

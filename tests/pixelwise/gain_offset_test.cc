@@ -1,8 +1,6 @@
 // LumGainOffset: the BW8 fixed point with its clipping table and its wrapping wide middle placed
 // by the row rule, the BW16 arithmetic shift, the crossed components of C24, and the failures.
 #include <cmath>
-#include <cstdint>
-#include <vector>
 
 #include "support/kelmira_test.h"
 

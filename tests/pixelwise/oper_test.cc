@@ -1,11 +1,7 @@
-// LumOper on BW8, BW16, C24 and the mixed forms: every form from one list, which codes it takes,
-// its pixels against one evaluation of the code table (wide and scalar, every alignment, in
-// place), the overlay quirks as worked cases, and bad input as one table per form.
+// LumOper: every form from one list, its codes, its pixels against the code table (wide and
+// scalar, every alignment, in place), the overlay quirks as worked cases, and bad input.
 #include <algorithm>
-#include <functional>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "support/kelmira_test.h"
 
@@ -172,9 +168,8 @@ void ForEachForm(uint16_t c, F&& f) {
   f(Image<ZBW8, ZC24>("LumOper ( BW8 Image to C24 Image)", {0, 1, 34}), 34, 1);
 }
 
-// Every accepted code but the overlay (worked cases below) against the reference, in place where
-// the first source has the destination's type. Each code takes every `every`-th geometry from the
-// next start in turn, so that together the codes walk them all.
+// Every accepted code but the overlay (worked below) against the reference, in place where the
+// first source has the destination's type; code i takes every `every`-th geometry from start i.
 template <class A, class B, class D>
 void SweepPixels(const Form<A, B, D>& form, size_t every) {
   static size_t start = 0;
@@ -208,9 +203,8 @@ TEST(OperPixels, EveryFormAndCodeAgainstTheTable) {
     });
 }
 
-// Codes -1 to 40 and a few far ones (refused codes with null sources: the refusal comes first),
-// then null, void and narrower views and the gate: the number, the form's trace on failure, and
-// the destination as it was.
+// Codes -1 to 40 and far ones (refused with null sources: the refusal comes first), then null,
+// void and narrower views and the gate: the number, the trace on failure, the destination kept.
 template <class A, class B, class D>
 void CheckRefusals(const Form<A, B, D>& form, int good, int sources) {
   kt::Framed<A> a(6, 4, 1);

@@ -1,7 +1,6 @@
 // LumLut and LumTransform: table look-ups at every alignment and in place, the callback's calls
 // and their order, the BW16 to BW8 table's bits and shift, and every failure as one table.
 #include <tuple>
-#include <vector>
 
 #include "support/kelmira_test.h"
 
@@ -41,7 +40,6 @@ TEST(LumLut, BW16ToBW8TakesTheBitsBelowTheShift) {
   }
 }
 
-// ----- LumTransform -----
 
 std::vector<int> g_calls;
 uint8_t Times3(int v) { return static_cast<uint8_t>(v * 3 + 1); }
@@ -70,7 +68,6 @@ TEST(LumTransform, CallsInTheirOrderAtEveryAlignmentAndInPlace) {
   CheckTransform<ZBW16>(Record16, 0, [](ZBW16 s) { return ZBW16(static_cast<uint16_t>(s ^ 0xA5A5)); });
 }
 
-// ----- failures -----
 
 TEST(PointBadInput, NumbersTracesAndNothingWritten) {
   std::vector<ZBW8> table(256);

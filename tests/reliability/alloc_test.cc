@@ -1,11 +1,8 @@
-// Failed allocations: this program replaces operator new and the C allocation functions so that
-// the n-th allocation made while a call runs fails. For each call that allocates, n sweeps over
-// every allocation the call makes. A failed call reports 1301 or 1303 with a trace and leaves its
-// destinations as they were (colour forms may keep the planes already done); a call that absorbs
-// the failure gives the same result as a normal run. LeakSanitizer, in the sanitizer build, sees
-// whatever a failure path forgets to free. Under AddressSanitizer the C functions stay the
-// sanitizer's own (it must see every block), so there only operator new fails; the plain build
-// fails both.
+// Failed allocations: operator new and the C allocation functions are replaced so that the n-th
+// allocation of a call fails, n sweeping over all of them. A failed call reports 1301 or 1303 with
+// a trace and leaves its destinations (colour forms may keep finished planes); a call that absorbs
+// the failure matches a normal run. Under AddressSanitizer the C functions stay the sanitizer's
+// own (it must see every block), so only operator new fails there.
 #include "reliability/calls.h"
 
 #include <cstdlib>

@@ -7,8 +7,6 @@
 #include "support/kelmira_test.h"
 
 #include <memory>
-#include <string>
-#include <vector>
 
 namespace kr {
 

@@ -1,6 +1,5 @@
-// Different operators on eight threads at once over shared sources, each thread with its own
-// destinations: every thread sees its own error state and trace, and the same bytes as a run on
-// one thread.
+// Different operators on eight threads at once over shared sources: each thread sees its own
+// error state and trace, and the same bytes as a run on one thread.
 #include "reliability/calls.h"
 
 #include <barrier>

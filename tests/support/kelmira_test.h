@@ -92,7 +92,6 @@ class Framed {
 // the same bit offset compare meaningfully).
 bool SameBytes(const ZGenericROI* a, const ZGenericROI* b);
 
-// ----- the loops every family repeats -----
 
 // Runs body(wide) with the scalar twins (ZSetMMX(0)) and then with the wide paths (ZSetMMX(1)).
 template <class F>
@@ -108,7 +107,6 @@ void ForScalarAndWide(F&& body) {
 // a fault in one target's kernel cannot hide behind the best target.
 void ForEveryTarget(const std::function<void()>& body);
 
-// Runs body(width, offset) for every width and byte offset given.
 template <class F>
 void ForShapes(const std::vector<int>& widths, const std::vector<int>& offsets, F&& body) {
   for (int width : widths)
@@ -119,7 +117,6 @@ void ForShapes(const std::vector<int>& widths, const std::vector<int>& offsets, 
 }
 std::vector<int> Upto(int last, int first = 1);  // first..last
 
-// ----- failures -----
 
 // The error number and the trace (innermost first) that the last call left.
 ::testing::AssertionResult Failed(int error, const std::vector<std::string>& trace);
@@ -128,7 +125,6 @@ std::vector<int> Upto(int last, int first = 1);  // first..last
 std::vector<uint8_t> Bytes(const ZGenericROI* view);
 
 
-// ----- pixels as numbers, for the reference models -----
 
 // A plane of numbers: a view's pixel values (or one component of a C24 view), row by row.
 struct Plane {
@@ -160,7 +156,6 @@ void Write(ZROI<T>* v, const Plane& m) {
 // Random values in [lo, hi], each end about once in `ends` pixels besides, where the clips turn.
 Plane RandomPlane(int w, int h, int64_t lo, int64_t hi, int ends = 0);
 
-// ----- bad input as a table -----
 
 // A call, the error number it must leave and the trace (innermost first).
 struct Refusal {
@@ -170,7 +165,6 @@ struct Refusal {
 };
 void CheckRefusals(const std::vector<Refusal>& rows);
 
-// ----- pixel-wise operators against a per-pixel reference -----
 
 
 // A guarded view whose pixels all sit at addresses aligned for their type (the offset is rounded

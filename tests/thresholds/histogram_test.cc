@@ -94,10 +94,9 @@ TEST(HistogramBW8, RunListCountsOnlyItsRuns) {
   view.SetRunList(nullptr);
 }
 
-// (msb, bits, saturate): each row of the bin table, at and around the shift and saturation edges,
-// on values that sit on them; then the refusals. Windows that end at the top bit have no guard
-// against a bin past the last: they run in a test of their own, after the guarded ones, so that a
-// wrong shift shows as a failed count before it can write past the histogram.
+// (msb, bits, saturate): each row of the bin table on values at its shift and saturation edges,
+// then the refusals. Windows ending at the top bit have no guard against a bin past the last, so
+// they run after the guarded ones: a wrong shift shows as a failed count before it writes past.
 template <class T>
 void WindowCases(const char* trace, unsigned top, bool atTop) {
   kt::Framed<T> view(37, 3, sizeof(T), 4 * sizeof(T));

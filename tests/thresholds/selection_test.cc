@@ -110,8 +110,7 @@ std::vector<Bins> Crafted() {
   return all;
 }
 
-// Every mode on crafted and random histograms over several ranges, the BW16 form on a range near
-// its top.
+// Every mode on crafted and random histograms over several ranges; BW16 on a range near its top.
 TEST(HistogramThreshold, EveryModeMatchesTheModel) {
   const auto check = [](const Bins& bins, unsigned mode, float relative, unsigned low, unsigned high) {
     SCOPED_TRACE(testing::Message() << "mode " << int(mode) << " range " << low << ".." << high << " relative " << relative);

@@ -8,7 +8,6 @@ namespace {
 
 using ktool::Picture;
 
-// Expects a file error whose message contains `needle`.
 template <class F>
 void ExpectFileError(F&& f, const std::string& needle) {
   try {

@@ -3,13 +3,11 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
-#include <sstream>
 
 #include "image_io.h"
 #include "registry.h"
 #include "scene.h"
 #include "tool_test_support.h"
-#include "verbs.h"
 
 namespace {
 

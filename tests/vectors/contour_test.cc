@@ -23,7 +23,6 @@ struct Result {
   std::vector<Pt> pts;
 };
 
-// The operator as described, state by state.
 Result Model(const kt::Plane& pic, int mode, int sx, int sy, unsigned thr, int below, int conn, bool vectorForm) {
   static const int tables[4][2][8] = {{{7, 0, 1, 2, 3, 4, 5, 6}, {1, 3, 3, 5, 5, 7, 7, 1}},
                                       {{1, 2, 3, 4, 5, 6, 7, 0}, {7, 7, 1, 1, 3, 3, 5, 5}},

@@ -31,7 +31,6 @@ struct Step {
   std::vector<std::string> trace = {};
 };
 
-// Runs the steps in turn on `v`, each from a cleared error.
 void Play(ZVectorTemplate<int>& v, const std::vector<Step>& steps) {
   for (size_t i = 0; i < steps.size(); ++i) {
     SCOPED_TRACE(testing::Message() << "step " << i);
