@@ -1,4 +1,4 @@
-// The 3x3 median on BW8, two output rows per pass over four source rows. The scalar worker
+// The 3x3 median on BW8, two or four output rows per pass. The scalar worker
 // takes each pixel's median from its three sorted columns, the neighbours clamped to the view;
 // the wide one runs the columns between the first and the last through the kernel, which reads
 // the neighbours from the rows in place, and leaves the two edge columns to the scalar step. In
@@ -72,28 +72,39 @@ bool Run(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, bool wide) {
     for (int i = 0; i < 3; ++i) saved[i] = buffer.data() + static_cast<size_t>(i) * rowBytes;
   }
   const rows::Rows<uint8_t> in(source), out(destination);
-  for (int y = 0; y < h; y += 2) {
-    const int y1 = std::min(y + 1, h - 1), y3 = std::min(y + 2, h - 1);
-    const uint8_t *r0 = in[y > 0 ? y - 1 : 0], *r1 = in[y], *r2 = in[y1], *r3 = in[y3];
+  // Bands of four output rows sort each source row across for 1.5 output rows instead of 2 (a
+  // fifth faster where the rows stay in cache). Pairs where rows are saved (in place), and where a
+  // pitch is a multiple of 4 KB: then every row falls in the same sets of the level-one cache,
+  // and the ten rows of a band (twelve with the rows prefetched) evict each other.
+  const auto pageRows = [](const ZROI<ZBW8>* v) { return v->GetRowPitch() % 4096 == 0; };
+  const int band = wide && !inPlace && !pageRows(source) && !pageRows(destination) ? 4 : 2;
+  const auto row = [&](int y) { return in[std::clamp(y, 0, h - 1)]; };
+  for (int y = 0; y < h; y += band) {
+    const uint8_t* r[6];
+    uint8_t* o[4];
+    const uint8_t* ahead[4];
+    for (int j = 0; j < band + 2; ++j) r[j] = row(y - 1 + j);
+    for (int i = 0; i < band; ++i) {
+      o[i] = y + i < h ? out[y + i] : nullptr;
+      ahead[i] = row(y + 2 * band + 1 + i);  // the new rows of the pass after next
+    }
     if (inPlace) {
       // saved[0] already holds row y - 1, the last row saved by the pass before.
+      const int y1 = std::min(y + 1, h - 1);
       std::memcpy(saved[1], in[y], rowBytes);
       if (y1 != y) std::memcpy(saved[2], in[y1], rowBytes);
-      r0 = y > 0 ? saved[0] : saved[1];
-      r1 = saved[1];
-      r2 = saved[y1 != y ? 2 : 1];
-      if (y3 == y1) r3 = r2;
+      r[0] = y > 0 ? saved[0] : saved[1];
+      r[1] = saved[1];
+      r[2] = saved[y1 != y ? 2 : 1];
+      if (y + 2 >= h) r[3] = r[2];
     }
-    uint8_t* out0 = out[y];
-    uint8_t* out1 = y + 1 < h ? out[y + 1] : nullptr;
-    auto scalar = [&](int x) {
-      out0[x] = MedianAt(r0, r1, r2, x, w);
-      if (out1 != nullptr) out1[x] = MedianAt(r1, r2, r3, x, w);
+    const auto scalar = [&](int x) {
+      for (int i = 0; i < band; ++i)
+        if (o[i] != nullptr) o[i][x] = MedianAt(r[i], r[i + 1], r[i + 2], x, w);
     };
     if (wide && w > 2) {
       scalar(0);
-      // Rows y + 5 and y + 6 are the new rows of the pass after next.
-      WideMedianPair(r0, r1, r2, r3, in[std::min(y + 5, h - 1)], in[std::min(y + 6, h - 1)], out0, out1, 1, w - 2);
+      WideMedianBand(r, ahead, o, band, 1, w - 2);
       scalar(w - 1);
     } else {
       for (int x = 0; x < w; ++x) scalar(x);

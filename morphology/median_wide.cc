@@ -1,11 +1,11 @@
 // Wide kernel of the 3x3 median: a sorting network on whole vectors of pixels (32 of them with
-// AVX2, 64 with AVX-512), two output rows per pass over four source rows. Each source row is
-// sorted across first (the low, middle and high of columns x - 1, x, x + 1); the median of nine is
-// then the median of the largest low, the median of the middles and the smallest high of the three
-// rows, and the middle two rows are ordered once for both output rows. Exact, so the pixels are
-// those of the scalar worker. A row's last partial vector is done again as a whole vector ending
-// at the row's end: every output is a function of its inputs alone, so bytes written twice get
-// the same value twice.
+// AVX2, 64 with AVX-512), two or four output rows per pass over four or six source rows. Each
+// source row is sorted across once a pass (the low, middle and high of columns x - 1, x, x + 1);
+// the median of nine is then the median of the largest low, the median of the middles and the
+// smallest high of the three rows, and the middle two rows of each output pair are ordered once
+// for both. Exact, so the pixels are those of the scalar worker. A row's last partial vector is
+// done again as a whole vector ending at the row's end: every output is a function of its inputs
+// alone, so bytes written twice get the same value twice.
 //
 // A column's results are stored only after the next column has been loaded: at widths of 4 KB and
 // their multiples source and destination rows share their low address bits, and a load that
@@ -62,53 +62,65 @@ HWY_INLINE V MedianWith(const Sorted<V>& t, V lo, V hi, V p, V q) {
   return hn::Max(hn::Min(l, m), hn::Min(hn::Max(l, m), h));
 }
 
-// The two output vectors at column x: m0 from rows r0..r2, m1 from rows r1..r3.
-template <class D>
-HWY_INLINE void Column(D d, const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const uint8_t* r3, int x,
-                       hn::Vec<D>& m0, hn::Vec<D>& m1) {
+// The K output vectors at column x, m[i] from rows r[i]..r[i + 2] (K even). Each source row is
+// sorted across once, and the middle two rows of each output pair are combined once for both.
+template <int K, class D>
+HWY_INLINE void BandColumn(D d, const uint8_t* const* r, int x, hn::Vec<D>* m) {
   using V = hn::Vec<D>;
-  const Sorted<V> a = Across(d, r0, x), b = Across(d, r1, x), c = Across(d, r2, x), e = Across(d, r3, x);
-  const V lo = hn::Max(b.lo, c.lo), hi = hn::Min(b.hi, c.hi), p = hn::Min(b.mid, c.mid), q = hn::Max(b.mid, c.mid);
-  m0 = MedianWith(a, lo, hi, p, q);
-  m1 = MedianWith(e, lo, hi, p, q);
+  Sorted<V> a = Across(d, r[0], x), b = Across(d, r[1], x);
+  for (int i = 0; i < K; i += 2) {
+    const Sorted<V> c = Across(d, r[i + 2], x), e = Across(d, r[i + 3], x);
+    const V lo = hn::Max(b.lo, c.lo), hi = hn::Min(b.hi, c.hi), p = hn::Min(b.mid, c.mid), q = hn::Max(b.mid, c.mid);
+    m[i] = MedianWith(a, lo, hi, p, q);
+    m[i + 1] = MedianWith(e, lo, hi, p, q);
+    a = c;
+    b = e;
+  }
 }
 
-void MedianPair(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const uint8_t* r3, const uint8_t* ahead0,
-                const uint8_t* ahead1, uint8_t* out0, uint8_t* out1, int x0, int n) {
+template <int K, class D>
+HWY_INLINE void StoreBand(D d, const hn::Vec<D>* m, uint8_t* const* out, int x) {
+  for (int i = 0; i < K; ++i)
+    if (out[i] != nullptr) hn::StoreU(m[i], d, out[i] + x);
+}
+
+template <int K>
+HWY_INLINE void Band(const uint8_t* const* r, const uint8_t* const* ahead, uint8_t* const* out, int x0, int n) {
   const hn::ScalableTag<uint8_t> d;
   using V = hn::Vec<decltype(d)>;
   const int lanes = static_cast<int>(hn::Lanes(d)), end = x0 + n;
   if (n < lanes) {
     const hn::CappedTag<uint8_t, 1> d1;
-    hn::Vec<decltype(d1)> s0, s1;
+    hn::Vec<decltype(d1)> s[K];
     for (int x = x0; x < end; ++x) {
-      Column(d1, r0, r1, r2, r3, x, s0, s1);
-      hn::StoreU(s0, d1, out0 + x);
-      if (out1 != nullptr) hn::StoreU(s1, d1, out1 + x);
+      BandColumn<K>(d1, r, x, s);
+      StoreBand<K>(d1, s, out, x);
     }
     return;
   }
-  V m0, m1;
-  Column(d, r0, r1, r2, r3, x0, m0, m1);
+  V m[K];
+  BandColumn<K>(d, r, x0, m);
   int held = x0, x = x0 + lanes;
   for (; x + lanes <= end; x += lanes) {
-    hwy::Prefetch(ahead0 + x);
-    hwy::Prefetch(ahead1 + x);
-    V n0, n1;
-    Column(d, r0, r1, r2, r3, x, n0, n1);
-    hn::StoreU(m0, d, out0 + held);
-    if (out1 != nullptr) hn::StoreU(m1, d, out1 + held);
-    m0 = n0;
-    m1 = n1;
+    for (int i = 0; i < K; ++i) hwy::Prefetch(ahead[i] + x);
+    V next[K];
+    BandColumn<K>(d, r, x, next);
+    StoreBand<K>(d, m, out, held);
+    for (int i = 0; i < K; ++i) m[i] = next[i];
     held = x;
   }
-  hn::StoreU(m0, d, out0 + held);
-  if (out1 != nullptr) hn::StoreU(m1, d, out1 + held);
+  StoreBand<K>(d, m, out, held);
   if (x < end) {
-    Column(d, r0, r1, r2, r3, end - lanes, m0, m1);
-    hn::StoreU(m0, d, out0 + end - lanes);
-    if (out1 != nullptr) hn::StoreU(m1, d, out1 + end - lanes);
+    BandColumn<K>(d, r, end - lanes, m);
+    StoreBand<K>(d, m, out, end - lanes);
   }
+}
+
+void MedianBand(const uint8_t* const* r, const uint8_t* const* ahead, uint8_t* const* out, int rows, int x0, int n) {
+  if (rows == 4)
+    Band<4>(r, ahead, out, x0, n);
+  else
+    Band<2>(r, ahead, out, x0, n);
 }
 
 }  // namespace kelmira::HWY_NAMESPACE
@@ -116,11 +128,11 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace kelmira::median {
-HWY_EXPORT(MedianPair);
+HWY_EXPORT(MedianBand);
 
-void WideMedianPair(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, const uint8_t* r3, const uint8_t* ahead0,
-                    const uint8_t* ahead1, uint8_t* out0, uint8_t* out1, int x0, int n) {
-  HWY_DYNAMIC_DISPATCH(MedianPair)(r0, r1, r2, r3, ahead0, ahead1, out0, out1, x0, n);
+void WideMedianBand(const uint8_t* const* rows, const uint8_t* const* ahead, uint8_t* const* out, int count, int x0,
+                    int n) {
+  HWY_DYNAMIC_DISPATCH(MedianBand)(rows, ahead, out, count, x0, n);
 }
 }  // namespace kelmira::median
 #endif
