@@ -290,47 +290,9 @@ uint64_t Sum16(const uint16_t* p, int n) {
 uint64_t MinMaxSum8(const uint8_t* p, int n, uint8_t& lo, uint8_t& hi) { return SumT<true>(p, n, lo, hi); }
 uint64_t MinMaxSum16(const uint16_t* p, int n, uint16_t& lo, uint16_t& hi) { return SumT<true>(p, n, lo, hi); }
 
-// Sums and squares in 32-bit lanes, each run flushed into 64 bits: the sums stay far below 2^31.
-KELMIRA_DOT_ATTR SumSq SumSquares8(const uint8_t* p, int n) {
-  const hn::ScalableTag<uint8_t> d8;
-  const hn::Repartition<int32_t, decltype(d8)> d32;
-  const hn::Repartition<int64_t, decltype(d8)> d64;
-  const int lanes = static_cast<int>(hn::Lanes(d8));
-  int64_t sum = 0, squares = 0;
-  int x = 0;
-  while (x + lanes <= n) {
-    const int stop = n - x > kSquareRun * lanes ? x + kSquareRun * lanes : n;
-    auto q0 = hn::Zero(d32), q1 = q0, q2 = q0, q3 = q0, s0 = q0, s1 = q0, s2 = q0, s3 = q0;
-    for (; x + 4 * lanes <= stop; x += 4 * lanes) {
-      const auto v0 = hn::LoadU(d8, p + x), v1 = hn::LoadU(d8, p + x + lanes);
-      const auto v2 = hn::LoadU(d8, p + x + 2 * lanes), v3 = hn::LoadU(d8, p + x + 3 * lanes);
-      s0 = AddByteSums(d8, v0, s0);
-      s1 = AddByteSums(d8, v1, s1);
-      s2 = AddByteSums(d8, v2, s2);
-      s3 = AddByteSums(d8, v3, s3);
-      q0 = AddSquareBytes(d8, v0, q0);
-      q1 = AddSquareBytes(d8, v1, q1);
-      q2 = AddSquareBytes(d8, v2, q2);
-      q3 = AddSquareBytes(d8, v3, q3);
-    }
-    for (; x + lanes <= stop; x += lanes) {
-      const auto v = hn::LoadU(d8, p + x);
-      s0 = AddByteSums(d8, v, s0);
-      q0 = AddSquareBytes(d8, v, q0);
-    }
-    // The four together stay below 2^31 in magnitude: kSquareRun vectors in all.
-    Totals2(d64, Widen32(d32, hn::Add(hn::Add(s0, s1), hn::Add(s2, s3))),
-            Widen32(d32, hn::Add(hn::Add(q0, q1), hn::Add(q2, q3))), sum, squares);
-  }
-  SumSq r = scalar::SumSquares(p + x, n - x);
-  r.sum += static_cast<uint64_t>(sum);
-  r.squares += static_cast<uint64_t>(squares + kSquareBias * sum);
-  return r;
-}
-
-// The same over `height` rows: the 32-bit lanes run on from row to row and are flushed after
-// kSquareRun vectors in all, not once a row, which on rows of a few dozen vectors costs as much as
-// the rows themselves.
+// Sums and squares over `height` rows in 32-bit lanes (the sums stay far below 2^31), flushed into
+// 64 bits after kSquareRun vectors in all, not once a row, which on rows of a few dozen vectors
+// costs as much as the rows themselves.
 KELMIRA_DOT_ATTR SumSq SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, int n, int height) {
   const hn::ScalableTag<uint8_t> d8;
   const hn::Repartition<int32_t, decltype(d8)> d32;
@@ -380,6 +342,8 @@ KELMIRA_DOT_ATTR SumSq SumSquaresRows8(const uint8_t* first, ptrdiff_t pitch, in
   tails.squares += static_cast<uint64_t>(squares + kSquareBias * sum);
   return tails;
 }
+
+KELMIRA_DOT_ATTR SumSq SumSquares8(const uint8_t* p, int n) { return SumSquaresRows8(p, 0, n, 1); }
 
 SumSq SumSquares16(const uint16_t* p, int n) {
   const hn::ScalableTag<uint16_t> d16;
