@@ -248,7 +248,8 @@ void CheckRoutes() {
       return !small ? Sums(in, r.hx, hy, sizeof(T) == 2)
                     : Passes(in, r.hx == 0 ? "UniformY" : hy == 0 ? "UniformX" : "Uniform3x3", r.hx + hy > 0, max);
     };
-    ft::Check<T>([&](ZROI<T>* s, ZROI<T>* d) { LumConvolUniform(s, d, r.hx, r.hy); }, box, r.w, r.h, 3, small ? ft::kNull : ft::kSeparate);
+    ft::Check<T>([&](ZROI<T>* s, ZROI<T>* d) { LumConvolUniform(s, d, r.hx, r.hy); }, box, r.w, r.h, 3,
+                 small ? ft::kNull : ft::kSeparate);
     if (r.hx > unsigned(r.w - 1) || hy > unsigned(r.h - 1)) continue;  // refused by the Gaussian, see the errors
     const auto gaussian = [&](const Plane& in, const Plane& old, ZROI<T>*) {
       const Plane square = Passes(in, "Gaussian3x3", both, max);

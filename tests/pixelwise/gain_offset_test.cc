@@ -107,7 +107,7 @@ TEST(LumGainOffset, C24CrossedComponents) {
 TEST(LumGainOffset, FailuresAndTraces) {
   kt::CheckFrame<ZBW8, ZBW8>([](ZROI<ZBW8>* s, ZROI<ZBW8>* d) { LumGainOffset(s, d, 1.0f, 0.0f); }, "LumGainOffset");
   kt::CheckFrame<ZBW16, ZBW16>([](ZROI<ZBW16>* s, ZROI<ZBW16>* d) { LumGainOffset(s, d, 1.0f, 0.0f); }, "LumGainOffset (BW16)");
-  kt::CheckFrame<ZC24, ZC24>([](ZROI<ZC24>* s, ZROI<ZC24>* d) { LumGainOffset(s, d, ZColor(1, 1, 1), ZColor(0, 0, 0)); }, "LumGainOffset");
+  kt::CheckFrame<ZC24, ZC24>([](auto s, auto d) { LumGainOffset(s, d, ZColor(1, 1, 1), ZColor(0, 0, 0)); }, "LumGainOffset");
   // Extreme gains do not crash and stay in range.
   kt::Aligned<ZBW8> a(6, 6);
   kt::Aligned<ZBW16> c(6, 6);

@@ -320,7 +320,8 @@ void CheckAgainst2(const std::function<void(ZROI<A>*, ZROI<B>*, ZROI<D>*)>& call
       ZROI<D>* out = d.get();
       if constexpr (std::is_same_v<A, D>) out = run < 2 ? d.get() : a.get();
       call(a.get(), b.get(), out);
-      SCOPED_TRACE(testing::Message() << g.width << "x" << g.height << " at " << g.sourceOffset << "/" << g.destinationOffset << " run " << run);
+      SCOPED_TRACE(testing::Message() << g.width << "x" << g.height << " at " << g.sourceOffset << "/"
+                                      << g.destinationOffset << " run " << run);
       ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
       ASSERT_TRUE(a.GuardsIntact() && b.GuardsIntact() && d.GuardsIntact());
       const std::vector<uint8_t> now = Bytes(out);

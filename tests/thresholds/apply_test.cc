@@ -188,10 +188,12 @@ TEST(ThresholdApply, BadInput) {
   kt::CheckFrame<ZBW16, ZBW16>([](auto s, auto d) { LumThreshold(s, d, 5, 0, 255, 0.5f); }, "LumThreshold (BW16)", false);
   kt::CheckFrame<ZBW8, ZBW1>([](auto s, auto d) { LumThreshold(s, d, 5, 0.5f); }, "LumThreshold (BW8 -> BW1)", false);
   kt::CheckFrame<ZBW16, ZBW1>([](auto s, auto d) { LumThreshold(s, d, 5, 0.5f); }, "LumThreshold (BW16 -> BW1)", false);
-  kt::CheckFrame<ZBW8, ZBW8>([](auto s, auto d) { LumDoubleThreshold(s, d, 1, 2, 0, 1, 2); }, "LumDoubleThreshold ( BW8 to BW8)", false);
-  kt::CheckFrame<ZBW16, ZBW16>([](auto s, auto d) { LumDoubleThreshold(s, d, 1, 2, 0, 1, 2); }, "LumDoubleThreshold ( BW16 to BW16)", false);
+  const auto twice = [](auto s, auto d) { LumDoubleThreshold(s, d, 1, 2, 0, 1, 2); };
+  kt::CheckFrame<ZBW8, ZBW8>(twice, "LumDoubleThreshold ( BW8 to BW8)", false);
+  kt::CheckFrame<ZBW16, ZBW16>(twice, "LumDoubleThreshold ( BW16 to BW16)", false);
   kt::CheckFrame<ZC24, ZBW8>([](auto s, auto d) { LumThreshold(s, d, ZC24(), ZC24(), nullptr, 0, 1); }, "LumThreshold ( C24 to BW8)", false);
-  kt::CheckFrame<ZBW8, ZBW8>([](auto s, auto d) { LumAutoAdaptiveThreshold(s, d, LUM_THRESHOLD_MODE_ISODATA, 2, 2); }, "LumAutoAdaptiveThreshold", false);
+  const auto grid = [](auto s, auto d) { LumAutoAdaptiveThreshold(s, d, LUM_THRESHOLD_MODE_ISODATA, 2, 2); };
+  kt::CheckFrame<ZBW8, ZBW8>(grid, "LumAutoAdaptiveThreshold", false);
   kt::CheckFrame<ZBW8, ZBW8>([](auto s, auto d) { LumLocalMeanThreshold(s, d, 1, 0); }, "", false);
   ZImage<ZBW8> a(8, 4);
   ZImage<ZBW1> bits(9, 4);
