@@ -1,5 +1,4 @@
-// Checks shared by the filter tests: one call in a destination form against a model, and a colour
-// form against the gray form run on each component.
+// Shared filter checks: one call in a destination form against a model; a colour form plane by plane.
 #ifndef KELMIRA_TESTS_FILTERS_CHECK_H
 #define KELMIRA_TESTS_FILTERS_CHECK_H
 
@@ -36,14 +35,6 @@ void Check(const Call<T>& call, const Model<T>& want, int w, int h, int offset, 
   ASSERT_EQ(kt::Read(form == kSeparate ? dst.get() : src.get()), expected);
   ASSERT_TRUE(form != kSeparate || kt::Read(src.get()) == in);
   ASSERT_TRUE(src.GuardsIntact() && dst.GuardsIntact());
-}
-
-inline std::function<void()> Gated(const std::function<void()>& call) {
-  return [=] {
-    ZSetGateError(Z_ERROR_INTERNAL);
-    call();
-    ZSetGateError(Z_ERROR_NONE);
-  };
 }
 
 // A gray call that needs a separate destination, made to work in place through a copy.

@@ -125,14 +125,13 @@ void Check3x3(const Filter& f, void (*fn)(ZROI<T>*, ZROI<T>*), int w, int h, int
 // Each round runs on the next Highway target in turn, the first rounds on long rows (several
 // vectors of every width); the colour form is the in-place gray form on each plane.
 TEST(Predefined3x3, EveryFilterMatchesTheTable) {
-  const std::vector<int64_t> targets = kt::Targets();
   for (const Filter& f : kFilters)
     kt::ForScalarAndWide([&](int wide) {
       SCOPED_TRACE(f.name);
       for (size_t round = 0; round < 18; ++round) {
-        const kt::TargetSetting target(targets[round % targets.size()]);
+        const bool longRow = round < kt::Targets().size();
+        const kt::TargetSetting target(kt::NthTarget(round));
         const ft::Form form = ft::Form(round % 3);
-        const bool longRow = round < targets.size();
         const int w = longRow ? 70 + kt::Rng()() % 100 : 2 + kt::Rng()() % 39, h = longRow ? 3 : 2 + kt::Rng()() % 39;
         Check3x3<ZBW8>(f, f.f8, w, h, int(round % 8), form);
         Check3x3<ZBW16>(f, f.f16, w, h, int(round % 8), form);
@@ -144,10 +143,9 @@ TEST(Predefined3x3, EveryFilterMatchesTheTable) {
 }
 
 
-// Window sums over the nearest pixels in row order: the box scaled by 2^24 / area truncated, the
-// product in 32 bits on ZBW8 and 64 bits on ZBW16 (the 5x5 and 7x7 uniform constants are these);
-// the binomial Gaussians (`weights` for the columns and the rows) shifted. In place (`live`) the
-// window reads the pixels already written.
+// Window sums over the nearest pixels in row order: the box scaled by 2^24 / area truncated, the product in 32 bits
+// on ZBW8 and 64 on ZBW16 (the 5x5 and 7x7 uniform constants are these); the binomial Gaussians (`weights` for
+// columns and rows) shifted. In place (`live`) the window reads the pixels already written.
 Plane Sums(const Plane& in, unsigned hx, unsigned hy, bool bw16, bool live = false, const int* weights = nullptr,
            int shift = 0) {
   hx = std::min<unsigned>(hx, in.w - 1);
@@ -210,7 +208,7 @@ TEST(PredefinedOthers, MatchTheDirectSumsInEveryForm) {
     kt::ForScalarAndWide([&](int wide) {
       SCOPED_TRACE(o.name);
       for (int round = 0; round < 14; ++round) {
-        const kt::TargetSetting target(kt::Targets()[round % kt::Targets().size()]);
+        const kt::TargetSetting target(kt::NthTarget(round));
         const ft::Form form = ft::Form(round % o.forms);
         const int w = o.least + kt::Rng()() % (round < 11 ? 34 : 120), h = o.least + kt::Rng()() % 13;
         ft::Check<ZBW8>(o.f8, [&](const Plane& in, const Plane&, ZROI<ZBW8>*) { return o.want(in, 255, form != ft::kSeparate); },
@@ -237,24 +235,21 @@ Plane Passes(Plane img, const char* name, unsigned count, int64_t max) {
 template <class T>
 void CheckRoutes() {
   const int64_t max = Max<T>();
-  struct Route {
-    unsigned hx, hy;
-    int w, h;
-  };
-  const Route kRoutes[] = {{0, 0, 9, 5},   {0, 1, 9, 5},     {1, 0, 9, 5},  {1, 1, 9, 5},  {2, 0xFFFFFFFFu, 17, 12},
-                           {0, 2, 6, 9},   {3, 0, 40, 3},    {1000, 2, 23, 8}, {15, 15, 70, 40}, {4, 1000, 5, 7},
-                           {3, 1, 12, 9},  {1, 3, 12, 9},    {2, 2, 9, 9},  {0, 3, 4, 8},  {0xFFFFFFFEu, 0xFFFFFFFEu, 30, 6},
-                           {2, 129, 20, 131}, {7, 3, 171, 9}, {31, 11, 60, 20}, {2, 0, 133, 4}, {5, 2, 1, 17}};
+  const struct Route { unsigned hx, hy; int w, h; } kRoutes[] = {
+      {0, 0, 9, 5},     {0, 1, 9, 5},      {1, 0, 9, 5},     {1, 1, 9, 5},     {2, 0xFFFFFFFFu, 17, 12}, {0, 2, 6, 9},
+      {3, 0, 40, 3},    {1000, 2, 23, 8},  {15, 15, 70, 40}, {4, 1000, 5, 7},  {3, 1, 12, 9},  {1, 3, 12, 9}, {2, 2, 9, 9},
+      {0, 3, 4, 8},     {0xFFFFFFFEu, 0xFFFFFFFEu, 30, 6},   {2, 129, 20, 131}, {7, 3, 171, 9}, {31, 11, 60, 20},
+      {2, 0, 133, 4},   {5, 2, 1, 17}};
   for (const Route& r : kRoutes) {
     const unsigned hy = r.hy == 0xFFFFFFFFu ? r.hx : r.hy, both = std::min(r.hx, hy);
     SCOPED_TRACE(::testing::Message() << r.hx << "/" << r.hy << " on " << r.w << "x" << r.h);
     const bool small = r.hx <= 1 && hy <= 1;
-    ft::Check<T>([&](ZROI<T>* s, ZROI<T>* d) { LumConvolUniform(s, d, r.hx, r.hy); },
-                 [&](const Plane& in, const Plane&, ZROI<T>*) {
-                   return !small ? Sums(in, r.hx, hy, sizeof(T) == 2)
-                                 : Passes(in, r.hx == 0 ? "UniformY" : hy == 0 ? "UniformX" : "Uniform3x3", r.hx + hy > 0, max);
-                 },
-                 r.w, r.h, 3, small ? ft::kNull : ft::kSeparate);
+    const auto box = [&](const Plane& in, const Plane&, ZROI<T>*) {
+      return !small ? Sums(in, r.hx, hy, sizeof(T) == 2)
+                    : Passes(in, r.hx == 0 ? "UniformY" : hy == 0 ? "UniformX" : "Uniform3x3", r.hx + hy > 0, max);
+    };
+    ft::Check<T>([&](ZROI<T>* s, ZROI<T>* d) { LumConvolUniform(s, d, r.hx, r.hy); }, box, r.w, r.h, 3,
+                 small ? ft::kNull : ft::kSeparate);
     if (r.hx > unsigned(r.w - 1) || hy > unsigned(r.h - 1)) continue;  // refused by the Gaussian, see the errors
     const auto gaussian = [&](const Plane& in, const Plane& old, ZROI<T>*) {
       const Plane square = Passes(in, "Gaussian3x3", both, max);
@@ -265,15 +260,9 @@ void CheckRoutes() {
   }
 }
 
-// On every target; the ZC24 box through a second plane, so that in place works; the Gaussian in
-// place on one.
+// On every target; the ZC24 box through a second plane, so that in place works; the Gaussian in place on one.
 TEST(PredefinedRoutes, UniformAndGaussianTables) {
-  {
-    kt::WideSetting scalar(0);
-    CheckRoutes<ZBW8>();
-    CheckRoutes<ZBW16>();
-  }
-  kt::ForEveryTarget([] {
+  kt::ForScalarAndEveryTarget([] {
     CheckRoutes<ZBW8>();
     CheckRoutes<ZBW16>();
   });
@@ -313,7 +302,7 @@ TEST(PredefinedErrors, NumbersAndTraces) {
       {[&] { LumConvolUniform7x7(a.get(), a.get()); }, Z_ERROR_NONE, {}},
       {[&] { LumConvolGaussian7x7(a.get(), nullptr); }, Z_ERROR_NULL_IMAGE, {"LumConvolGaussian7x7"}},
       {[&] { LumConvolUniform5x5(a.get(), small.get()); }, Z_ERROR_DIFFERENT_SIZES, {"ConvolUniform5x5"}},
-      {ft::Gated([&] { LumConvolGaussian5x5(a.get(), kept.get()); }), Z_ERROR_INTERNAL, {"ConvolGaussian5x5"}},
+      {kt::Gated([&] { LumConvolGaussian5x5(a.get(), kept.get()); }), Z_ERROR_INTERNAL, {"ConvolGaussian5x5"}},
       {[&] { LumConvolUniform7x7(&none, a.get()); }, Z_ERROR_DIFFERENT_SIZES, {"LumConvolUniform7x7"}},
       // Colour: the gray form's words, then the colour form's.
       {[&] { LumConvolSobel(null24, d.get()); }, Z_ERROR_NULL_IMAGE, {"LumConvolSobel ( C24)"}},
@@ -326,7 +315,7 @@ TEST(PredefinedErrors, NumbersAndTraces) {
       {[&] { LumConvolRoberts(a.get(), small.get()); }, Z_ERROR_NONE, {}},
       {[&] { LumConvolRoberts(c.get(), null24); }, Z_ERROR_NONE, {}},
       // The box: in place only on the small routes; the passes' words inside.
-      {ft::Gated([&] { LumConvolUniform(a.get(), kept.get(), 4); }), Z_ERROR_INTERNAL, {"LumConvolUniform"}},
+      {kt::Gated([&] { LumConvolUniform(a.get(), kept.get(), 4); }), Z_ERROR_INTERNAL, {"LumConvolUniform"}},
       {[&] { LumConvolUniform(a.get(), nullptr, 2, 2); }, Z_ERROR_NEED_SEPARATE_DESTINATION, {"LumConvolUniform"}},
       {[&] { LumConvolUniform(a16.get(), a16.get(), 0, 7); }, Z_ERROR_NEED_SEPARATE_DESTINATION, {"LumConvolUniform (BW16)"}},
       {[&] { LumConvolUniform(a.get(), nullptr, 1, 1); }, Z_ERROR_NONE, {"LumConvolUniform3x3 (BW8)"}},
@@ -337,7 +326,7 @@ TEST(PredefinedErrors, NumbersAndTraces) {
       {[&] { LumConvolUniform(c.get(), nullptr, 2, 2); }, Z_ERROR_NONE, {}},
       {[&] { LumConvolUniform(crow.get(), d.get(), 1); }, Z_ERROR_DIFFERENT_SIZES, {"LumConvolUniform ( C24)"}},
       // The Gaussian: halves bounded by the view.
-      {ft::Gated([&] { LumConvolGaussian(a.get(), kept.get(), 1); }), Z_ERROR_INTERNAL, {"LumConvolGaussian"}},
+      {kt::Gated([&] { LumConvolGaussian(a.get(), kept.get(), 1); }), Z_ERROR_INTERNAL, {"LumConvolGaussian"}},
       {[&] { LumConvolGaussian(a.get(), b.get(), 0xFFFFFFFEu); }, Z_ERROR_ARGUMENT_3, {"LumConvolGaussian"}},
       {[&] { LumConvolGaussian(a16.get(), nullptr, 7, 8); }, Z_ERROR_ARGUMENT_4, {"LumConvolGaussian (BW16)"}},
       {[&] { LumConvolGaussian(row.get(), nullptr, 3, 0); }, Z_ERROR_NONE, {"LumConvolGaussianX (BW8)"}},

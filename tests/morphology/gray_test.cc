@@ -5,7 +5,6 @@
 namespace {
 
 using mref::Plane;
-using Strings = std::vector<std::string>;
 constexpr unsigned kSame = KELMIRA_MORPHO_SAME_AS_WIDTH;
 
 // `call(source, destination)` separate, then (unless `separateOnly`) null and in place, on random
@@ -40,20 +39,16 @@ void SweepBoxAndDisk() {
       for (int offset : {0, 1, 6})
         for (int k = 0; k < 7; ++k) {
           SCOPED_TRACE(mref::kNames[k]);
-          for (auto [a, b] : boxes)
-            CheckForms<P>(s.w, s.h, offset,
-                          [&](const Plane& in) {
-                            return mref::Compose(k, in, [&](const Plane& p, bool max) {
-                              return mref::Box(p, max, a, b == kSame ? a : b);
-                            });
-                          },
+          for (auto [a, b] : boxes) {
+            const auto box = [&](const Plane& p, bool max) { return mref::Box(p, max, a, b == kSame ? a : b); };
+            CheckForms<P>(s.w, s.h, offset, [&](const Plane& in) { return mref::Compose(k, in, box); },
                           [&](ZROI<P>* src, ZROI<P>* dst) { mref::BoxForms<P>()[k](src, dst, a, b); });
-          for (unsigned r : {0, 1, 2, 3, 4, 5, 9})
-            CheckForms<P>(s.w, s.h, offset,
-                          [&](const Plane& in) {
-                            return mref::Compose(k, in, [&](const Plane& p, bool max) { return mref::Disk(p, max, r); });
-                          },
+          }
+          for (unsigned r : {0, 1, 2, 3, 4, 5, 9}) {
+            const auto disk = [&](const Plane& p, bool max) { return mref::Disk(p, max, r); };
+            CheckForms<P>(s.w, s.h, offset, [&](const Plane& in) { return mref::Compose(k, in, disk); },
                           [&](ZROI<P>* src, ZROI<P>* dst) { mref::DiskForms<P>()[k](src, dst, r); });
+          }
         }
   });
 }
@@ -166,9 +161,8 @@ TEST(GrayMorphologyErrors, NumbersAndTraces) {
 }
 
 
-// The simple forms in place and not (no pass writes nothing; a view of height 1 never touches the
-// rows around it), the compounds chaining their halves with their own borders, the colour forms
-// taking the border bytes in reverse order.
+// The simple forms in place and not (no pass writes nothing; a view of height 1 never touches the rows around it),
+// the compounds chaining halves with their own borders, the colour forms taking the border bytes in reverse order.
 TEST(GrayMorphologyBorder, EveryFormMatchesTheBorderSteps) {
   const struct { int w, h; } sizes[] = {{1, 1}, {1, 4}, {5, 1}, {2, 2}, {9, 6}};
   for (const auto& s : sizes)
@@ -176,8 +170,8 @@ TEST(GrayMorphologyBorder, EveryFormMatchesTheBorderSteps) {
       for (int passes : {-1, 0, 1, 3})
         for (int max = 0; max < 2; ++max)
           for (int inPlace = 0; inPlace < 2; ++inPlace) {
-            SCOPED_TRACE(testing::Message() << s.w << "x" << s.h << " border " << border << " passes " << passes
-                                            << " max " << max << " in place " << inPlace);
+            SCOPED_TRACE(testing::Message() << s.w << "x" << s.h << " border " << border << " passes " << passes << " max "
+                                            << max << " in place " << inPlace);
             kt::Framed<ZBW8> src(s.w, s.h, 3), dst(s.w, s.h, 1);
             src.FillRandom(kt::Rng());
             dst.FillRandom(kt::Rng());
@@ -237,9 +231,7 @@ TEST(GrayMorphologyBorder, FailuresReturnTheNumberAndTraceEachLevel) {
   for (const auto& [call, error, trace] : rows) {
     const short r = call();
     EXPECT_TRUE(kt::Failed(error, trace));
-    if (r != -1) {
-      EXPECT_EQ(r, error);
-    }
+    EXPECT_TRUE(r == -1 || r == error) << r;
   }
 }
 

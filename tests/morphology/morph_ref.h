@@ -1,6 +1,4 @@
-// References of the gray and packed morphology: the windows as described (clipped to the view),
-// the compounds built from them, the older steps with a border value, and the seven forms of
-// each pixel type as tables.
+// References of the morphology: clipped windows, their compounds, the border steps, the forms as tables.
 #ifndef KELMIRA_TESTS_MORPHOLOGY_MORPH_REF_H
 #define KELMIRA_TESTS_MORPHOLOGY_MORPH_REF_H
 
@@ -77,16 +75,6 @@ inline Plane BorderSteps(Plane p, bool max, int border, int passes) {
         }
     }
   return p;
-}
-
-// The code of the exception that `call` throws (0: none): the Aligned one-bit forms throw.
-inline int Thrown(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (Marvane::Ovidra::Exception& e) {
-    return static_cast<int>(e.code);
-  }
-  return 0;
 }
 
 template <class P>

@@ -1,5 +1,4 @@
-// LumConvert and LumConvertTo422: each form's pixels against its formula at every alignment, wide
-// and scalar, and its frame (numbers, trace, nothing written) in the same row.
+// LumConvert and LumConvertTo422: each form against its formula at every alignment, and its frame.
 #include <cmath>
 #include <limits>
 
@@ -51,9 +50,8 @@ TEST(LumConvert, GrayFromColourKeepsItsThreeFormulas) {
     const int r = (s >> 11) & 31, g = (s >> 5) & 63, b = s & 31;
     return ZBW8(static_cast<uint8_t>(std::floor(4.0 * (g + 2 * (r + b)) / 3.0)));
   });
-  Check<ZBW8, ZBW16>(
-      "LumConvertTo422 ( BW8 to BW16)", [](ZBW8 s, ZBW16) { return ZBW16(static_cast<uint16_t>(0x8000 + s)); },
-      nullptr, [](ZROI<ZBW8>* s, ZROI<ZBW16>* d) { LumConvertTo422(s, d); });
+  Check<ZBW8, ZBW16>("LumConvertTo422 ( BW8 to BW16)", [](ZBW8 s, ZBW16) { return ZBW16(static_cast<uint16_t>(0x8000 + s)); },
+                     nullptr, [](ZROI<ZBW8>* s, ZROI<ZBW16>* d) { LumConvertTo422(s, d); });
 }
 
 // The alpha forms: the destination's alpha kept, joined from a colour and a BW8 view, split into
@@ -70,10 +68,8 @@ TEST(LumConvert, AlphaAndGrayToColour) {
                                        [](ZC24A s, ZC24, ZBW8) { return ZBW8(s.alpha); });
   const char* const join = "LumConvert ( C24 to C24A with Alpha)";
   const char* const split = "LumConvert ( C24A to C24 with Alpha)";
-  kt::CheckFrame<ZC24, ZC24A>([](ZROI<ZC24>* s, ZROI<ZC24A>* d) { LumConvert(s, kt::Aligned<ZBW8>(8, 3).get(), d); },
-                              join, false);
-  kt::CheckFrame<ZC24A, ZC24>([](ZROI<ZC24A>* s, ZROI<ZC24>* d) { LumConvert(s, d, kt::Aligned<ZBW8>(8, 3).get()); },
-                              split, false);
+  kt::CheckFrame<ZC24, ZC24A>([](auto s, auto d) { LumConvert(s, kt::Aligned<ZBW8>(8, 3).get(), d); }, join, false);
+  kt::CheckFrame<ZC24A, ZC24>([](auto s, auto d) { LumConvert(s, d, kt::Aligned<ZBW8>(8, 3).get()); }, split, false);
   kt::Aligned<ZC24> c(4, 4);
   kt::Aligned<ZC24A> ca(4, 4);
   kt::Aligned<ZBW8> a5(5, 4);
@@ -88,13 +84,10 @@ template <class S, class D>
 void CheckDepth(const char* trace, bool narrower) {
   for (unsigned shift : {0u, 8u, 15u, 16u, 36u, 0xffffffffu}) {
     SCOPED_TRACE(testing::Message() << "shift " << shift);
-    Check<S, D>(
-        trace,
-        [shift, narrower](S s, D) {
-          const uint64_t v = narrower ? (uint64_t{s.value} >> (shift % 32)) : (uint64_t{s.value} << (shift % 32));
-          return D(static_cast<decltype(D().value)>(v));
-        },
-        nullptr, [shift](ZROI<S>* s, ZROI<D>* d) { LumConvert(s, d, shift); });
+    const auto ref = [shift, narrower](S s, D) {
+      return D(static_cast<decltype(D().value)>(narrower ? uint64_t{s.value} >> (shift % 32) : uint64_t{s.value} << (shift % 32)));
+    };
+    Check<S, D>(trace, ref, nullptr, [shift](ZROI<S>* s, ZROI<D>* d) { LumConvert(s, d, shift); });
   }
 }
 
@@ -108,8 +101,7 @@ TEST(LumConvert, BitDepthShiftsModulo32WithoutClipping) {
 }
 
 
-// Every fourth pixel one of the values where rounding and clipping turn, the rest random, with
-// many halves.
+// Every fourth pixel one of the values where rounding and clipping turn, the rest random, with many halves.
 template <class F>
 void FillFloats(kt::Framed<F>& view) {
   using V = decltype(F().value);
@@ -137,15 +129,13 @@ void FillFloats(kt::Framed<F>& view) {
 template <class F, class D>
 void CheckFromFloat(const char* trace, double top) {
   using U = decltype(D().value);
-  Check<F, D>(
-      trace,
-      [top](F s, D) {
-        const double v = s.value;
-        if (std::isnan(v) || v < 0) return D(0);
-        if (v >= top) return D(static_cast<U>(top == 4294967296.0 ? 0xffffffffu : top));
-        return D(static_cast<U>(std::min(std::floor(v + 0.5), 4294967295.0)));
-      },
-      FillFloats<F>);
+  const auto ref = [top](F s, D) {
+    const double v = s.value;
+    if (std::isnan(v) || v < 0) return D(0);
+    if (v >= top) return D(static_cast<U>(top == 4294967296.0 ? 0xffffffffu : top));
+    return D(static_cast<U>(std::min(std::floor(v + 0.5), 4294967295.0)));
+  };
+  Check<F, D>(trace, ref, FillFloats<F>);
 }
 
 template <class S, class F>

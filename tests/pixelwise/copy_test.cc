@@ -1,5 +1,4 @@
-// LumCopy on every multi-byte pixel type: fills and copies at every byte offset and width, with
-// the wide paths on and off, in place, and the traces of bad input.
+// LumCopy on the multi-byte pixel types at every offset and width, in place, and bad input.
 
 #include "support/kelmira_test.h"
 
@@ -37,10 +36,7 @@ TEST(Copy, ContiguousImagesAndViewsOfOneImage) {
   ZROI<ZBW8> left(&b, 0, 0, 30, 9), right(&b, 32, 0, 30, 9);
   LumCopy(ZBW8(7), &right);
   LumCopy(&right, &left);
-  for (int y = 0; y < 9; ++y) {
-    EXPECT_EQ(b.GetPixel(29, y).value, 7);
-    EXPECT_EQ(b.GetPixel(30, y).value, f->GetPixel(30, y).value);
-  }
+  for (int y = 0; y < 9; ++y) EXPECT_TRUE(b.GetPixel(29, y).value == 7 && b.GetPixel(30, y).value == f->GetPixel(30, y).value) << y;
 }
 
 }  // namespace

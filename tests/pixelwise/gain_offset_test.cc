@@ -1,5 +1,4 @@
-// LumGainOffset: the BW8 fixed point with its clipping table and its wrapping wide middle placed
-// by the row rule, the BW16 arithmetic shift, the crossed components of C24, and the failures.
+// LumGainOffset: BW8 table and wrapping wide middle, BW16 arithmetic shift, C24 crossed, failures.
 #include <cmath>
 
 #include "support/kelmira_test.h"
@@ -41,13 +40,11 @@ bool InWideMiddle(const uint8_t* row, int width, int x) {
   return p >= aligned && p < lastStep;
 }
 
-// For each row of a table of constants, every `every`-th geometry from the row's number on (the
-// rows together walk them all): scalar, wide, and both again in place through a null destination,
-// each pixel against want(pixel, g, o, in the wide middle).
+// For each pair of constants, every `every`-th geometry from the pair's number on (together: all): scalar, wide, and
+// both in place through a null destination, each pixel against want(pixel, g, o, in the wide middle).
 template <class T>
 void CheckGain(const std::vector<float>& gains, const std::vector<float>& offsets, size_t every,
                uint32_t (*want)(int, int32_t, int32_t, bool)) {
-  const std::vector<int64_t> targets = kt::Targets();
   const std::vector<kt::Geometry> all = kt::Geometries();
   size_t row = 0, round = 0;
   for (float gain : gains)
@@ -56,24 +53,23 @@ void CheckGain(const std::vector<float>& gains, const std::vector<float>& offset
         for (int run = 0; run < 4; ++run) {
           const int32_t g = Fixed(gain * 32.0), o = Fixed(offset);
           const kt::Geometry& geo = all[i];
-          SCOPED_TRACE(testing::Message() << "gain " << gain << " offset " << offset << " width " << geo.width
-                                          << " offset " << geo.destinationOffset << " run " << run);
-          const kt::TargetSetting target(targets[round++ % targets.size()]);
+          SCOPED_TRACE(testing::Message() << gain << "/" << offset << " width " << geo.width << " at " << geo.destinationOffset
+                                          << " run " << run);
+          const kt::TargetSetting target(kt::NthTarget(round++));
           kt::Aligned<T> s(geo.width, geo.height, geo.sourceOffset), d(geo.width, geo.height, geo.destinationOffset);
           s.FillRandom(kt::Rng());
-          const std::vector<T> in = kt::Pixels(s.get());
+          const kt::Plane in = kt::Read(s.get());
           {
             kt::WideSetting setting(run & 1);
             LumGainOffset(s.get(), run < 2 ? d.get() : nullptr, gain, offset);
           }
-          ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-          ASSERT_TRUE(d.GuardsIntact() && s.GuardsIntact());
-          const std::vector<T> out = kt::Pixels((run < 2 ? d : s).get());
+          ASSERT_TRUE(ZGetError() == Z_ERROR_NONE && d.GuardsIntact() && s.GuardsIntact());
+          const kt::Plane out = kt::Read((run < 2 ? d : s).get());
           for (int y = 0; y < geo.height; ++y) {
             const uint8_t* start = reinterpret_cast<const uint8_t*>((run < 2 ? d : s)->GetImagePtr(0, y));
             for (int x = 0; x < geo.width; ++x) {
               const bool middle = (run & 1) && InWideMiddle(start, geo.width * sizeof(T), x * sizeof(T));
-              ASSERT_EQ(out[y * geo.width + x].value, want(in[y * geo.width + x].value, g, o, middle)) << "x " << x;
+              ASSERT_EQ(out.at(x, y), want(int(in.at(x, y)), g, o, middle)) << "x " << x;
             }
           }
         }
@@ -102,21 +98,16 @@ uint8_t ColourEntry(int i, float gain, float offset) {
 
 TEST(LumGainOffset, C24CrossedComponents) {
   const ZColor gain(0.5f, 1.25f, -2.0f), offset(3.0f, -7.5f, 300.25f);
-  kt::CheckAgainst<ZC24, ZC24>(
-      [&](ZROI<ZC24>* s, ZROI<ZC24>* d) { LumGainOffset(s, d, gain, offset); },
-      [&](ZC24 s, ZC24) {
-        return ZC24(ColourEntry(s.c0, gain.c2, offset.c2), ColourEntry(s.c1, gain.c1, offset.c1),
-                    ColourEntry(s.c2, gain.c0, offset.c0));
-      },
-      nullptr, true);
+  const auto ref = [&](ZC24 s, ZC24) {
+    return ZC24(ColourEntry(s.c0, gain.c2, offset.c2), ColourEntry(s.c1, gain.c1, offset.c1), ColourEntry(s.c2, gain.c0, offset.c0));
+  };
+  kt::CheckAgainst<ZC24, ZC24>([&](ZROI<ZC24>* s, ZROI<ZC24>* d) { LumGainOffset(s, d, gain, offset); }, ref, nullptr, true);
 }
 
 TEST(LumGainOffset, FailuresAndTraces) {
   kt::CheckFrame<ZBW8, ZBW8>([](ZROI<ZBW8>* s, ZROI<ZBW8>* d) { LumGainOffset(s, d, 1.0f, 0.0f); }, "LumGainOffset");
-  kt::CheckFrame<ZBW16, ZBW16>([](ZROI<ZBW16>* s, ZROI<ZBW16>* d) { LumGainOffset(s, d, 1.0f, 0.0f); },
-                               "LumGainOffset (BW16)");
-  kt::CheckFrame<ZC24, ZC24>(
-      [](ZROI<ZC24>* s, ZROI<ZC24>* d) { LumGainOffset(s, d, ZColor(1, 1, 1), ZColor(0, 0, 0)); }, "LumGainOffset");
+  kt::CheckFrame<ZBW16, ZBW16>([](ZROI<ZBW16>* s, ZROI<ZBW16>* d) { LumGainOffset(s, d, 1.0f, 0.0f); }, "LumGainOffset (BW16)");
+  kt::CheckFrame<ZC24, ZC24>([](auto s, auto d) { LumGainOffset(s, d, ZColor(1, 1, 1), ZColor(0, 0, 0)); }, "LumGainOffset");
   // Extreme gains do not crash and stay in range.
   kt::Aligned<ZBW8> a(6, 6);
   kt::Aligned<ZBW16> c(6, 6);

@@ -1,8 +1,6 @@
-// Failed allocations: operator new and the C allocation functions are replaced so that the n-th
-// allocation of a call fails, n sweeping over all of them. A failed call reports 1301 or 1303 with
-// a trace and leaves its destinations (colour forms may keep finished planes); a call that absorbs
-// the failure matches a normal run. Under AddressSanitizer the C functions stay the sanitizer's
-// own (it must see every block), so only operator new fails there.
+// Failed allocations: operator new and the C allocation functions fail the n-th allocation of a call, n over all of
+// them. A failed call reports 1301 or 1303 with a trace and leaves its destinations (colour forms may keep finished
+// planes); one that absorbs it matches a normal run. AddressSanitizer must see every block: under it only new fails.
 #include "reliability/calls.h"
 
 #include <cstdlib>

@@ -31,10 +31,7 @@ void Weights(ZKernel& k) {
 }  // namespace
 
 Sources::Sources() {
-  Random(&bw8, 1);
-  Random(&bw16, 2);
-  Random(&c24, 3);
-  Random(&bw1Parent, 4);
+  Random(&bw8, 1), Random(&bw16, 2), Random(&c24, 3), Random(&bw1Parent, 4);
   histogram.SetNumElements(256);
   for (int i = 0; i < 256; ++i) histogram.GetDataPtr()[i] = static_cast<unsigned>((i * 37) % 101 + (i > 120 && i < 140) * 900);
   histogram16.SetNumElements(65536);
@@ -47,10 +44,7 @@ const Sources& Shared() {
 }
 
 Outputs::Outputs() {
-  bw8.FillBytes(0x5C);
-  bw16.FillBytes(0x5C);
-  c24.FillBytes(0x5C);
-  bw1Parent.FillBytes(0x5C);
+  bw8.FillBytes(0x5C), bw16.FillBytes(0x5C), c24.FillBytes(0x5C), bw1Parent.FillBytes(0x5C);
   for (ZKernel* k : {&k3, &k4, &k3f, &k5, &k5s}) Weights(*k);
 }
 
@@ -80,11 +74,8 @@ Result Run(const Case& c, void (*around)(bool)) {
     r.threw = true;
   }
   if (around != nullptr) around(false);
-  r.error = ZGetError();
-  r.trace = kt::Trace();
-  r.snapshot = o.Snapshot();
-  r.results = o.results;
-  r.guards = o.GuardsIntact();
+  r.error = ZGetError(), r.trace = kt::Trace();
+  r.snapshot = o.Snapshot(), r.results = o.results, r.guards = o.GuardsIntact();
   return r;
 }
 

@@ -1,6 +1,5 @@
-// Operator calls shared by the threads test and the failed-allocation test: fixed sources that
-// the calls only read, fresh destinations for each run, and a table of calls that covers the
-// operators that allocate work memory or temporary images.
+// Calls shared by the threads and failed-allocation tests: read-only sources, fresh destinations,
+// and operators that allocate work memory or temporary images.
 #ifndef KELMIRA_TESTS_RELIABILITY_CALLS_H
 #define KELMIRA_TESTS_RELIABILITY_CALLS_H
 

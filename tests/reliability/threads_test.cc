@@ -1,5 +1,4 @@
-// Different operators on eight threads at once over shared sources: each thread sees its own
-// error state and trace, and the same bytes as a run on one thread.
+// Operators on eight threads at once: each thread its own error state, the bytes of a lone run.
 #include "reliability/calls.h"
 
 #include <barrier>
@@ -17,9 +16,8 @@ TEST(Threads, EightOperatorsAtOnceMatchOneThread) {
     EXPECT_TRUE(expected.back().error == 0 && expected.back().guards) << c.name;  // alone, for a readable failure
   }
 
-  // Thread t runs the cases t, t + 8, ... so that no operator runs on two threads at once. After
-  // each round every thread leaves an error state of its own (odd threads a failure), waits until
-  // all have left theirs, and reads its own back.
+  // Thread t runs the cases t, t + 8, ..., so no operator runs twice at once. After each round every thread leaves
+  // an error state of its own (odd threads a failure), waits for all the others, and reads its own back.
   std::barrier sync(kThreads);
   std::vector<std::string> failures(kThreads);
   std::vector<std::thread> threads;

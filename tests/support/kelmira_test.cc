@@ -24,6 +24,16 @@ bool SameBytes(const ZGenericROI* a, const ZGenericROI* b) {
   return true;
 }
 
+namespace {
+const std::vector<int64_t> g_targets = [] {  // at start-up, before any test forces a target
+  std::vector<int64_t> out;
+  for (int64_t t : {int64_t{HWY_AVX3_DL}, int64_t{HWY_AVX3}, int64_t{HWY_AVX2}, int64_t{HWY_SSE4}, int64_t{HWY_SCALAR}})
+    if (hwy::SupportedTargets() & t) out.push_back(t);
+  return out;
+}();
+}  // namespace
+const std::vector<int64_t>& Targets() { return g_targets; }
+
 void ForEveryTarget(const std::function<void()>& body) {
   WideSetting on(1);
   for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
@@ -32,6 +42,10 @@ void ForEveryTarget(const std::function<void()>& body) {
     body();
   }
   hwy::SetSupportedTargetsForTest(0);
+}
+
+void ForScalarAndEveryTarget(const std::function<void()>& body) {
+  ForScalarAndWide([&](int wide) { wide ? ForEveryTarget(body) : body(); });
 }
 
 std::vector<int> Upto(int last, int first) {
@@ -59,6 +73,26 @@ std::vector<uint8_t> Bytes(const ZGenericROI* view) {
     out.insert(out.end(), row, row + bytes);
   }
   return out;
+}
+
+std::function<void()> Gated(const std::function<void()>& call) {
+  return [=] { ZSetGateError(Z_ERROR_INTERNAL), call(), ZSetGateError(Z_ERROR_NONE); };
+}
+
+int Thrown(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const Marvane::Ovidra::Exception& e) {
+    return static_cast<int>(e.code);
+  }
+  return 0;
+}
+
+ZBWHistogramVector Histogram(const std::vector<uint32_t>& bins) {
+  ZBWHistogramVector h;
+  h.SetNumElements(static_cast<unsigned>(bins.size()));
+  std::memcpy(h.GetDataPtr(), bins.data(), bins.size() * sizeof(uint32_t));
+  return h;
 }
 
 Plane RandomPlane(int w, int h, int64_t lo, int64_t hi, int ends) {

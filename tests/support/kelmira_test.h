@@ -1,5 +1,4 @@
-// Shared helpers of the test suite: views at any byte offset inside guarded host memory, random
-// content, the wide-path switch for a scope, byte comparison and the trace as strings.
+// Shared test helpers: guarded views at any offset, random content, wide and target switches, checks.
 #ifndef KELMIRA_TESTS_SUPPORT_H
 #define KELMIRA_TESTS_SUPPORT_H
 
@@ -15,6 +14,9 @@
 #include <type_traits>
 #include <vector>
 
+// Expected traces, innermost first.
+using Strings = std::vector<std::string>;
+
 namespace kt {
 
 // Sets ZGetMMX for a scope and restores it after.
@@ -28,14 +30,13 @@ class WideSetting {
 };
 
 // The thread's trace, innermost first.
-std::vector<std::string> Trace();
+Strings Trace();
 
 // A deterministic generator; tests print the seed through SCOPED_TRACE when they use it.
 std::mt19937& Rng();
 
-// A view of `width` x `height` pixels whose first pixel sits `offset` bytes past a 64-byte
-// boundary of host memory, with guard bytes before, between and after the rows. The guards hold
-// a known pattern; GuardsIntact() tells whether anything outside the view was written.
+// A view of `width` x `height` pixels `offset` bytes past a 64-byte boundary, with guard bytes of a known pattern
+// before, between and after the rows; GuardsIntact() tells whether anything outside the view was written.
 template <class T>
 class Framed {
  public:
@@ -106,6 +107,7 @@ void ForScalarAndWide(F&& body) {
 // Runs body() with the wide paths on, once for every Highway target this processor has, so that
 // a fault in one target's kernel cannot hide behind the best target.
 void ForEveryTarget(const std::function<void()>& body);
+void ForScalarAndEveryTarget(const std::function<void()>& body);  // scalar first, then as above
 
 template <class F>
 void ForShapes(const std::vector<int>& widths, const std::vector<int>& offsets, F&& body) {
@@ -119,10 +121,19 @@ std::vector<int> Upto(int last, int first = 1);  // first..last
 
 
 // The error number and the trace (innermost first) that the last call left.
-::testing::AssertionResult Failed(int error, const std::vector<std::string>& trace);
+::testing::AssertionResult Failed(int error, const Strings& trace);
 
 // The bytes of a view's rows, to tell later whether a failed call wrote anything.
 std::vector<uint8_t> Bytes(const ZGenericROI* view);
+
+// The call with the gate set to 32767, which refuses every operator of the thread on entry.
+std::function<void()> Gated(const std::function<void()>& call);
+
+// The number of the library exception that `call` throws (0: none): the inner one-bit forms throw.
+int Thrown(const std::function<void()>& call);
+
+// A histogram vector holding `bins`.
+ZBWHistogramVector Histogram(const std::vector<uint32_t>& bins);
 
 
 
@@ -142,7 +153,9 @@ Plane Read(ZROI<T>* v, int component = 0) {
   Plane m(v->GetWidth(), v->GetHeight());
   for (int y = 0; y < m.h; ++y)
     for (int x = 0; x < m.w; ++x) {
-      const T px = v->GetPixel(x, y);  // by value: any alignment
+      T px;
+      if constexpr (std::is_same_v<T, ZBW1>) px = v->GetPixel(x, y);
+      else std::memcpy(&px, v->GetImagePtr(x, y), sizeof(T));  // any alignment
       if constexpr (std::is_same_v<T, ZC24>) m.at(x, y) = (&px.c0)[component];
       else m.at(x, y) = px.value;
     }
@@ -155,6 +168,36 @@ void Write(ZROI<T>* v, const Plane& m) {
 }
 // Random values in [lo, hi], each end about once in `ends` pixels besides, where the clips turn.
 Plane RandomPlane(int w, int h, int64_t lo, int64_t hi, int ends = 0);
+// Random values over the pixel type's range, 0 and the largest each about once in `ends` pixels besides; C24
+// bytes uniformly.
+template <class T>
+void FillValues(Framed<T>& v, int ends) {
+  if constexpr (std::is_same_v<T, ZC24>) v.FillRandom(Rng());
+  else Write(v.get(), RandomPlane(v->GetWidth(), v->GetHeight(), 0, decltype(T::value)(~0u), ends));
+}
+
+// A view of `width` x `height` bits starting `bit` pixels into a parent 17 pixels wider at byte
+// `offset`, filled by `fill` (random by default), that remembers the parent's pixels.
+struct BitView {
+  BitView(int width, int height, int bit, int offset = 0, const std::function<void(Framed<ZBW1>&)>& fill = nullptr)
+      : parent(width + 17, height, offset), view(parent.get(), bit, 0, width, height) {
+    fill ? fill(parent) : parent.FillRandom(Rng());
+    before = Read(parent.get());
+  }
+  int64_t Old(int x, int y) const { return before.at(x + view.GetOrgX(), y); }
+  // True when the parent's pixels outside the view (`insideToo`: all of them) and the guards are unchanged.
+  bool OutsideIntact(bool insideToo = false) {
+    const Plane now = Read(parent.get());
+    for (int y = 0; y < now.h; ++y)
+      for (int x = 0; x < now.w; ++x)
+        if ((insideToo || x < view.GetOrgX() || x >= view.GetOrgX() + view.GetWidth()) && now.at(x, y) != before.at(x, y))
+          return false;
+    return parent.GuardsIntact();
+  }
+  Framed<ZBW1> parent;
+  ZROI<ZBW1> view;
+  Plane before;
+};
 
 
 // A call, the error number it must leave and the trace (innermost first).
@@ -167,9 +210,8 @@ void CheckRefusals(const std::vector<Refusal>& rows);
 
 
 
-// A guarded view whose pixels all sit at addresses aligned for their type (the offset is rounded
-// down to it, and the row pitch keeps it), so that typed access to 16, 32 and 64-bit pixels is
-// well defined. Byte pixels keep every offset and an odd pitch.
+// A guarded view whose pixels sit at addresses aligned for their type (offset rounded down, pitch kept), so that typed
+// access to 16, 32 and 64-bit pixels is well defined. Byte pixels keep every offset and an odd pitch.
 template <class T>
 class Aligned : public Framed<T> {
  public:
@@ -182,9 +224,8 @@ struct Geometry {
   int width, height, sourceOffset, destinationOffset;
 };
 
-// Widths around every multiple of 8 up to 40, around the vector widths 32 and 64, and a long row;
-// heights 1 and 3; every destination offset 0..7 (so the row rule splits each row differently)
-// with a source offset that moves independently.
+// Widths around every multiple of 8 up to 40, around 32 and 64, and long rows; heights 1 and 3; every destination
+// offset 0..7 (the row rule splits each differently) with a source offset that moves independently.
 inline std::vector<Geometry> Geometries() {
   std::vector<Geometry> out;
   std::vector<int> widths;
@@ -196,13 +237,8 @@ inline std::vector<Geometry> Geometries() {
   return out;
 }
 
-// The Highway targets that this processor runs and the library builds, widest first.
-inline std::vector<int64_t> Targets() {
-  std::vector<int64_t> out;
-  for (int64_t t : {int64_t{HWY_AVX3_DL}, int64_t{HWY_AVX3}, int64_t{HWY_AVX2}, int64_t{HWY_SSE4}, int64_t{HWY_SCALAR}})
-    if (hwy::SupportedTargets() & t) out.push_back(t);
-  return out;
-}
+// The Highway targets that this processor runs and the library builds, widest first (found before any is forced).
+const std::vector<int64_t>& Targets();
 
 // Runs the wide paths on one Highway target for a scope (0: every target the processor has).
 class TargetSetting {
@@ -210,78 +246,23 @@ class TargetSetting {
   explicit TargetSetting(int64_t target) { hwy::SetSupportedTargetsForTest(target); }
   ~TargetSetting() { hwy::SetSupportedTargetsForTest(0); }
 };
-
-template <class T>
-std::vector<T> Pixels(ZROI<T>* view) {
-  std::vector<T> out;
-  for (int y = 0; y < view->GetHeight(); ++y)
-    for (int x = 0; x < view->GetWidth(); ++x) out.push_back(view->GetImagePtr(x, y)[0]);
-  return out;
-}
+// The target of round `round` when the rounds take the targets in turn.
+inline int64_t NthTarget(size_t round) { return Targets()[round % Targets().size()]; }
 
 template <class T>
 bool Same(const T& a, const T& b) {
   return std::memcmp(&a, &b, sizeof(T)) == 0;
 }
 
-// Runs `call(source, destination)` on every geometry with the wide paths off and on (each
-// geometry on the next Highway target in turn), and compares each destination pixel with
-// ref(sourcePixel, oldDestinationPixel). `fill` gives the source its content; the destination
-// starts random so that kept bits show. With `inPlace`, the source is then its own destination.
-template <class S, class D>
-void CheckAgainst(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::function<D(S, D)>& ref,
-                  const std::function<void(Framed<S>&)>& fill = nullptr, bool inPlace = false) {
-  const std::vector<int64_t> targets = Targets();
-  size_t round = 0;
-  for (const Geometry& g : Geometries()) {
-    const TargetSetting target(targets[round++ % targets.size()]);
-    for (int wide : {0, 1}) {
-      Aligned<S> source(g.width, g.height, g.sourceOffset);
-      Aligned<D> destination(g.width, g.height, g.destinationOffset);
-      if (fill)
-        fill(source);
-      else
-        source.FillRandom(Rng());
-      destination.FillRandom(Rng());
-      const std::vector<S> in = Pixels(source.get());
-      const std::vector<D> old = Pixels(destination.get());
-      {
-        WideSetting setting(wide);
-        call(source.get(), destination.get());
-      }
-      SCOPED_TRACE(testing::Message() << "width " << g.width << " height " << g.height << " offsets "
-                                      << g.sourceOffset << "/" << g.destinationOffset << " wide " << wide);
-      ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-      ASSERT_TRUE(destination.GuardsIntact());
-      const std::vector<D> out = Pixels(destination.get());
-      for (size_t i = 0; i < out.size(); ++i)
-        ASSERT_TRUE(Same(out[i], ref(in[i], old[i]))) << "pixel " << i;
-      if constexpr (std::is_same_v<S, D>) {
-        if (!inPlace) continue;
-        {
-          WideSetting setting(wide);
-          call(source.get(), source.get());
-        }
-        ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-        ASSERT_TRUE(source.GuardsIntact());
-        const std::vector<S> now = Pixels(source.get());
-        for (size_t i = 0; i < now.size(); ++i) ASSERT_TRUE(Same(now[i], ref(in[i], in[i]))) << "in place, pixel " << i;
-      }
-    }
-  }
-}
-
-// The frame of a source-to-destination operator: a null source, a void one, a void destination
-// (`voidDestination`: 1402 where only the sizes are checked), a destination of another size and
-// the licence gate each give their number and exactly `trace` (none when empty), write nothing
-// and keep the guards; the same call then succeeds. A null destination fails too unless it
-// means in place.
+// The frame of a source-to-destination operator: a null or void source, a void destination (`voidDestination`: 1402
+// where only the sizes are checked), another size and the gate each give their number and exactly `trace` (none when
+// empty) and write nothing; then the call succeeds. A null destination fails too unless it means in place.
 template <class S, class D>
 void CheckFrame(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::string& trace,
                 bool nullDestinationInPlace = true, int voidDestination = Z_ERROR_NULL_IMAGE, int width = 8,
                 int height = 3) {
   SCOPED_TRACE(trace);
-  const std::vector<std::string> want = trace.empty() ? std::vector<std::string>{} : std::vector<std::string>{trace};
+  const Strings want = trace.empty() ? Strings{} : Strings{trace};
   Aligned<S> s(width, height, 1);
   Aligned<D> d(width, height, 2), other(width + 1, height, 3);
   ZROI<S> voidSource;
@@ -302,9 +283,7 @@ void CheckFrame(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::
   call(s.get(), other.get());
   EXPECT_TRUE(Failed(Z_ERROR_DIFFERENT_SIZES, want));
   EXPECT_EQ(Bytes(other.get()), otherBefore);
-  ZSetGateError(Z_ERROR_INTERNAL);
-  call(s.get(), d.get());
-  ZSetGateError(Z_ERROR_NONE);
+  Gated([&] { call(s.get(), d.get()); })();
   EXPECT_TRUE(Failed(Z_ERROR_INTERNAL, want));
   EXPECT_EQ(Bytes(d.get()), before);
   EXPECT_TRUE(d.GuardsIntact() && other.GuardsIntact());
@@ -312,12 +291,13 @@ void CheckFrame(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::
   EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
 }
 
-// Two sources: call(a, b, destination) per geometry (each on the next Highway target), wide off and on, then with
-// `inPlace` call(a, b, a), against ref(a, b, oldOutput); views at any byte address, pixels 1/4 all 0x00, 1/4 all 0xFF.
+// Two sources: call(a, b, destination) per geometry (each on the next target), wide off and on, with `inPlace` also
+// call(a, b, a), against ref(a, b, oldOutput); views at any byte address (`typed`: aligned for the pixel type), pixels
+// random, 1/4 all 0x00 and 1/4 all 0xFF, or the first source filled by `fillA`.
 template <class A, class B, class D>
 void CheckAgainst2(const std::function<void(ZROI<A>*, ZROI<B>*, ZROI<D>*)>& call,
                    const std::function<D(A, B, D)>& ref, const std::vector<Geometry>& geometries = Geometries(),
-                   bool inPlace = false) {
+                   bool inPlace = false, const std::function<void(Framed<A>&)>& fillA = nullptr, bool typed = false) {
   const auto fill = [](auto& view) {
     view.FillRandom(Rng());
     for (int y = 0; y < view->GetHeight(); ++y)
@@ -327,15 +307,16 @@ void CheckAgainst2(const std::function<void(ZROI<A>*, ZROI<B>*, ZROI<D>*)>& call
     return Bytes(view.get());
   };
   const auto at = [](const auto& v, size_t i, auto p) { return std::memcpy(&p, &v[i * sizeof p], sizeof p), p; };
-  const std::vector<int64_t> targets = Targets();
+  const auto place = [typed](int offset, int align) { return typed ? offset / align * align : offset; };
+  const auto slack = [typed](int align) { return typed && align > 1 ? 24 : 19; };
   for (size_t round = 0; const Geometry& g : geometries) {
-    const TargetSetting target(targets[round++ % targets.size()]);
+    const TargetSetting target(NthTarget(round++));
     for (int run = 0; run < (inPlace && std::is_same_v<A, D> ? 4 : 2); ++run) {  // scalar, wide, both in place
       const WideSetting setting(run & 1);
-      Framed<A> a(g.width, g.height, g.sourceOffset);
-      Framed<B> b(g.width, g.height, (g.sourceOffset + 3) % 16);
-      Framed<D> d(g.width, g.height, g.destinationOffset);
-      const std::vector<uint8_t> ia = fill(a), ib = fill(b), old = fill(d);
+      Framed<A> a(g.width, g.height, place(g.sourceOffset, alignof(A)), slack(alignof(A)));
+      Framed<B> b(g.width, g.height, place((g.sourceOffset + 3) % 16, alignof(B)), slack(alignof(B)));
+      Framed<D> d(g.width, g.height, place(g.destinationOffset, alignof(D)), slack(alignof(D)));
+      const std::vector<uint8_t> ia = fillA ? (fillA(a), Bytes(a.get())) : fill(a), ib = fill(b), old = fill(d);
       ZROI<D>* out = d.get();
       if constexpr (std::is_same_v<A, D>) out = run < 2 ? d.get() : a.get();
       call(a.get(), b.get(), out);
@@ -348,6 +329,15 @@ void CheckAgainst2(const std::function<void(ZROI<A>*, ZROI<B>*, ZROI<D>*)>& call
         ASSERT_TRUE(Same(at(now, i, D()), ref(at(ia, i, A()), at(ib, i, B()), at(run < 2 ? old : ia, i, D())))) << i;
     }
   }
+}
+
+// One source: call(source, destination) as above on views aligned for their pixel types, the source filled by
+// `fill` where given, against ref(sourcePixel, oldDestinationPixel); with `inPlace`, also call(source, source).
+template <class S, class D>
+void CheckAgainst(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::function<D(S, D)>& ref,
+                  const std::function<void(Framed<S>&)>& fill = nullptr, bool inPlace = false) {
+  CheckAgainst2<S, S, D>([&](ZROI<S>* a, ZROI<S>*, ZROI<D>* d) { call(a, d); }, [&](S a, S, D old) { return ref(a, old); },
+                         Geometries(), inPlace, fill, true);
 }
 
 }  // namespace kt

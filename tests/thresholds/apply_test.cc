@@ -1,18 +1,9 @@
-// Threshold application against per-pixel models on the shared sweep, packed one-bit output at
-// every bit offset, the local mean against brute force, the adaptive map against its grid.
+// Threshold application: per-pixel models, packed one-bit output, local mean, adaptive map.
 #include "support/kelmira_test.h"
 
 namespace {
 
-using Strings = std::vector<std::string>;
 using Marvane::Ovidra::Segmentation::LumLocalMeanThreshold;
-
-std::vector<int> BitsOf(ZROI<ZBW1>* v) {
-  std::vector<int> out;
-  for (int y = 0; y < v->GetHeight(); ++y)
-    for (int x = 0; x < v->GetWidth(); ++x) out.push_back(v->GetPixel(x, y) ? 1 : 0);
-  return out;
-}
 
 template <class S, class D>
 void Check(const std::function<void(ZROI<S>*, ZROI<D>*)>& call, const std::function<D(S)>& model) {
@@ -71,15 +62,15 @@ void PackCases(unsigned level, bool plain) {
       kt::Aligned<S> src(width, 3, bit % 3 * 2);
       kt::Framed<ZBW1> parent(width + 16, 3, 1);
       src.FillRandom(kt::Rng()), parent.FillRandom(kt::Rng());
-      std::vector<int> want = BitsOf(parent.get());
+      kt::Plane want = kt::Read(parent.get());
       for (int y = 0; y < 3; ++y)
         for (int x = 0; x < (bit == 0 ? (width + 7) / 8 * 8 : width); ++x)
-          want[y * (width + 16) + bit + x] = x < width && src->GetPixel(x, y).value >= level;
+          want.at(bit + x, y) = x < width && src->GetPixel(x, y).value >= level;
       ZROI<ZBW1> dst(parent.get(), bit, 0, width, 3);
       if (plain) LumThreshold(src.get(), &dst, level, 0.5f);
       else LumThresholdAligned(src.get(), &dst, level, 0.5f);
       ASSERT_EQ(ZGetError(), Z_ERROR_NONE);
-      ASSERT_EQ(BitsOf(parent.get()), want) << (plain ? "plain" : "aligned");
+      ASSERT_EQ(kt::Read(parent.get()), want) << (plain ? "plain" : "aligned");
       ASSERT_TRUE(src.GuardsIntact() && parent.GuardsIntact());
     });
   });
@@ -93,9 +84,8 @@ TEST(ThresholdApply, PackedEveryBitOffset) {
     }
 }
 
-// An automatic level is the selection's; a failed selection (a value that is no mode, a relative
-// fraction out of range) leaves the mode as the level, so every pixel gets below, and returns the
-// selection's error after both traces. The one-bit form sees only the low 16 bits of a value.
+// An automatic level is the selection's; a failed one (no mode, a fraction out of range) leaves the mode as the level,
+// so every pixel gets below, and returns its error after both traces. The one-bit form sees a value's low 16 bits.
 TEST(ThresholdApply, AutomaticAndFailedSelection) {
   kt::Framed<ZBW8> src(61, 9, 3), dst(61, 9, 5);
   kt::Framed<ZBW1> parent(80, 9, 0);
@@ -198,14 +188,12 @@ TEST(ThresholdApply, BadInput) {
   kt::CheckFrame<ZBW16, ZBW16>([](auto s, auto d) { LumThreshold(s, d, 5, 0, 255, 0.5f); }, "LumThreshold (BW16)", false);
   kt::CheckFrame<ZBW8, ZBW1>([](auto s, auto d) { LumThreshold(s, d, 5, 0.5f); }, "LumThreshold (BW8 -> BW1)", false);
   kt::CheckFrame<ZBW16, ZBW1>([](auto s, auto d) { LumThreshold(s, d, 5, 0.5f); }, "LumThreshold (BW16 -> BW1)", false);
-  kt::CheckFrame<ZBW8, ZBW8>([](auto s, auto d) { LumDoubleThreshold(s, d, 1, 2, 0, 1, 2); },
-                             "LumDoubleThreshold ( BW8 to BW8)", false);
-  kt::CheckFrame<ZBW16, ZBW16>([](auto s, auto d) { LumDoubleThreshold(s, d, 1, 2, 0, 1, 2); },
-                               "LumDoubleThreshold ( BW16 to BW16)", false);
-  kt::CheckFrame<ZC24, ZBW8>([](auto s, auto d) { LumThreshold(s, d, ZC24(), ZC24(), nullptr, 0, 1); },
-                             "LumThreshold ( C24 to BW8)", false);
-  kt::CheckFrame<ZBW8, ZBW8>([](auto s, auto d) { LumAutoAdaptiveThreshold(s, d, LUM_THRESHOLD_MODE_ISODATA, 2, 2); },
-                             "LumAutoAdaptiveThreshold", false);
+  const auto twice = [](auto s, auto d) { LumDoubleThreshold(s, d, 1, 2, 0, 1, 2); };
+  kt::CheckFrame<ZBW8, ZBW8>(twice, "LumDoubleThreshold ( BW8 to BW8)", false);
+  kt::CheckFrame<ZBW16, ZBW16>(twice, "LumDoubleThreshold ( BW16 to BW16)", false);
+  kt::CheckFrame<ZC24, ZBW8>([](auto s, auto d) { LumThreshold(s, d, ZC24(), ZC24(), nullptr, 0, 1); }, "LumThreshold ( C24 to BW8)", false);
+  const auto grid = [](auto s, auto d) { LumAutoAdaptiveThreshold(s, d, LUM_THRESHOLD_MODE_ISODATA, 2, 2); };
+  kt::CheckFrame<ZBW8, ZBW8>(grid, "LumAutoAdaptiveThreshold", false);
   kt::CheckFrame<ZBW8, ZBW8>([](auto s, auto d) { LumLocalMeanThreshold(s, d, 1, 0); }, "", false);
   ZImage<ZBW8> a(8, 4);
   ZImage<ZBW1> bits(9, 4);
@@ -218,12 +206,7 @@ TEST(ThresholdApply, BadInput) {
        {"LumHistogramThreshold", "LumAutoAdaptiveThreshold"}},
   });
   ZROI<ZBW1> odd(&bits, 1, 0, 8, 4);  // the inner one-bit form throws instead
-  try {
-    LumThresholdAligned(&a, &odd, 5, 0.5f);
-    ADD_FAILURE() << "no throw";
-  } catch (const Marvane::Ovidra::Exception& e) {
-    EXPECT_EQ(e.code, Z_ERROR_BW1_NOT_ALIGNED);
-  }
+  EXPECT_EQ(kt::Thrown([&] { LumThresholdAligned(&a, &odd, 5, 0.5f); }), Z_ERROR_BW1_NOT_ALIGNED);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-// The contour operator of the tool: the drawing and the CSV of `apply --points` (its refusals are
-// rows of the tool's bad-input table).
+// The tool's contour operator: the drawing and the CSV of `apply --points`.
 #include "image_io.h"
 #include "tool_test_support.h"
 

@@ -1,5 +1,4 @@
-// Image files: round trips in every format, the plain and 16-bit PNM forms, bitmaps, and each kind
-// of malformed or unwritable file giving a file error that names the problem.
+// Image files: round trips, plain and 16-bit PNM, bitmaps, malformed and unwritable files.
 #include "image_io.h"
 
 #include "tool_test_support.h"
@@ -34,8 +33,7 @@ TEST(ImageFiles, RoundTripsEveryFormatAndOddSizes) {
       }
     }
   const Picture gray = ttest::Random(false, 11, 3, 3);
-  ktool::WriteImage(gray, (dir / "g.ppm").string());
-  ktool::WriteImage(gray, (dir / "g.pbm").string());
+  for (const char* name : {"g.ppm", "g.pbm"}) ktool::WriteImage(gray, (dir / name).string());
   const Picture asColour = ktool::ReadImage((dir / "g.ppm").string()), bits = ktool::ReadImage((dir / "g.pbm").string());
   ASSERT_TRUE(asColour.colour() && !bits.colour());
   for (int y = 0; y < 3; ++y)

@@ -1,10 +1,8 @@
-// LumContour against a direct model of the walker: worked examples, hand-made shapes and random
-// blobs in every mode, connexity and form on guarded views, the point limit, bad input.
+// LumContour against a model of the walker: worked examples, shapes, blobs, the point limit, bad input.
 #include "support/kelmira_test.h"
 
 namespace {
 
-using Strings = std::vector<std::string>;
 const int kDx[8] = {1, 1, 0, -1, -1, -1, 0, 1}, kDy[8] = {0, -1, -1, -1, 0, 1, 1, 1};
 
 // '#' is 200, '.' is 10.
@@ -71,9 +69,8 @@ uint32_t Extra(const ZPath&) { return 0; }
 uint32_t Extra(const ZBW8Path& p) { return p.m_bw8Pixel.value; }
 uint32_t Extra(const ZBW16Path& p) { return p.m_bw16Pixel.value; }
 
-// Every form from one start in every mode and connexity (2 being neither), on views at two offsets:
-// the paths of ZBW8 and ZBW16 plain, with values and with chain codes (the 16-bit forms see values
-// and threshold times 257), and the ZVector form with chain codes and its point limit.
+// Every form from one start in every mode and connexity (2: neither), at two offsets: the ZBW8 and ZBW16 paths plain,
+// with values, with chain codes (16 bits: values and threshold times 257), and the ZVector form with its point limit.
 void CheckAll(const kt::Plane& pic, int x, int y, unsigned thr, int below) {
   const auto s = static_cast<CONTOUR_THRESHOLD>(below);
   for (int offset : {0, 3}) {
@@ -84,8 +81,7 @@ void CheckAll(const kt::Plane& pic, int x, int y, unsigned thr, int below) {
     kt::Write(f8.get(), pic), kt::Write(f16.get(), scaled);
     for (int mode = 0; mode < 6; ++mode)
       for (int conn : {0, 1, 2}) {
-        SCOPED_TRACE(testing::Message() << "offset " << offset << " mode " << mode << " conn " << conn << " start " << x
-                                        << "," << y);
+        SCOPED_TRACE(testing::Message() << "offset " << offset << " mode " << mode << " conn " << conn << " at " << x << "," << y);
         const auto m = static_cast<CONTOUR_MODE>(mode);
         const auto c = static_cast<CONNEXITY>(conn);
         const Result want = Model(pic, mode, x, y, thr, below, conn, false);
@@ -212,8 +208,7 @@ TEST(ContourVector, SetUpGrowthAndLimit) {
     const short r = LumContour(v.get(), CONTOUR_ANTICLOCKWISE_STOP_AT_EDGE, 1, 1, CONTOUR_THRESHOLD_ABOVE, 9,
                                CONNEXITY_8, &vec);
     const int limit = 1002 * h / 8, want = std::min(limit, 2012);  // the bar's outline has 2012 points
-    EXPECT_TRUE(vec.GetVectType() == 1 && r == (want == limit ? 1504 : 0));
-    ASSERT_EQ(vec.GetNbGroup(), want);
+    ASSERT_TRUE(vec.GetVectType() == 1 && r == (want == limit ? 1504 : 0) && vec.GetNbGroup() == want);
     // Anticlockwise: down, right, up, then left along the top.
     EXPECT_EQ(static_cast<const int32_t*>(vec.GetDataPtr())[3 * (want - 1)], want == limit ? 762 : 2);
   }
@@ -249,12 +244,10 @@ TEST(ContourBadInput, NumbersTracesAndResult) {
       path.SetClosed(-1);
       ZPathVector* out = c.nullResult ? nullptr : &path;
       ZVector vec;
-      if (f == 1)
-        LumContour(static_cast<ZROI<ZBW8>*>(view), m, c.x, c.y, CONTOUR_THRESHOLD_ABOVE, 100, cn, c.nullResult ? nullptr : &vec);
-      else if (f == 0)
-        LumContour(static_cast<ZROI<ZBW8>*>(view), m, c.x, c.y, CONTOUR_THRESHOLD_ABOVE, 100, cn, out);
-      else
-        LumContour(static_cast<ZROI<ZBW16>*>(view), m, c.x, c.y, CONTOUR_THRESHOLD_ABOVE, 100, cn, out);
+      const auto above = CONTOUR_THRESHOLD_ABOVE;
+      if (f == 1) LumContour(static_cast<ZROI<ZBW8>*>(view), m, c.x, c.y, above, 100, cn, c.nullResult ? nullptr : &vec);
+      if (f == 0) LumContour(static_cast<ZROI<ZBW8>*>(view), m, c.x, c.y, above, 100, cn, out);
+      if (f == 2) LumContour(static_cast<ZROI<ZBW16>*>(view), m, c.x, c.y, above, 100, cn, out);
       const int error = f == 1 ? c.vectorError : c.pathError;
       EXPECT_TRUE(kt::Failed(error, error ? Strings{words[f]} : Strings{}));
       EXPECT_TRUE(f == 1 || (path.GetClosed() == c.closed && path.GetNumElements() == unsigned(c.count)));

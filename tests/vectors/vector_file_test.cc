@@ -1,5 +1,4 @@
-// The file form of the vectors against files written by hand byte for byte, its failures, UTF-16
-// paths, and the bare bodies of Serialize.
+// Vector files against bytes written by hand, their failures, UTF-16 paths, and Serialize.
 #include <unistd.h>
 
 #include <cstdio>
@@ -87,17 +86,12 @@ TYPED_TEST(VectorFileTyped, RoundTripsAndBadFiles) {
   const auto holds = [&](const ZVectorTemplate<T>& v, unsigned n) {
     return v.GetNumElements() == n && std::memcmp(v.GetDataPtr(), hand.data() + 8, n * sizeof(T)) == 0;
   };
-  const auto load = [&](ZVectorTemplate<T>& v, const Bytes& bytes) {
-    WriteBytes(path, bytes);
-    ZOk();
-    v.Load(path.c_str());
-  };
+  const auto load = [&](ZVectorTemplate<T>& v, const Bytes& bytes) { WriteBytes(path, bytes), ZOk(), v.Load(path.c_str()); };
   ZVectorTemplate<T> built, loaded(7), empty;
   TypeParam::Build(built);
   ZOk();
   built.Save(path.c_str());
-  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
-  EXPECT_EQ(ReadBytes(path), hand);
+  EXPECT_TRUE(ZGetError() == Z_ERROR_NONE && ReadBytes(path) == hand);
   load(loaded, hand);
   EXPECT_TRUE(kt::Failed(Z_ERROR_NONE, {}));
   EXPECT_TRUE(holds(loaded, count) && loaded.GetMaxElements() == count);
@@ -149,25 +143,19 @@ TEST(VectorFile, OpenWriteAndCloseFailures) {
       {[&] { v.Load(static_cast<const char*>(nullptr)); }, {"ZVector::Load"}},
       {[&] { v.Save(static_cast<const unsigned short*>(nullptr)); }, {"ZVector::Save ( Unicode)"}}};
   for (const auto& [call, trace] : cases) {
-    ZOk();
-    call();
+    ZOk(), call();
     EXPECT_TRUE(kt::Failed(Z_ERROR_FILE_OPEN, trace));
     EXPECT_EQ(v.GetNumElements(), 2u);
   }
-  // A directory opens for reading on this platform, and reads nothing.
-  ZOk();
-  v.Load(testing::TempDir().c_str());
+  ZOk(), v.Load(testing::TempDir().c_str());  // a directory opens for reading on this platform, and reads nothing
   EXPECT_TRUE(kt::Failed(Z_ERROR_FILE_READ, {"ZVector::Load"}));
   if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full";
-  // A small file fits the stream's buffer: the failure shows at the close; a large one fails in
-  // the body.
-  ZOk();
-  v.Save("/dev/full");
+  // A small file fits the stream's buffer: the failure shows at the close; a large one fails in the body.
+  ZOk(), v.Save("/dev/full");
   EXPECT_TRUE(kt::Failed(Z_ERROR_FILE_CLOSE, {"ZVector::Save"}));
   big.SetNumElements(100000);
   std::memset(big.GetDataPtr(), 0, 400000);
-  ZOk();
-  big.Save("/dev/full");
+  ZOk(), big.Save("/dev/full");
   EXPECT_TRUE(kt::Failed(Z_ERROR_FILE_WRITE, {"ZVector::Save"}));
 }
 
@@ -182,8 +170,7 @@ TEST(VectorFile, Utf16PathsBecomeUtf8AndTheClosedFlagStaysOut) {
   v.SetClosed(1), back.SetClosed(-1);
   ZOk();
   v.Save(wide.data());
-  EXPECT_EQ(ZGetError(), Z_ERROR_NONE);
-  EXPECT_EQ(ReadBytes(narrow), C24PathFile::Hand());
+  EXPECT_TRUE(ZGetError() == Z_ERROR_NONE && ReadBytes(narrow) == C24PathFile::Hand());
   back.Load(wide.data());
   EXPECT_TRUE(ZGetError() == Z_ERROR_NONE && back.GetNumElements() == 2u && back.GetClosed() == -1);
   std::remove(narrow.c_str());
