@@ -100,9 +100,10 @@ void Gray(ZROI<P>* source, ZROI<P>* destination, ZKernel* kernel, KERNEL_ROTATIO
     frame::Fail(Z_ERROR_NO_WORK_MEMORY);
     return;
   }
-  int n = limit == 0 ? width : limit;
-  if (rotation != 0) n *= 8;
+  // Passes to run: a negative limit runs none; 64 bits so that eight turns a pass never overflow.
+  int64_t n = limit == 0 ? width : limit;
   if (n <= 0) return;
+  if (rotation != 0) n *= 8;
 
   const bool wide = ZGetMMX() != 0;
   const bool outsideAgrees = kernel->GetOutsideValue() != 0;

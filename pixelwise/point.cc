@@ -7,6 +7,7 @@
 #include "foundation/frame.h"
 #include "foundation/pixel_traits.h"
 #include "foundation/rows.h"
+#include "foundation/word.h"
 #include "kelmira/pixelwise/point.h"
 #include "pixelwise/point_wide.h"
 
@@ -165,10 +166,13 @@ void GainOffsetBW8(const ZROI<ZBW8>* source, ZROI<ZBW8>* destination, int32_t g,
 }
 
 void GainOffsetBW16(const ZROI<ZBW16>* source, ZROI<ZBW16>* destination, int32_t g, int32_t o) {
-  ForRows(source, destination, [&](const ZBW16* s, ZBW16* d, int width) {
+  ForRows(source, destination, [&](const ZBW16* sp, ZBW16* dp, int width) {
+    // A BW16 view may start at an odd byte: the pixels are read and written as byte-aligned words.
+    const Word* s = reinterpret_cast<const Word*>(sp);
+    Word* d = reinterpret_cast<Word*>(dp);
     for (int x = 0; x < width; ++x) {
       // 32-bit product and sum with wrap-around, arithmetic shift.
-      const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(s[x].value) * static_cast<uint32_t>(g));
+      const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(s[x]) * static_cast<uint32_t>(g));
       const int32_t v = static_cast<int32_t>(static_cast<uint32_t>(product >> 5) + static_cast<uint32_t>(o));
       d[x] = static_cast<uint16_t>(v < 0 ? 0 : v > 65535 ? 65535 : v);
     }
