@@ -10,6 +10,8 @@
 #include <new>
 #include <vector>
 
+#include <unistd.h>
+
 #include "foundation/frame.h"
 #include "foundation/rows.h"
 #include "kelmira/morphology.h"
@@ -38,6 +40,16 @@ uint8_t MedianAt(const uint8_t* a, const uint8_t* b, const uint8_t* c, int x, in
 }
 
 // True when the byte ranges of the two views meet but the views are not the same placement.
+// Ways of the level-one data cache, 0 where the system does not tell; read once.
+int LevelOneWays() {
+#ifdef _SC_LEVEL1_DCACHE_ASSOC
+  static const int ways = static_cast<int>(sysconf(_SC_LEVEL1_DCACHE_ASSOC));
+  return ways;
+#else
+  return 0;
+#endif
+}
+
 bool OverlapsElsewhere(const ZROI<ZBW8>* s, const ZROI<ZBW8>* d) {
   const uint8_t* s0 = reinterpret_cast<const uint8_t*>(s->GetImagePtr(0, 0));
   const uint8_t* d0 = reinterpret_cast<const uint8_t*>(d->GetImagePtr(0, 0));
@@ -74,10 +86,12 @@ bool Run(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, bool wide) {
   const rows::Rows<uint8_t> in(source), out(destination);
   // Bands of four output rows sort each source row across for 1.5 output rows instead of 2 (a
   // fifth faster where the rows stay in cache). Pairs where rows are saved (in place), and where a
-  // pitch is a multiple of 4 KB: then every row falls in the same sets of the level-one cache,
-  // and the ten rows of a band (twelve with the rows prefetched) evict each other.
+  // pitch is a multiple of 4 KB on a level-one cache of fewer than 12 ways: then every row falls
+  // in the same set, and the ten rows of a band (twelve with the rows prefetched) evict each other.
+  // Both give the same pixels.
   const auto pageRows = [](const ZROI<ZBW8>* v) { return v->GetRowPitch() % 4096 == 0; };
-  const int band = wide && !inPlace && !pageRows(source) && !pageRows(destination) ? 4 : 2;
+  const bool aliasing = (pageRows(source) || pageRows(destination)) && LevelOneWays() < 12;
+  const int band = wide && !inPlace && !aliasing ? 4 : 2;
   const auto row = [&](int y) { return in[std::clamp(y, 0, h - 1)]; };
   for (int y = 0; y < h; y += band) {
     const uint8_t* r[6];
