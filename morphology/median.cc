@@ -62,6 +62,7 @@ bool OverlapsElsewhere(const ZROI<ZBW8>* s, const ZROI<ZBW8>* d) {
 
 bool Run(ZROI<ZBW8>* source, ZROI<ZBW8>* destination, bool wide) {
   const int w = source->GetWidth(), h = source->GetHeight();
+  if (w <= 0 || h <= 0) return true;  // no pixel to write
   ZImage<ZBW8> copy;
   if (OverlapsElsewhere(source, destination)) {
     copy.SetSize(w, h);
