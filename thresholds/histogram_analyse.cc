@@ -24,6 +24,10 @@ struct Bins {
     const int64_t k = i + base;
     return k >= 0 && k < count ? data[k] : 0;
   }
+  // low..high cut to the indices that read the store: every bin outside reads 0, and no feature
+  // changes with a 0 bin, so the loops skip them (a hostile range of 2^32 bins costs nothing).
+  int64_t From(int64_t low) const { return std::max(low, -base); }
+  int64_t To(int64_t high) const { return std::min(high, count - 1 - base); }
 };
 
 // Features 0 to 6 as the 32-bit word they produce.
@@ -32,25 +36,25 @@ uint32_t IntegerFeature(int feature, int64_t low, int64_t high, const Bins& bin)
   switch (feature) {
     case LUM_HISTOGRAM_FEATURE_MOST_FREQUENT_VALUE:
     case LUM_HISTOGRAM_FEATURE_HIGHEST_COUNT:
-      for (int64_t i = low; i <= high; ++i)
+      for (int64_t i = bin.From(low); i <= bin.To(high); ++i)
         if (bin(i) > best) best = bin(i), index = static_cast<uint32_t>(i);
       return feature == LUM_HISTOGRAM_FEATURE_HIGHEST_COUNT ? best : index;
     case LUM_HISTOGRAM_FEATURE_LEAST_FREQUENT_VALUE:
     case LUM_HISTOGRAM_FEATURE_LOWEST_COUNT:
       best = 0xFFFFFFFFu;
-      for (int64_t i = low; i <= high; ++i)
+      for (int64_t i = bin.From(low); i <= bin.To(high); ++i)
         if (bin(i) != 0 && bin(i) < best) best = bin(i), index = static_cast<uint32_t>(i);
       return feature == LUM_HISTOGRAM_FEATURE_LOWEST_COUNT ? best : index;
     case LUM_HISTOGRAM_FEATURE_SMALLEST_VALUE:
-      for (int64_t i = low; i <= high; ++i)
+      for (int64_t i = bin.From(low); i <= bin.To(high); ++i)
         if (bin(i) != 0) return static_cast<uint32_t>(i);
       return static_cast<uint32_t>(high + 1);
     case LUM_HISTOGRAM_FEATURE_GREATEST_VALUE:
-      for (int64_t i = high; i >= low; --i)
+      for (int64_t i = bin.To(high); i >= bin.From(low); --i)
         if (bin(i) != 0) return static_cast<uint32_t>(i);
       return static_cast<uint32_t>(low - 1);
     default:  // pixel count
-      for (int64_t i = low; i <= high; ++i) sum += bin(i);
+      for (int64_t i = bin.From(low); i <= bin.To(high); ++i) sum += bin(i);
       return sum;
   }
 }
@@ -58,7 +62,7 @@ uint32_t IntegerFeature(int feature, int64_t low, int64_t high, const Bins& bin)
 // The mean: wrapping 32-bit N and S1, S1 zero-extended over N as a signed 32-bit number.
 float Average(int64_t low, int64_t high, const Bins& bin) {
   uint32_t n = 0, s1 = 0;
-  for (int64_t i = low; i <= high; ++i) {
+  for (int64_t i = bin.From(low); i <= bin.To(high); ++i) {
     n += bin(i);
     s1 += bin(i) * static_cast<uint32_t>(i);
   }
@@ -70,7 +74,7 @@ float Average(int64_t low, int64_t high, const Bins& bin) {
 float Deviation(int64_t low, int64_t high, const Bins& bin) {
   uint32_t n = 0;
   long double p = 0.0L, q = 0.0L;
-  for (int64_t i = low; i <= high; ++i) {
+  for (int64_t i = bin.From(low); i <= bin.To(high); ++i) {
     const uint32_t pi = bin(i) * static_cast<uint32_t>(i);
     n += bin(i);
     p += static_cast<int32_t>(pi);

@@ -1,6 +1,8 @@
 // Histograms against direct counts, the legacy forms, cumulation, features, entropy, equalisation.
 #include <algorithm>
+#include <climits>
 #include <cmath>
+#include <tuple>
 
 #include "support/kelmira_test.h"
 
@@ -236,6 +238,20 @@ TEST(HistogramFeatures, LegacyVectorForms) {
   EXPECT_EQ(LumAnalyseHistogram(&v, 0, 255, LUM_HISTOGRAM_FEATURE_PIXEL_COUNT, mean), 0);
   EXPECT_EQ(LumAnalyseHistogram(&v, -20, 1000, LUM_HISTOGRAM_FEATURE_PIXEL_COUNT, value), 0);
   EXPECT_TRUE(value == 8 && mean == 60.0f / 8);
+  // The whole int range reads 0 outside the store: the same features, at once; the empty-range
+  // answers of the first and last value are one past each end.
+  ZVector empty;
+  empty.SetType(2, 256, 2);
+  for (const auto& [vector, feature, expected] : std::vector<std::tuple<ZVector*, int, int>>{
+           {&v, LUM_HISTOGRAM_FEATURE_MOST_FREQUENT_VALUE, 9}, {&v, LUM_HISTOGRAM_FEATURE_LOWEST_COUNT, 2},
+           {&v, LUM_HISTOGRAM_FEATURE_SMALLEST_VALUE, 3}, {&v, LUM_HISTOGRAM_FEATURE_GREATEST_VALUE, 9},
+           {&v, LUM_HISTOGRAM_FEATURE_PIXEL_COUNT, 8}, {&empty, LUM_HISTOGRAM_FEATURE_SMALLEST_VALUE, INT_MIN},
+           {&empty, LUM_HISTOGRAM_FEATURE_GREATEST_VALUE, INT_MAX}}) {
+    EXPECT_EQ(LumAnalyseHistogram(vector, INT_MIN, INT_MAX, feature, value), 0);
+    EXPECT_EQ(value, expected) << "feature " << feature;
+  }
+  EXPECT_EQ(LumAnalyseHistogram(&v, INT_MIN, INT_MAX, LUM_HISTOGRAM_FEATURE_AVERAGE, mean), 0);
+  EXPECT_EQ(mean, 60.0f / 8);
   other.SetType(3, 256, 2);
   bare.SetType(2, 0, 2);
   EXPECT_EQ(LumAnalyseHistogram(&other, 0, 255, 0, value), Z_ERROR_VECTOR_BAD_SOURCE);
