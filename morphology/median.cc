@@ -39,7 +39,6 @@ uint8_t MedianAt(const uint8_t* a, const uint8_t* b, const uint8_t* c, int x, in
   return Median3(l, Median3(mid[0], mid[1], mid[2]), h);
 }
 
-// True when the byte ranges of the two views meet but the views are not the same placement.
 // Ways of the level-one data cache, 0 where the system does not tell; read once.
 int LevelOneWays() {
 #ifdef _SC_LEVEL1_DCACHE_ASSOC
@@ -50,6 +49,7 @@ int LevelOneWays() {
 #endif
 }
 
+// True when the byte ranges of the two views meet but the views are not the same placement.
 bool OverlapsElsewhere(const ZROI<ZBW8>* s, const ZROI<ZBW8>* d) {
   const uint8_t* s0 = reinterpret_cast<const uint8_t*>(s->GetImagePtr(0, 0));
   const uint8_t* d0 = reinterpret_cast<const uint8_t*>(d->GetImagePtr(0, 0));

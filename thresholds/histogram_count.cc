@@ -20,7 +20,8 @@ ByteCounter::ByteCounter(bool fast, size_t total)
 
 void ByteCounter::Add(const uint8_t* bytes, size_t n) {
   if (m_way == Way::kSampling) {
-    // Pairs start at even offsets of each Add, as AddPairs counts them.
+    // The first kSampleBytes go to the tables; their pairs (from even offsets, as AddPairs forms
+    // them) mark the lines of the pair table they would touch, and the count decides the way.
     const size_t part = n < kSampleBytes - m_sampled ? n : kSampleBytes - m_sampled;
     Sample(bytes, part);
     AddTables(bytes, part);
