@@ -1,6 +1,7 @@
 // The predefined filters beyond 3x3: the 5x5 and 7x7 smoothers, Roberts' 2x2 gradient, the box
 // of any size (running column sums) and the Gaussian of any size (repeated binomial passes), on
 // ZBW8, ZBW16 and, plane by plane, ZC24.
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -181,6 +182,85 @@ bool WideBox(const rows::Rows<T>& in, const rows::Rows<T>& out, int width, int h
   return true;
 }
 
+// The ZBW8 box with windows up to 127 pixels wide: each source row's sums along the window
+// (below 2^15, so their differences fit int16) are taken once, kept in a ring while their row is
+// inside the window, and run down the columns as 32-bit window sums. Those are the integers the
+// scalar column-then-row sums reach, wrapping alike, so the pixels are the scalar's. False only on
+// a failed allocation (error set). `done` stays false when the target has no such route or the
+// ring would pass 32 MB; the caller then takes the column route.
+bool WideBoxByRows(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, int width, int height, int hx, int hy,
+                   uint32_t scale, bool& done) {
+  done = false;
+  const int block = WideBoxBlock();
+  const int window = 2 * hx + 1;
+  if (block == 0 || window > 127) return true;
+  const size_t blocks = (static_cast<size_t>(width) + block - 1) / block, span = blocks * block;
+  const size_t ringRows = static_cast<size_t>(std::min(height, 2 * hy + 2));
+  if (ringRows * span > (size_t{16} << 20)) return true;  // more than 32 MB of row sums
+  // One allocation, each part on a 64-byte boundary: the padded source row (with a byte before it
+  // and room for a vector load past its end), the ring, a row of zero sums, the window sums.
+  const size_t paddedBytes = span + static_cast<size_t>(window) + 64 * 5, ringBytes = (ringRows + 1) * span * 2,
+               sumBytes = span * 4;
+  std::unique_ptr<uint8_t[]> store(new (std::nothrow) uint8_t[paddedBytes + ringBytes + sumBytes + 64 * 4]);
+  if (!store) return frame::Fail(Z_ERROR_NO_MEMORY);
+  const auto align = [](uint8_t* p) { return p + ((64 - reinterpret_cast<uintptr_t>(p) % 64) % 64); };
+  uint8_t* padded = align(store.get()) + 64;  // padded[-1] inside the allocation
+  uint16_t* ring = reinterpret_cast<uint16_t*>(align(padded + paddedBytes - 64));
+  uint16_t* zeros = ring + ringRows * span;
+  uint32_t* sums = reinterpret_cast<uint32_t*>(align(reinterpret_cast<uint8_t*>(zeros + span)));
+  std::memset(zeros, 0, span * 2);
+  std::memset(sums, 0, span * 4);
+  const auto rowAt = [&](int y) { return ring + static_cast<size_t>(y) % ringRows * span; };
+  const auto rowSums = [&](int y) {
+    // The padded row holds the pixel of column clamp(i - hx) at i; only its two ends are written,
+    // the kernel reads vectors that fall inside the source row in place.
+    const uint8_t* row = in[y];
+    const ptrdiff_t end = static_cast<ptrdiff_t>(span) + window + 63, vector = 64;
+    const auto fill = [&](ptrdiff_t from, ptrdiff_t to) {  // [from, to): left edge, pixels, right edge
+      const ptrdiff_t a = std::clamp<ptrdiff_t>(hx, from, to), b = std::clamp<ptrdiff_t>(hx + width, from, to);
+      std::memset(padded + from, row[0], static_cast<size_t>(a - from));
+      std::memcpy(padded + a, row + (a - hx), static_cast<size_t>(b - a));
+      std::memset(padded + b, row[width - 1], static_cast<size_t>(to - b));
+    };
+    if (width >= 2 * vector) {
+      // Fixed sizes in 8-byte words (the library's baseline compiles short copies as string moves);
+      // later writes overwrite earlier ones.
+      const auto words = [](uint8_t* to, const uint8_t* from, int count) {
+        for (int i = 0; i < count; ++i) std::memcpy(to + 8 * i, from + 8 * i, 8);
+      };
+      const auto splat = [](uint8_t* to, uint8_t value, int count) {
+        const uint64_t word = value * uint64_t{0x0101010101010101};
+        for (int i = 0; i < count; ++i) std::memcpy(to + 8 * i, &word, 8);
+      };
+      splat(padded - 1, row[0], 16);                                // [-1, hx + 1) and more
+      words(padded + hx, row, 8);                                    // [hx, hx + 64)
+      words(padded + hx + width - vector, row + width - vector, 8);  // the last 64 pixels
+      splat(padded + hx + width, row[width - 1], 32);                // up to past `end`
+    } else {
+      fill(-1, end);
+    }
+    // The next row's pixels on their way while this one is summed.
+    if (y + 1 < height)
+      for (int x = 0; x < width; x += static_cast<int>(vector)) __builtin_prefetch(in[y + 1] + x);
+    WideBoxRowSums(row, width, hx, padded, window, static_cast<int>(blocks), rowAt(y));
+  };
+  int last = std::min(hy, height - 1);  // the last source row whose sums are in the ring
+  for (int y = 0; y <= last; ++y) rowSums(y);
+  for (int r = -hy; r <= hy; ++r) WideBoxWindowStep(sums, rowAt(Clamp(r, 0, height - 1)), zeros, scale, nullptr, width);
+  for (int y = 0; y < height; ++y) {
+    const uint16_t *entering = nullptr, *leaving = nullptr;
+    if (y + 1 < height) {
+      const int e = std::min(y + hy + 1, height - 1);
+      if (e > last) rowSums(last = e);
+      entering = rowAt(e);
+      leaving = rowAt(std::max(y - hy, 0));
+    }
+    WideBoxWindowStep(sums, entering, leaving, scale, out[y], width);
+  }
+  done = true;
+  return true;
+}
+
 // Running column sums over the rows -halfY .. halfY (clamped to the view), and along each row a
 // running sum over 2 halfX + 1 cells of the column sums padded with the edge columns. The column
 // sums wrap in 32 bits; the row sum and product are 32-bit on ZBW8 (sum * scale stays below
@@ -197,6 +277,8 @@ bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsig
   const rows::Rows<T> in(source), out(destination);
   if (wide) {
     if constexpr (sizeof(T) == 1) {
+      bool done = false;
+      if (!WideBoxByRows(in, out, width, height, hx, hy, scale, done) || done) return done;
       if (2 * hy + 1 <= 65535 / 255) return WideBox<uint16_t>(in, out, width, height, hx, hy, scale);
       return WideBox<uint32_t>(in, out, width, height, hx, hy, scale);
     } else {

@@ -523,6 +523,149 @@ HWY_INLINE void BoxRowOf(const Cell* cells, int window, uint32_t scale, uint8_t*
   }
 }
 
+// ----- the box by rows (ZBW8) -----
+
+// Row sums first, in 16 bits, then running sums of those down the columns, in 32: the same
+// integers as the column-then-row scalar sums, without widening shuffles. A block of 4 N pixels
+// (N lanes of 32 bits) keeps its row sums as the even pixels' u16 vector then the odd pixels', and
+// its window sums as four u32 vectors, of the pixels 4j, 4j + 1, 4j + 2 and 4j + 3. Pair sums of
+// bytes, sign extension of 16-bit differences and the assembly of output bytes then stay inside
+// lanes; only the prefix sum of a row moves lanes, once per pair of pixels. (Scaling the row sums
+// before the column run saves the multiplies but doubles the rows kept in the ring, and measured
+// slower.)
+#undef KELMIRA_BOX_AVX3
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+#define KELMIRA_BOX_AVX3 1
+#else
+#define KELMIRA_BOX_AVX3 0
+#endif
+#if HWY_TARGET != HWY_SCALAR
+
+// Inclusive prefix sum of the 16-bit lanes of one vector, wrapping.
+template <class D>
+HWY_INLINE hn::Vec<D> PrefixSum16(D d, hn::Vec<D> v) {
+#if KELMIRA_BOX_AVX3
+  const __m512i zero = _mm512_setzero_si512();
+  const __m512i down = _mm512_set_epi16(30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11,
+                                        10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 0);
+  v = hn::Add(v, hn::Vec<D>{_mm512_maskz_permutexvar_epi16(0xFFFFFFFEu, down, v.raw)});
+  v = hn::Add(v, hn::Vec<D>{_mm512_alignr_epi32(v.raw, zero, 15)});  // up 2 lanes
+  v = hn::Add(v, hn::Vec<D>{_mm512_alignr_epi32(v.raw, zero, 14)});  // up 4
+  v = hn::Add(v, hn::Vec<D>{_mm512_alignr_epi32(v.raw, zero, 12)});  // up 8
+  return hn::Add(v, hn::Vec<D>{_mm512_alignr_epi32(v.raw, zero, 8)});  // up 16
+#else
+  v = hn::Add(v, hn::ShiftLeftLanes<1>(d, v));
+  v = hn::Add(v, hn::ShiftLeftLanes<2>(d, v));
+  v = hn::Add(v, hn::ShiftLeftLanes<4>(d, v));
+  if constexpr (HWY_MAX_BYTES == 32) v = hn::Add(v, hn::ConcatLowerLower(d, hn::Broadcast<7>(v), hn::Zero(d)));
+  return v;
+#endif
+}
+
+// The last 16-bit lane in every lane.
+template <class D>
+HWY_INLINE hn::Vec<D> LastLane16(D d, hn::Vec<D> v) {
+#if KELMIRA_BOX_AVX3
+  (void)d;
+  return hn::Vec<D>{_mm512_permutexvar_epi16(_mm512_set1_epi16(31), v.raw)};
+#else
+  if constexpr (HWY_MAX_BYTES == 32) return hn::Broadcast<7>(hn::ConcatUpperUpper(d, v, v));
+  return hn::Broadcast<7>(v);
+#endif
+}
+
+#endif
+
+// Pixels in a block; 0 where the target has no lanes, and the caller takes the column route.
+int BoxBlockOf() {
+#if HWY_TARGET == HWY_SCALAR || (HWY_MAX_BYTES != 16 && HWY_MAX_BYTES != 32 && !KELMIRA_BOX_AVX3)
+  return 0;
+#else
+  return static_cast<int>(4 * hn::Lanes(hn::ScalableTag<uint32_t>()));
+#endif
+}
+
+// sums = H[x] = p[x] + ... + p[x + window - 1] for the `blocks` blocks from x = 0, in the block
+// layout, where p[i] is row[i - hx] for hx <= i < hx + width and padded[i] elsewhere (padded[-1]
+// is read; its value cancels). Vectors inside the row read it in place. Each H must stay below 2^15.
+void BoxRowSums(const uint8_t* row, int width, int hx, const uint8_t* padded, int window, int blocks, uint16_t* sums) {
+#if HWY_TARGET != HWY_SCALAR
+  const hn::ScalableTag<uint8_t> d8;
+  const hn::Repartition<uint16_t, decltype(d8)> d16;
+  const ptrdiff_t n8 = static_cast<ptrdiff_t>(hn::Lanes(d8));
+  const size_t n16 = hn::Lanes(d16);
+  const auto load = [&](ptrdiff_t i) {
+    return hn::BitCast(d16, hn::LoadU(d8, i >= hx && i + n8 <= hx + width ? row + (i - hx) : padded + i));
+  };
+  uint32_t first = 0;  // H[-1]
+  for (int i = -1; i < window - 1; ++i) first += padded[i];
+  auto carry = hn::Set(d16, static_cast<uint16_t>(first));
+  const auto low = hn::Set(d16, 0xFF);
+  for (int b = 0; b < blocks; ++b) {
+    // H[x] = H[x - 1] + d[x], d[x] = p[x + window - 1] - p[x - 1]; lane k holds the pixels 2k
+    // (low byte) and 2k + 1. The prefix of the pair sums gives the odd H, and the odd pixel's d
+    // taken back off gives the even.
+    const ptrdiff_t x = b * n8;
+    const auto enter = load(x + window - 1), leave = load(x - 1);
+    const auto oddD = hn::Sub(hn::ShiftRight<8>(enter), hn::ShiftRight<8>(leave));
+    const auto evenD = hn::Sub(hn::And(enter, low), hn::And(leave, low));
+    const auto odd = hn::Add(carry, PrefixSum16(d16, hn::Add(evenD, oddD)));
+    hn::StoreU(hn::Sub(odd, oddD), d16, sums + 2 * b * n16);
+    hn::StoreU(odd, d16, sums + (2 * b + 1) * n16);
+    carry = LastLane16(d16, odd);
+  }
+#else
+  (void)row, (void)width, (void)hx, (void)padded, (void)window, (void)blocks, (void)sums;
+#endif
+}
+
+// One output row from the window sums, out[x] = V[x] * scale >> 24 (32-bit product) for x in
+// [0, width), unless `out` is null; then, unless `entering` is null, V += entering - leaving
+// (row sums of the block layout, whose differences fit int16).
+void BoxWindowStep(uint32_t* sums, const uint16_t* entering, const uint16_t* leaving, uint32_t scale, uint8_t* out,
+                   int width) {
+#if HWY_TARGET != HWY_SCALAR
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Repartition<int32_t, decltype(d32)> di32;
+  const hn::Repartition<int16_t, decltype(d32)> di16;
+  const hn::Repartition<uint8_t, decltype(d32)> d8;
+  const size_t n = hn::Lanes(d32), n16 = hn::Lanes(di16);
+  const int block = static_cast<int>(4 * n);
+  const auto vScale = hn::Set(d32, scale);
+  const auto m1 = hn::Set(d32, 0xFF00u), m2 = hn::Set(d32, 0xFF0000u), m3 = hn::Set(d32, 0xFF000000u);
+  const auto rowSums = [&](const uint16_t* p) { return hn::BitCast(di16, hn::LoadU(hn::Repartition<uint16_t, decltype(d32)>(), p)); };
+  const auto lowHalf = [](auto w) { return hn::ShiftRight<16>(hn::ShiftLeft<16>(w)); };
+  for (int b = 0, x = 0; x < width; ++b, x += block) {
+    uint32_t* v = sums + 4 * static_cast<size_t>(b) * n;
+    auto v0 = hn::LoadU(d32, v), v1 = hn::LoadU(d32, v + n), v2 = hn::LoadU(d32, v + 2 * n),
+         v3 = hn::LoadU(d32, v + 3 * n);
+    if (out != nullptr) {
+      // The top byte of each product, moved to its pixel's byte of the lane.
+      auto r = hn::ShiftRight<24>(hn::Mul(v0, vScale));
+      r = hn::OrAnd(r, hn::ShiftRight<16>(hn::Mul(v1, vScale)), m1);
+      r = hn::OrAnd(r, hn::ShiftRight<8>(hn::Mul(v2, vScale)), m2);
+      r = hn::OrAnd(r, hn::Mul(v3, vScale), m3);
+      if (x + block <= width)
+        hn::StoreU(hn::BitCast(d8, r), d8, out + x);
+      else
+        hn::BlendedStore(hn::BitCast(d8, r), hn::FirstN(d8, static_cast<size_t>(width - x)), d8, out + x);
+    }
+    if (entering != nullptr) {
+      // Even pixels' sums: 4j in the low halves, 4j + 2 in the high; odd: 4j + 1 and 4j + 3.
+      const size_t h = 2 * static_cast<size_t>(b) * n16;
+      const auto even = hn::BitCast(di32, hn::Sub(rowSums(entering + h), rowSums(leaving + h)));
+      const auto odd = hn::BitCast(di32, hn::Sub(rowSums(entering + h + n16), rowSums(leaving + h + n16)));
+      hn::StoreU(hn::Add(v0, hn::BitCast(d32, lowHalf(even))), d32, v);
+      hn::StoreU(hn::Add(v1, hn::BitCast(d32, lowHalf(odd))), d32, v + n);
+      hn::StoreU(hn::Add(v2, hn::BitCast(d32, hn::ShiftRight<16>(even))), d32, v + 2 * n);
+      hn::StoreU(hn::Add(v3, hn::BitCast(d32, hn::ShiftRight<16>(odd))), d32, v + 3 * n);
+    }
+  }
+#else
+  (void)sums, (void)entering, (void)leaving, (void)scale, (void)out, (void)width;
+#endif
+}
+
 void ColumnUpdate8(uint16_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
   ColumnUpdateOf<uint16_t, uint8_t>(sums, add, sub, count);
 }
@@ -549,6 +692,9 @@ HWY_EXPORT(ColumnUpdate8);
 HWY_EXPORT(ColumnUpdate32);
 HWY_EXPORT(BoxRow8);
 HWY_EXPORT(BoxRow32);
+HWY_EXPORT(BoxBlockOf);
+HWY_EXPORT(BoxRowSums);
+HWY_EXPORT(BoxWindowStep);
 
 void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
   HWY_DYNAMIC_DISPATCH(Row3x3)(kind, a, b, c, out, x0, x1);
@@ -570,6 +716,15 @@ void WideBoxRow(const uint16_t* cells, int window, uint32_t scale, uint8_t* out,
 }
 void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, bool words) {
   HWY_DYNAMIC_DISPATCH(BoxRow32)(cells, window, scale, out, count, words);
+}
+int WideBoxBlock() { return HWY_DYNAMIC_DISPATCH(BoxBlockOf)(); }
+void WideBoxRowSums(const uint8_t* row, int width, int hx, const uint8_t* padded, int window, int blocks,
+                    uint16_t* sums) {
+  HWY_DYNAMIC_DISPATCH(BoxRowSums)(row, width, hx, padded, window, blocks, sums);
+}
+void WideBoxWindowStep(uint32_t* sums, const uint16_t* entering, const uint16_t* leaving, uint32_t scale, uint8_t* out,
+                       int width) {
+  HWY_DYNAMIC_DISPATCH(BoxWindowStep)(sums, entering, leaving, scale, out, width);
 }
 }  // namespace kelmira::predefined
 #endif

@@ -230,7 +230,8 @@ Plane Passes(Plane img, const char* name, unsigned count, int64_t max) {
   return img;
 }
 
-// The small routes (in place too), boxes (default halfY, limited halves, thin boxes, long rows),
+// The small routes (in place too), boxes (default halfY, limited halves, thin boxes, long rows,
+// windows 127 and 129 pixels wide, row-sum rings that wrap),
 // Gaussians of each shape; the Gaussian of halves 0 leaves the destination as it was.
 template <class T>
 void CheckRoutes() {
@@ -239,7 +240,7 @@ void CheckRoutes() {
       {0, 0, 9, 5},     {0, 1, 9, 5},      {1, 0, 9, 5},     {1, 1, 9, 5},     {2, 0xFFFFFFFFu, 17, 12}, {0, 2, 6, 9},
       {3, 0, 40, 3},    {1000, 2, 23, 8},  {15, 15, 70, 40}, {4, 1000, 5, 7},  {3, 1, 12, 9},  {1, 3, 12, 9}, {2, 2, 9, 9},
       {0, 3, 4, 8},     {0xFFFFFFFEu, 0xFFFFFFFEu, 30, 6},   {2, 129, 20, 131}, {7, 3, 171, 9}, {31, 11, 60, 20},
-      {2, 0, 133, 4},   {5, 2, 1, 17}};
+      {2, 0, 133, 4},   {5, 2, 1, 17},     {63, 4, 300, 30}, {64, 1, 140, 6}, {9, 40, 129, 100}};
   for (const Route& r : kRoutes) {
     const unsigned hy = r.hy == 0xFFFFFFFFu ? r.hx : r.hy, both = std::min(r.hx, hy);
     SCOPED_TRACE(::testing::Message() << r.hx << "/" << r.hy << " on " << r.w << "x" << r.h);
