@@ -184,8 +184,8 @@ bool WideBox(const rows::Rows<T>& in, const rows::Rows<T>& out, int width, int h
 
 // The ZBW8 box with windows up to 127 pixels wide: each source row's sums along the window
 // (below 2^15, so their differences fit int16) are taken once, kept in a ring while their row is
-// inside the window, and run down the columns as 32-bit window sums. Those are the integers the
-// scalar column-then-row sums reach, wrapping alike, so the pixels are the scalar's. False only on
+// inside the window, and run down the columns as the window sum times the scale, in 32 bits. That
+// is the scalar's wrapping product of its column-then-row sum, so the pixels are the scalar's. False only on
 // a failed allocation (error set). `done` stays false when the target has no such route or the
 // ring would pass 32 MB; the caller then takes the column route.
 bool WideBoxByRows(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, int width, int height, int hx, int hy,
@@ -211,9 +211,9 @@ bool WideBoxByRows(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out
   std::memset(zeros, 0, span * 2);
   std::memset(sums, 0, span * 4);
   const auto rowAt = [&](int y) { return ring + static_cast<size_t>(y) % ringRows * span; };
-  const auto rowSums = [&](int y) {
+  const auto prepare = [&](int y) {
     // The padded row holds the pixel of column clamp(i - hx) at i; only its two ends are written,
-    // the kernel reads vectors that fall inside the source row in place.
+    // the kernels read vectors that fall inside the source row in place.
     const uint8_t* row = in[y];
     const ptrdiff_t end = static_cast<ptrdiff_t>(span) + window + 63, vector = 64;
     const auto fill = [&](ptrdiff_t from, ptrdiff_t to) {  // [from, to): left edge, pixels, right edge
@@ -242,20 +242,25 @@ bool WideBoxByRows(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out
     // The next row's pixels on their way while this one is summed.
     if (y + 1 < height)
       for (int x = 0; x < width; x += static_cast<int>(vector)) __builtin_prefetch(in[y + 1] + x);
-    WideBoxRowSums(row, width, hx, padded, window, static_cast<int>(blocks), rowAt(y));
+    return BoxSource{row, width, hx, padded, window};
   };
   int last = std::min(hy, height - 1);  // the last source row whose sums are in the ring
-  for (int y = 0; y <= last; ++y) rowSums(y);
-  for (int r = -hy; r <= hy; ++r) WideBoxWindowStep(sums, rowAt(Clamp(r, 0, height - 1)), zeros, scale, nullptr, width);
+  for (int y = 0; y <= last; ++y) WideBoxRowSums(prepare(y), static_cast<int>(blocks), rowAt(y));
+  for (int r = -hy; r <= hy; ++r)
+    WideBoxWindowStep(sums, rowAt(Clamp(r, 0, height - 1)), zeros, scale, nullptr, width, nullptr);
   for (int y = 0; y < height; ++y) {
-    const uint16_t *entering = nullptr, *leaving = nullptr;
+    // Output row y, then the window moves down: the row sums of the entering row are taken in
+    // the same pass unless the bottom edge repeats a row already in the ring.
+    uint16_t* entering = nullptr;
+    const uint16_t* leaving = nullptr;
+    BoxSource source{}, *fresh = nullptr;
     if (y + 1 < height) {
       const int e = std::min(y + hy + 1, height - 1);
-      if (e > last) rowSums(last = e);
+      if (e > last) source = prepare(last = e), fresh = &source;
       entering = rowAt(e);
       leaving = rowAt(std::max(y - hy, 0));
     }
-    WideBoxWindowStep(sums, entering, leaving, scale, out[y], width);
+    WideBoxWindowStep(sums, entering, leaving, scale, out[y], width, fresh);
   }
   done = true;
   return true;

@@ -525,14 +525,15 @@ HWY_INLINE void BoxRowOf(const Cell* cells, int window, uint32_t scale, uint8_t*
 
 // ----- the box by rows (ZBW8) -----
 
-// Row sums first, in 16 bits, then running sums of those down the columns, in 32: the same
-// integers as the column-then-row scalar sums, without widening shuffles. A block of 4 N pixels
-// (N lanes of 32 bits) keeps its row sums as the even pixels' u16 vector then the odd pixels', and
-// its window sums as four u32 vectors, of the pixels 4j, 4j + 1, 4j + 2 and 4j + 3. Pair sums of
-// bytes, sign extension of 16-bit differences and the assembly of output bytes then stay inside
-// lanes; only the prefix sum of a row moves lanes, once per pair of pixels. (Scaling the row sums
-// before the column run saves the multiplies but doubles the rows kept in the ring, and measured
-// slower.)
+// Row sums H first, in 16 bits; then the window runs down the columns as the window sum times
+// the scale, modulo 2^32, moved by (H entering - H leaving) * scale. That is the scalar's wrapping
+// product whatever order the sums are taken in, so its top byte is the pixel, and the output
+// needs no multiply. A block of 4 N pixels (N lanes of 32 bits) keeps its row sums as the even
+// pixels' u16 vector then the odd pixels', and its scaled window sums as four u32 vectors, of the
+// pixels 4j, 4j + 1, 4j + 2 and 4j + 3. Pair sums of bytes, the products of 16-bit differences (a
+// pairwise multiply-add) and the assembly of output bytes then stay inside lanes; only the prefix
+// sum of a row moves lanes, once per pair of pixels. (Scaled row sums in the ring instead of
+// their differences doubled the ring and measured slower.)
 #undef KELMIRA_BOX_AVX3
 #if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
 #define KELMIRA_BOX_AVX3 1
@@ -576,6 +577,36 @@ HWY_INLINE hn::Vec<D> LastLane16(D d, hn::Vec<D> v) {
 
 #endif
 
+#if HWY_TARGET != HWY_SCALAR
+// The low and the high 16-bit halves of each 32-bit lane of `delta` (differences within int16),
+// sign-extended and times `scale`, wrapping: one multiply-add each on x86 when the scale is below
+// 2^15, else shifts and 32-bit multiplies.
+template <class D32, class V>
+HWY_INLINE void ScaledHalves(D32 d32, V delta, uint32_t scale, hn::Vec<D32>& low, hn::Vec<D32>& high) {
+  const hn::Repartition<int32_t, D32> di32;
+  const auto w = hn::BitCast(di32, delta);
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+  if (scale < 0x8000u) {
+    // Lane pairs (scale, 0) and (0, scale).
+#if HWY_MAX_BYTES == 64
+    low = hn::Vec<D32>{_mm512_madd_epi16(w.raw, _mm512_set1_epi32(static_cast<int>(scale)))};
+    high = hn::Vec<D32>{_mm512_madd_epi16(w.raw, _mm512_set1_epi32(static_cast<int>(scale << 16)))};
+#elif HWY_MAX_BYTES == 32
+    low = hn::Vec<D32>{_mm256_madd_epi16(w.raw, _mm256_set1_epi32(static_cast<int>(scale)))};
+    high = hn::Vec<D32>{_mm256_madd_epi16(w.raw, _mm256_set1_epi32(static_cast<int>(scale << 16)))};
+#else
+    low = hn::Vec<D32>{_mm_madd_epi16(w.raw, _mm_set1_epi32(static_cast<int>(scale)))};
+    high = hn::Vec<D32>{_mm_madd_epi16(w.raw, _mm_set1_epi32(static_cast<int>(scale << 16)))};
+#endif
+    return;
+  }
+#endif
+  const auto vScale = hn::Set(d32, scale);
+  low = hn::Mul(hn::BitCast(d32, hn::ShiftRight<16>(hn::ShiftLeft<16>(w))), vScale);
+  high = hn::Mul(hn::BitCast(d32, hn::ShiftRight<16>(w)), vScale);
+}
+#endif
+
 // Pixels in a block; 0 where the target has no lanes, and the caller takes the column route.
 int BoxBlockOf() {
 #if HWY_TARGET == HWY_SCALAR || (HWY_MAX_BYTES != 16 && HWY_MAX_BYTES != 32 && !KELMIRA_BOX_AVX3)
@@ -585,66 +616,106 @@ int BoxBlockOf() {
 #endif
 }
 
-// sums = H[x] = p[x] + ... + p[x + window - 1] for the `blocks` blocks from x = 0, in the block
-// layout, where p[i] is row[i - hx] for hx <= i < hx + width and padded[i] elsewhere (padded[-1]
-// is read; its value cancels). Vectors inside the row read it in place. Each H must stay below 2^15.
-void BoxRowSums(const uint8_t* row, int width, int hx, const uint8_t* padded, int window, int blocks, uint16_t* sums) {
 #if HWY_TARGET != HWY_SCALAR
-  const hn::ScalableTag<uint8_t> d8;
-  const hn::Repartition<uint16_t, decltype(d8)> d16;
-  const ptrdiff_t n8 = static_cast<ptrdiff_t>(hn::Lanes(d8));
-  const size_t n16 = hn::Lanes(d16);
-  const auto load = [&](ptrdiff_t i) {
-    return hn::BitCast(d16, hn::LoadU(d8, i >= hx && i + n8 <= hx + width ? row + (i - hx) : padded + i));
-  };
-  uint32_t first = 0;  // H[-1]
-  for (int i = -1; i < window - 1; ++i) first += padded[i];
-  auto carry = hn::Set(d16, static_cast<uint16_t>(first));
-  const auto low = hn::Set(d16, 0xFF);
-  for (int b = 0; b < blocks; ++b) {
+// The row sums H[x] = p[x] + ... + p[x + window - 1] of a source row, a block at a time from
+// x = 0, where p[i] is row[i - hx] for hx <= i < hx + width and padded[i] elsewhere (padded[-1]
+// is read; its value cancels). Vectors inside the row read it in place. Each H must stay below
+// 2^15.
+class RowSummer {
+ public:
+  using D8 = hn::ScalableTag<uint8_t>;
+  using D16 = hn::Repartition<uint16_t, D8>;
+  using V16 = hn::Vec<D16>;
+  explicit RowSummer(const predefined::BoxSource& s) : m_s(s), m_carry(hn::Zero(D16())) {
+    uint32_t first = 0;  // H[-1]
+    for (int i = -1; i < s.window - 1; ++i) first += s.padded[i];
+    m_carry = hn::Set(D16(), static_cast<uint16_t>(first));
+  }
+  // The even pixels' and the odd pixels' sums of block b; blocks come in order.
+  HWY_INLINE void Next(int b, V16& even, V16& odd) {
     // H[x] = H[x - 1] + d[x], d[x] = p[x + window - 1] - p[x - 1]; lane k holds the pixels 2k
     // (low byte) and 2k + 1. The prefix of the pair sums gives the odd H, and the odd pixel's d
     // taken back off gives the even.
-    const ptrdiff_t x = b * n8;
-    const auto enter = load(x + window - 1), leave = load(x - 1);
+    const D16 d16;
+    const ptrdiff_t x = b * static_cast<ptrdiff_t>(hn::Lanes(D8()));
+    const auto enter = Load(x + m_s.window - 1), leave = Load(x - 1);
+    const auto low = hn::Set(d16, 0xFF);
     const auto oddD = hn::Sub(hn::ShiftRight<8>(enter), hn::ShiftRight<8>(leave));
     const auto evenD = hn::Sub(hn::And(enter, low), hn::And(leave, low));
-    const auto odd = hn::Add(carry, PrefixSum16(d16, hn::Add(evenD, oddD)));
-    hn::StoreU(hn::Sub(odd, oddD), d16, sums + 2 * b * n16);
-    hn::StoreU(odd, d16, sums + (2 * b + 1) * n16);
-    carry = LastLane16(d16, odd);
+    odd = hn::Add(m_carry, PrefixSum16(d16, hn::Add(evenD, oddD)));
+    even = hn::Sub(odd, oddD);
+    m_carry = LastLane16(d16, odd);
+  }
+
+ private:
+  HWY_INLINE V16 Load(ptrdiff_t i) const {
+    const ptrdiff_t n8 = static_cast<ptrdiff_t>(hn::Lanes(D8()));
+    const bool inside = i >= m_s.hx && i + n8 <= m_s.hx + m_s.width;
+    return hn::BitCast(D16(), hn::LoadU(D8(), inside ? m_s.row + (i - m_s.hx) : m_s.padded + i));
+  }
+  const predefined::BoxSource& m_s;
+  V16 m_carry;
+};
+#endif
+
+// The row sums of `source` for `blocks` blocks into `sums`, in the block layout.
+void BoxRowSums(const predefined::BoxSource& source, int blocks, uint16_t* sums) {
+#if HWY_TARGET != HWY_SCALAR
+  RowSummer summer(source);
+  const size_t n16 = hn::Lanes(RowSummer::D16());
+  for (int b = 0; b < blocks; ++b) {
+    RowSummer::V16 even, odd;
+    summer.Next(b, even, odd);
+    hn::StoreU(even, RowSummer::D16(), sums + 2 * b * n16);
+    hn::StoreU(odd, RowSummer::D16(), sums + (2 * b + 1) * n16);
   }
 #else
-  (void)row, (void)width, (void)hx, (void)padded, (void)window, (void)blocks, (void)sums;
+  (void)source, (void)blocks, (void)sums;
 #endif
 }
 
-// One output row from the window sums, out[x] = V[x] * scale >> 24 (32-bit product) for x in
-// [0, width), unless `out` is null; then, unless `entering` is null, V += entering - leaving
-// (row sums of the block layout, whose differences fit int16).
-void BoxWindowStep(uint32_t* sums, const uint16_t* entering, const uint16_t* leaving, uint32_t scale, uint8_t* out,
-                   int width) {
+// One output row from the scaled window sums: out[x] = the top byte of W[x] for x in [0, width),
+// unless `out` is null; then, unless `entering` is null, W += (entering - leaving) * scale (row
+// sums of the block layout, whose differences fit int16), where the entering sums are first taken
+// from `source` and stored when it is not null. One pass for both keeps the multiplies and the
+// shuffles of the row sums in flight together.
+void BoxWindowStep(uint32_t* sums, uint16_t* entering, const uint16_t* leaving, uint32_t scale, uint8_t* out, int width,
+                   const predefined::BoxSource* source) {
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint32_t> d32;
-  const hn::Repartition<int32_t, decltype(d32)> di32;
-  const hn::Repartition<int16_t, decltype(d32)> di16;
+  const hn::Repartition<uint16_t, decltype(d32)> du16;
   const hn::Repartition<uint8_t, decltype(d32)> d8;
-  const size_t n = hn::Lanes(d32), n16 = hn::Lanes(di16);
+  const size_t n = hn::Lanes(d32), n16 = hn::Lanes(du16);
   const int block = static_cast<int>(4 * n);
-  const auto vScale = hn::Set(d32, scale);
+#if HWY_TARGET == HWY_AVX3_DL
+  // Byte 4j + c of the output is byte 3 of lane j of the c-th vector: the permute of vectors 0
+  // and 1 places them at 4j and 4j + 1 (index bit 6 picks the second table), that of 2 and 3 at
+  // 4j + 2 and 4j + 3, and the blend takes each pair from its permute.
+  alignas(64) uint8_t index[64];
+  for (int i = 0; i < 64; ++i) index[i] = static_cast<uint8_t>((i & ~3) + 3 + ((i & 1) ? 64 : 0));
+  const __m512i top = _mm512_load_si512(index);
+#else
   const auto m1 = hn::Set(d32, 0xFF00u), m2 = hn::Set(d32, 0xFF0000u), m3 = hn::Set(d32, 0xFF000000u);
-  const auto rowSums = [&](const uint16_t* p) { return hn::BitCast(di16, hn::LoadU(hn::Repartition<uint16_t, decltype(d32)>(), p)); };
-  const auto lowHalf = [](auto w) { return hn::ShiftRight<16>(hn::ShiftLeft<16>(w)); };
+#endif
+  const predefined::BoxSource none{};
+  RowSummer summer(source != nullptr ? *source : none);
   for (int b = 0, x = 0; x < width; ++b, x += block) {
     uint32_t* v = sums + 4 * static_cast<size_t>(b) * n;
-    auto v0 = hn::LoadU(d32, v), v1 = hn::LoadU(d32, v + n), v2 = hn::LoadU(d32, v + 2 * n),
-         v3 = hn::LoadU(d32, v + 3 * n);
+    const auto v0 = hn::LoadU(d32, v), v1 = hn::LoadU(d32, v + n), v2 = hn::LoadU(d32, v + 2 * n),
+               v3 = hn::LoadU(d32, v + 3 * n);
     if (out != nullptr) {
-      // The top byte of each product, moved to its pixel's byte of the lane.
-      auto r = hn::ShiftRight<24>(hn::Mul(v0, vScale));
-      r = hn::OrAnd(r, hn::ShiftRight<16>(hn::Mul(v1, vScale)), m1);
-      r = hn::OrAnd(r, hn::ShiftRight<8>(hn::Mul(v2, vScale)), m2);
-      r = hn::OrAnd(r, hn::Mul(v3, vScale), m3);
+      // Each top byte moved to its pixel's byte of the lane: two byte permutes and a blend where
+      // the target permutes bytes, else shifts and masks.
+#if HWY_TARGET == HWY_AVX3_DL
+      const hn::Vec<decltype(d32)> r{_mm512_mask_blend_epi8(0xCCCCCCCCCCCCCCCCull,
+                                                            _mm512_permutex2var_epi8(v0.raw, top, v1.raw),
+                                                            _mm512_permutex2var_epi8(v2.raw, top, v3.raw))};
+#else
+      auto r = hn::ShiftRight<24>(v0);
+      r = hn::OrAnd(r, hn::ShiftRight<16>(v1), m1);
+      r = hn::OrAnd(r, hn::ShiftRight<8>(v2), m2);
+      r = hn::OrAnd(r, v3, m3);
+#endif
       if (x + block <= width)
         hn::StoreU(hn::BitCast(d8, r), d8, out + x);
       else
@@ -653,16 +724,26 @@ void BoxWindowStep(uint32_t* sums, const uint16_t* entering, const uint16_t* lea
     if (entering != nullptr) {
       // Even pixels' sums: 4j in the low halves, 4j + 2 in the high; odd: 4j + 1 and 4j + 3.
       const size_t h = 2 * static_cast<size_t>(b) * n16;
-      const auto even = hn::BitCast(di32, hn::Sub(rowSums(entering + h), rowSums(leaving + h)));
-      const auto odd = hn::BitCast(di32, hn::Sub(rowSums(entering + h + n16), rowSums(leaving + h + n16)));
-      hn::StoreU(hn::Add(v0, hn::BitCast(d32, lowHalf(even))), d32, v);
-      hn::StoreU(hn::Add(v1, hn::BitCast(d32, lowHalf(odd))), d32, v + n);
-      hn::StoreU(hn::Add(v2, hn::BitCast(d32, hn::ShiftRight<16>(even))), d32, v + 2 * n);
-      hn::StoreU(hn::Add(v3, hn::BitCast(d32, hn::ShiftRight<16>(odd))), d32, v + 3 * n);
+      hn::Vec<decltype(du16)> enterEven, enterOdd;
+      if (source != nullptr) {
+        summer.Next(b, enterEven, enterOdd);
+        hn::StoreU(enterEven, du16, entering + h);
+        hn::StoreU(enterOdd, du16, entering + h + n16);
+      } else {
+        enterEven = hn::LoadU(du16, entering + h);
+        enterOdd = hn::LoadU(du16, entering + h + n16);
+      }
+      hn::Vec<decltype(d32)> g0, g1, g2, g3;
+      ScaledHalves(d32, hn::Sub(enterEven, hn::LoadU(du16, leaving + h)), scale, g0, g2);
+      ScaledHalves(d32, hn::Sub(enterOdd, hn::LoadU(du16, leaving + h + n16)), scale, g1, g3);
+      hn::StoreU(hn::Add(v0, g0), d32, v);
+      hn::StoreU(hn::Add(v1, g1), d32, v + n);
+      hn::StoreU(hn::Add(v2, g2), d32, v + 2 * n);
+      hn::StoreU(hn::Add(v3, g3), d32, v + 3 * n);
     }
   }
 #else
-  (void)sums, (void)entering, (void)leaving, (void)scale, (void)out, (void)width;
+  (void)sums, (void)entering, (void)leaving, (void)scale, (void)out, (void)width, (void)source;
 #endif
 }
 
@@ -718,13 +799,12 @@ void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out,
   HWY_DYNAMIC_DISPATCH(BoxRow32)(cells, window, scale, out, count, words);
 }
 int WideBoxBlock() { return HWY_DYNAMIC_DISPATCH(BoxBlockOf)(); }
-void WideBoxRowSums(const uint8_t* row, int width, int hx, const uint8_t* padded, int window, int blocks,
-                    uint16_t* sums) {
-  HWY_DYNAMIC_DISPATCH(BoxRowSums)(row, width, hx, padded, window, blocks, sums);
+void WideBoxRowSums(const BoxSource& source, int blocks, uint16_t* sums) {
+  HWY_DYNAMIC_DISPATCH(BoxRowSums)(source, blocks, sums);
 }
-void WideBoxWindowStep(uint32_t* sums, const uint16_t* entering, const uint16_t* leaving, uint32_t scale, uint8_t* out,
-                       int width) {
-  HWY_DYNAMIC_DISPATCH(BoxWindowStep)(sums, entering, leaving, scale, out, width);
+void WideBoxWindowStep(uint32_t* sums, uint16_t* entering, const uint16_t* leaving, uint32_t scale, uint8_t* out,
+                       int width, const BoxSource* source) {
+  HWY_DYNAMIC_DISPATCH(BoxWindowStep)(sums, entering, leaving, scale, out, width, source);
 }
 }  // namespace kelmira::predefined
 #endif
