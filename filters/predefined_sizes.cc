@@ -240,9 +240,7 @@ bool WideBoxByRows(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out
       fill(-1, end);
     }
     // The next row's pixels on their way while this one is summed.
-    if (y + 1 < height)
-      for (int x = 0; x < width; x += static_cast<int>(vector)) __builtin_prefetch(in[y + 1] + x);
-    return BoxSource{row, width, hx, padded, window};
+    return BoxSource{row, width, hx, padded, window, y + 1 < height ? in[y + 1] : nullptr};
   };
   int last = std::min(hy, height - 1);  // the last source row whose sums are in the ring
   for (int y = 0; y <= last; ++y) WideBoxRowSums(prepare(y), static_cast<int>(blocks), rowAt(y));

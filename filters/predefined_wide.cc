@@ -4,6 +4,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "filters/predefined_wide.cc"
 #include "hwy/foreach_target.h"  // IWYU pragma: keep
+#include "hwy/cache_control.h"
 #include "hwy/highway.h"
 
 #include "filters/predefined_internal.h"
@@ -638,6 +639,7 @@ class RowSummer {
     // taken back off gives the even.
     const D16 d16;
     const ptrdiff_t x = b * static_cast<ptrdiff_t>(hn::Lanes(D8()));
+    if (m_s.ahead != nullptr && x < m_s.width) hwy::Prefetch(m_s.ahead + x);
     const auto enter = Load(x + m_s.window - 1), leave = Load(x - 1);
     const auto low = hn::Set(d16, 0xFF);
     const auto oddD = hn::Sub(hn::ShiftRight<8>(enter), hn::ShiftRight<8>(leave));
@@ -687,16 +689,7 @@ void BoxWindowStep(uint32_t* sums, uint16_t* entering, const uint16_t* leaving, 
   const hn::Repartition<uint8_t, decltype(d32)> d8;
   const size_t n = hn::Lanes(d32), n16 = hn::Lanes(du16);
   const int block = static_cast<int>(4 * n);
-#if HWY_TARGET == HWY_AVX3_DL
-  // Byte 4j + c of the output is byte 3 of lane j of the c-th vector: the permute of vectors 0
-  // and 1 places them at 4j and 4j + 1 (index bit 6 picks the second table), that of 2 and 3 at
-  // 4j + 2 and 4j + 3, and the blend takes each pair from its permute.
-  alignas(64) uint8_t index[64];
-  for (int i = 0; i < 64; ++i) index[i] = static_cast<uint8_t>((i & ~3) + 3 + ((i & 1) ? 64 : 0));
-  const __m512i top = _mm512_load_si512(index);
-#else
   const auto m1 = hn::Set(d32, 0xFF00u), m2 = hn::Set(d32, 0xFF0000u), m3 = hn::Set(d32, 0xFF000000u);
-#endif
   const predefined::BoxSource none{};
   RowSummer summer(source != nullptr ? *source : none);
   for (int b = 0, x = 0; x < width; ++b, x += block) {
@@ -704,18 +697,11 @@ void BoxWindowStep(uint32_t* sums, uint16_t* entering, const uint16_t* leaving, 
     const auto v0 = hn::LoadU(d32, v), v1 = hn::LoadU(d32, v + n), v2 = hn::LoadU(d32, v + 2 * n),
                v3 = hn::LoadU(d32, v + 3 * n);
     if (out != nullptr) {
-      // Each top byte moved to its pixel's byte of the lane: two byte permutes and a blend where
-      // the target permutes bytes, else shifts and masks.
-#if HWY_TARGET == HWY_AVX3_DL
-      const hn::Vec<decltype(d32)> r{_mm512_mask_blend_epi8(0xCCCCCCCCCCCCCCCCull,
-                                                            _mm512_permutex2var_epi8(v0.raw, top, v1.raw),
-                                                            _mm512_permutex2var_epi8(v2.raw, top, v3.raw))};
-#else
+      // Each top byte moved to its pixel's byte of the lane.
       auto r = hn::ShiftRight<24>(v0);
       r = hn::OrAnd(r, hn::ShiftRight<16>(v1), m1);
       r = hn::OrAnd(r, hn::ShiftRight<8>(v2), m2);
       r = hn::OrAnd(r, v3, m3);
-#endif
       if (x + block <= width)
         hn::StoreU(hn::BitCast(d8, r), d8, out + x);
       else
