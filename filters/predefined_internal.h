@@ -153,6 +153,17 @@ void WideBoxRowSums(const BoxSource& source, int blocks, uint16_t* sums);
 void WideBoxWindowStep(uint32_t* sums, uint16_t* entering, const uint16_t* leaving, uint32_t scale, uint8_t* out,
                        int width, const BoxSource* source);
 
+// The ZBW16 box with the column sums of the padded columns c[i] split by parity, even[k] = c[2k]
+// and odd[k] = c[2k + 1]. WideWordColumnUpdate: low[j] += add[2j] - sub[2j], high[j] += add[2j + 1]
+// - sub[2j + 1] for j in [0, pairs), 16-bit pixels at any byte address, wrapping.
+// WideWordBoxRow: for output pairs j from 0 in whole vectors (returns how many), S[x] = c[x] + ...
+// + c[x + 2 hx] and out[x] = S[x] * scale >> 24 (64-bit product) as 16-bit pixels at any byte
+// address, from carry = S[-1], which it leaves as S of the last odd pixel written (even[-1] and
+// odd[-1] are read; each S must stay below 2^32).
+void WideWordColumnUpdate(uint32_t* low, uint32_t* high, const uint8_t* add, const uint8_t* sub, int pairs);
+int WideWordBoxRow(const uint32_t* even, const uint32_t* odd, int hx, uint32_t& carry, uint32_t scale, uint8_t* out,
+                   int pairs);
+
 }  // namespace kelmira::predefined
 
 #endif  // KELMIRA_FILTERS_PREDEFINED_INTERNAL_H

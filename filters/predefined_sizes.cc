@@ -264,6 +264,50 @@ bool WideBoxByRows(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out
   return true;
 }
 
+// The ZBW16 box on the wide path: running column sums of 32 bits over the padded columns c[i]
+// (column clamp(i - hx), i from -1), kept split by parity so that neither the column update nor
+// the row pass widens pixels by shuffles. The caller takes it when area * 65535 < 2^32: no sum
+// reaches 2^32, so each equals the scalar's 64-bit sum and the pixels are the scalar's.
+bool WideWordBox(const rows::Rows<Word>& in, const rows::Rows<Word>& out, int width, int height, int hx, int hy,
+                 uint32_t scale) {
+  // c[i] for i in [-1, width + 2 hx), and room for the vector loads past the end.
+  const size_t half = (static_cast<size_t>(width) + 2 * static_cast<size_t>(hx)) / 2 + 2 + 64;
+  std::unique_ptr<uint32_t[]> store(new (std::nothrow) uint32_t[2 * half + static_cast<size_t>(width) / 2 + 1]);
+  if (!store) return frame::Fail(Z_ERROR_NO_MEMORY);
+  std::memset(store.get(), 0, sizeof(uint32_t) * (2 * half + static_cast<size_t>(width) / 2 + 1));
+  uint32_t* even = store.get() + 1;  // even[k] = c[2k], from k = -1
+  uint32_t* odd = even + half;       // odd[k] = c[2k + 1], from k = -1
+  const uint8_t* zeros = reinterpret_cast<const uint8_t*>(odd + half - 1);  // a row of zero pixels
+  const auto c = [&](int i) -> uint32_t& { return (i & 1) ? odd[(i - 1) / 2] : even[i / 2]; };
+  const auto bytes = [](const Word* row) { return reinterpret_cast<const uint8_t*>(row); };
+  // Pixel x is c[hx + x]: its pairs' low halves land in one array, high halves in the other.
+  uint32_t* low = (hx & 1) ? odd + (hx - 1) / 2 : even + hx / 2;
+  uint32_t* high = (hx & 1) ? even + (hx + 1) / 2 : odd + hx / 2;
+  const auto update = [&](const uint8_t* add, const uint8_t* sub) {
+    WideWordColumnUpdate(low, high, add, sub, width / 2);
+    if (width & 1) {
+      const int x = width - 1;
+      c(hx + x) += static_cast<uint32_t>(reinterpret_cast<const Word*>(add)[x]) -
+                   static_cast<uint32_t>(reinterpret_cast<const Word*>(sub)[x]);
+    }
+  };
+  for (int r = -hy; r <= hy; ++r) update(bytes(in[Clamp(r, 0, height - 1)]), zeros);
+  for (int y = 0; y < height; ++y) {
+    for (int i = -1; i < hx; ++i) c(i) = c(hx);
+    for (int i = hx + width; i < width + 2 * hx; ++i) c(i) = c(hx + width - 1);
+    uint32_t carry = 0;  // S[-1]
+    for (int i = -1; i < 2 * hx; ++i) carry += c(i);
+    uint8_t* o = reinterpret_cast<uint8_t*>(out[y]);
+    const int done = WideWordBoxRow(even, odd, hx, carry, scale, o, width / 2);
+    for (int x = 2 * done; x < width; ++x) {
+      carry += c(x + 2 * hx) - c(x - 1);
+      reinterpret_cast<Word*>(o)[x] = static_cast<uint16_t>((static_cast<uint64_t>(carry) * scale) >> 24);
+    }
+    if (y + 1 < height) update(bytes(in[Clamp(y + hy + 1, 0, height - 1)]), bytes(in[Clamp(y - hy, 0, height - 1)]));
+  }
+  return true;
+}
+
 // Running column sums over the rows -halfY .. halfY (clamped to the view), and along each row a
 // running sum over 2 halfX + 1 cells of the column sums padded with the edge columns. The column
 // sums wrap in 32 bits; the row sum and product are 32-bit on ZBW8 (sum * scale stays below
@@ -285,7 +329,7 @@ bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsig
       if (2 * hy + 1 <= 65535 / 255) return WideBox<uint16_t>(in, out, width, height, hx, hy, scale);
       return WideBox<uint32_t>(in, out, width, height, hx, hy, scale);
     } else {
-      if (area * 65535 < (uint64_t{1} << 32)) return WideBox<uint32_t>(in, out, width, height, hx, hy, scale);
+      if (area * 65535 < (uint64_t{1} << 32)) return WideWordBox(in, out, width, height, hx, hy, scale);
     }
   }
   const size_t cells = static_cast<size_t>(width) + 2 * static_cast<size_t>(hx);

@@ -578,6 +578,27 @@ HWY_INLINE hn::Vec<D> LastLane16(D d, hn::Vec<D> v) {
 
 #endif
 
+#undef KELMIRA_BOX_MADD
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128 && HWY_TARGET != HWY_SCALAR
+#define KELMIRA_BOX_MADD 1
+#else
+#define KELMIRA_BOX_MADD 0
+#endif
+#if KELMIRA_BOX_MADD
+// a.lo * p.lo + a.hi * p.hi in each 32-bit lane, over signed 16-bit halves (the pairwise
+// multiply-add); p holds the two halves of `pair`.
+template <class D32, class V>
+HWY_INLINE hn::Vec<D32> MulAddPairs(D32, V a, uint32_t pair) {
+#if HWY_MAX_BYTES == 64
+  return hn::Vec<D32>{_mm512_madd_epi16(a.raw, _mm512_set1_epi32(static_cast<int>(pair)))};
+#elif HWY_MAX_BYTES == 32
+  return hn::Vec<D32>{_mm256_madd_epi16(a.raw, _mm256_set1_epi32(static_cast<int>(pair)))};
+#else
+  return hn::Vec<D32>{_mm_madd_epi16(a.raw, _mm_set1_epi32(static_cast<int>(pair)))};
+#endif
+}
+#endif
+
 #if HWY_TARGET != HWY_SCALAR
 // The low and the high 16-bit halves of each 32-bit lane of `delta` (differences within int16),
 // sign-extended and times `scale`, wrapping: one multiply-add each on x86 when the scale is below
@@ -586,19 +607,10 @@ template <class D32, class V>
 HWY_INLINE void ScaledHalves(D32 d32, V delta, uint32_t scale, hn::Vec<D32>& low, hn::Vec<D32>& high) {
   const hn::Repartition<int32_t, D32> di32;
   const auto w = hn::BitCast(di32, delta);
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+#if KELMIRA_BOX_MADD
   if (scale < 0x8000u) {
-    // Lane pairs (scale, 0) and (0, scale).
-#if HWY_MAX_BYTES == 64
-    low = hn::Vec<D32>{_mm512_madd_epi16(w.raw, _mm512_set1_epi32(static_cast<int>(scale)))};
-    high = hn::Vec<D32>{_mm512_madd_epi16(w.raw, _mm512_set1_epi32(static_cast<int>(scale << 16)))};
-#elif HWY_MAX_BYTES == 32
-    low = hn::Vec<D32>{_mm256_madd_epi16(w.raw, _mm256_set1_epi32(static_cast<int>(scale)))};
-    high = hn::Vec<D32>{_mm256_madd_epi16(w.raw, _mm256_set1_epi32(static_cast<int>(scale << 16)))};
-#else
-    low = hn::Vec<D32>{_mm_madd_epi16(w.raw, _mm_set1_epi32(static_cast<int>(scale)))};
-    high = hn::Vec<D32>{_mm_madd_epi16(w.raw, _mm_set1_epi32(static_cast<int>(scale << 16)))};
-#endif
+    low = MulAddPairs(d32, w, scale);
+    high = MulAddPairs(d32, w, scale << 16);
     return;
   }
 #endif
@@ -733,6 +745,101 @@ void BoxWindowStep(uint32_t* sums, uint16_t* entering, const uint16_t* leaving, 
 #endif
 }
 
+// ----- the ZBW16 box, column sums split by parity -----
+
+// Column sums of the padded columns c[i] kept as two arrays, even[k] = c[2k] and odd[k] =
+// c[2k + 1]. Then a 32-bit lane of 16-bit pixels updates one of each without widening shuffles,
+// and along a row the pair sums of the running differences come from four unaligned loads; only
+// the prefix sum moves lanes, once per pair of pixels.
+
+// low[j] += add[2j] - sub[2j] and high[j] += add[2j + 1] - sub[2j + 1] for j in [0, pairs): 16-bit
+// pixels at any byte address, 32-bit sums wrapping.
+void WordColumnUpdate(uint32_t* low, uint32_t* high, const uint8_t* add, const uint8_t* sub, int pairs) {
+  int j = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Repartition<uint8_t, decltype(d32)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  const auto mask = hn::Set(d32, 0xFFFFu);
+  for (; j + lanes <= pairs; j += lanes) {
+    const auto in = hn::BitCast(d32, hn::LoadU(d8, add + 4 * j)), out = hn::BitCast(d32, hn::LoadU(d8, sub + 4 * j));
+    hn::StoreU(hn::Add(hn::LoadU(d32, low + j), hn::Sub(hn::And(in, mask), hn::And(out, mask))), d32, low + j);
+    hn::StoreU(hn::Add(hn::LoadU(d32, high + j), hn::Sub(hn::ShiftRight<16>(in), hn::ShiftRight<16>(out))), d32,
+               high + j);
+  }
+#endif
+  const auto pixel = [](const uint8_t* row, int x) { return static_cast<uint32_t>(reinterpret_cast<const Word*>(row)[x]); };
+  for (; j < pairs; ++j) {
+    low[j] += pixel(add, 2 * j) - pixel(sub, 2 * j);
+    high[j] += pixel(add, 2 * j + 1) - pixel(sub, 2 * j + 1);
+  }
+}
+
+// Output pairs j in [0, pairs) rounded down to whole vectors: S[x] = c[x] + ... + c[x + 2 hx],
+// out[x] = S[x] * scale >> 24 (64-bit product) as 16-bit pixels at any byte address, given
+// carry = S[-1] (even[-1] and odd[-1] are read). Returns the pairs done and sets carry to S of the
+// last odd pixel written. Each S must stay below 2^32.
+#if HWY_TARGET != HWY_SCALAR
+template <bool kPairs>
+HWY_INLINE int WordBoxRowOf(const uint32_t* even, const uint32_t* odd, int hx, uint32_t& carry, uint32_t scale,
+                            uint8_t* out, int pairs) {
+  const hn::ScalableTag<uint32_t> d32;
+  const hn::Repartition<uint64_t, decltype(d32)> d64;
+  const hn::Repartition<uint16_t, decltype(d32)> d16;
+  const hn::Repartition<uint8_t, decltype(d32)> d8;
+  const int lanes = static_cast<int>(hn::Lanes(d32));
+  constexpr int kMaxLanes = HWY_MAX_BYTES / 4;
+  int32_t lastIndex[kMaxLanes];
+  for (int i = 0; i < kMaxLanes; ++i) lastIndex[i] = lanes - 1;
+  const auto last = hn::SetTableIndices(d32, lastIndex);
+  const auto vScale = hn::Set(d32, scale);
+  const auto lowScale = hn::BitCast(d16, vScale);  // 16-bit lanes (scale, 0)
+  const auto high32 = hn::BitCast(d32, hn::Set(d64, uint64_t{0xFFFFFFFF00000000}));
+  // S * scale >> 24 in each lane, times 256 plus bits below (`kPairs`, scale below 2^15: with
+  // S = h 2^16 + l, the product >> 24 is (h scale + (l scale >> 16)) >> 8, the dropped low bits
+  // never carrying into it) or exact (64-bit products).
+  const auto product = [&](auto v) {
+    if constexpr (kPairs) {
+#if KELMIRA_BOX_MADD
+      return hn::Add(MulAddPairs(d32, v, scale << 16), hn::BitCast(d32, hn::MulHigh(hn::BitCast(d16, v), lowScale)));
+#endif
+    }
+    const auto lo = hn::ShiftRight<24>(hn::MulEven(v, vScale));
+    const auto hi = hn::MulEven(hn::BitCast(d32, hn::ShiftRight<32>(hn::BitCast(d64, v))), vScale);
+    return hn::ShiftLeft<8>(hn::OrAnd(hn::BitCast(d32, lo), hn::BitCast(d32, hn::ShiftLeft<8>(hi)), high32));
+  };
+  const auto mask = hn::Set(d32, 0xFFFF0000u);
+  auto s = hn::Set(d32, carry);
+  int j = 0;
+  for (; j + lanes <= pairs; j += lanes) {
+    // d[x] = c[x + 2 hx] - c[x - 1]; the pair d[2j] + d[2j + 1] = even[j + hx] + odd[j + hx] -
+    // odd[j - 1] - even[j]; its prefix gives the odd S, and d[2j + 1] taken back off the even.
+    const auto eAhead = hn::LoadU(d32, even + j + hx), oAhead = hn::LoadU(d32, odd + j + hx);
+    const auto eHere = hn::LoadU(d32, even + j), oBehind = hn::LoadU(d32, odd + j - 1);
+    const auto oddD = hn::Sub(oAhead, eHere);
+    const auto sOdd = hn::Add(s, PrefixSum(d32, hn::Sub(hn::Add(eAhead, oddD), oBehind)));
+    const auto sEven = hn::Sub(sOdd, oddD);
+    s = hn::TableLookupLanes(sOdd, last);
+    // Both pixels of a lane from the products times 256: the even one >> 8, the odd one << 8.
+    const auto both = hn::OrAnd(hn::ShiftRight<8>(product(sEven)), hn::ShiftLeft<8>(product(sOdd)), mask);
+    hn::StoreU(hn::BitCast(d8, both), d8, out + 4 * j);
+  }
+  carry = hn::GetLane(s);
+  return j;
+}
+#endif
+
+int WordBoxRow(const uint32_t* even, const uint32_t* odd, int hx, uint32_t& carry, uint32_t scale, uint8_t* out,
+               int pairs) {
+#if HWY_TARGET != HWY_SCALAR
+  if (KELMIRA_BOX_MADD && scale < 0x8000u) return WordBoxRowOf<true>(even, odd, hx, carry, scale, out, pairs);
+  return WordBoxRowOf<false>(even, odd, hx, carry, scale, out, pairs);
+#else
+  (void)even, (void)odd, (void)hx, (void)carry, (void)scale, (void)out, (void)pairs;
+  return 0;
+#endif
+}
+
 void ColumnUpdate8(uint16_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
   ColumnUpdateOf<uint16_t, uint8_t>(sums, add, sub, count);
 }
@@ -762,6 +869,8 @@ HWY_EXPORT(BoxRow32);
 HWY_EXPORT(BoxBlockOf);
 HWY_EXPORT(BoxRowSums);
 HWY_EXPORT(BoxWindowStep);
+HWY_EXPORT(WordColumnUpdate);
+HWY_EXPORT(WordBoxRow);
 
 void WideRow3x3(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, int x0, int x1) {
   HWY_DYNAMIC_DISPATCH(Row3x3)(kind, a, b, c, out, x0, x1);
@@ -791,6 +900,13 @@ void WideBoxRowSums(const BoxSource& source, int blocks, uint16_t* sums) {
 void WideBoxWindowStep(uint32_t* sums, uint16_t* entering, const uint16_t* leaving, uint32_t scale, uint8_t* out,
                        int width, const BoxSource* source) {
   HWY_DYNAMIC_DISPATCH(BoxWindowStep)(sums, entering, leaving, scale, out, width, source);
+}
+void WideWordColumnUpdate(uint32_t* low, uint32_t* high, const uint8_t* add, const uint8_t* sub, int pairs) {
+  HWY_DYNAMIC_DISPATCH(WordColumnUpdate)(low, high, add, sub, pairs);
+}
+int WideWordBoxRow(const uint32_t* even, const uint32_t* odd, int hx, uint32_t& carry, uint32_t scale, uint8_t* out,
+                   int pairs) {
+  return HWY_DYNAMIC_DISPATCH(WordBoxRow)(even, odd, hx, carry, scale, out, pairs);
 }
 }  // namespace kelmira::predefined
 #endif
