@@ -120,15 +120,14 @@ void WideRow3x3Words(Kind kind, const uint8_t* a, const uint8_t* b, const uint8_
 // width + n - 1 entries.
 void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int width, uint16_t* scratch);
 
-// Running-box helpers, wrapping like the scalar sums. Column sums: sums[x] += add[x] - sub[x]
-// for x in [0, count), of 16 bits for ZBW8 boxes whose column sums stay below 2^16, else of 32
-// bits over pixels of 8 bits or (`words`) of 16 at any byte address. One output row: S[0] is the
-// sum of cells[0 .. window), S[x] = S[x - 1] + cells[x + window - 1] - cells[x - 1], out[x] =
-// S[x] * scale >> 24 (32-bit product on ZBW8; 64-bit on ZBW16, whose sums must stay below 2^32).
+// The ZBW8 running box by columns, wrapping like the scalar sums. Column sums: sums[x] += add[x] -
+// sub[x] for x in [0, count), of 16 bits for boxes whose column sums stay below 2^16, else of 32.
+// One output row: S[0] is the sum of cells[0 .. window), S[x] = S[x - 1] + cells[x + window - 1] -
+// cells[x - 1], out[x] = S[x] * scale >> 24 (32-bit product).
 void WideColumnUpdate(uint16_t* sums, const uint8_t* add, const uint8_t* sub, int count);
-void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count, bool words);
+void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count);
 void WideBoxRow(const uint16_t* cells, int window, uint32_t scale, uint8_t* out, int count);
-void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, bool words);
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count);
 
 // The ZBW8 box by rows. A block is WideBoxBlock() pixels (0: no such route on this target).
 // Row sums H[x] = p[x] + ... + p[x + window - 1] of a BoxSource, where p[i] is row[i - hx] for

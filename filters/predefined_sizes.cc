@@ -143,21 +143,19 @@ void Roberts(ZROI<P>* source, ZROI<P>* destination, const char* trace) {
 
 // ----- the box of any size -----
 
-// The wide running box, the same sums in narrower or equal lanes: on ZBW8 a column sum is at most
-// (2 hy + 1) * 255, so with hy up to 128 it fits 16 bits and never wraps, and equals the scalar's
-// 32-bit sum; otherwise 32-bit cells wrap as the scalar ones do. On ZBW16 the caller takes this
-// path only when area * 65535 < 2^32: then no column or row sum reaches 2^32 and each equals the
-// scalar's 64-bit sum.
-template <class Cell, class T>
-bool WideBox(const rows::Rows<T>& in, const rows::Rows<T>& out, int width, int height, int hx, int hy, uint32_t scale) {
+// The ZBW8 running box by columns, for windows wider than the row route takes: a column sum is at
+// most (2 hy + 1) * 255, so with hy up to 128 it fits 16 bits and never wraps, and equals the
+// scalar's 32-bit sum; otherwise 32-bit cells wrap as the scalar ones do.
+template <class Cell>
+bool WideBox(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, int width, int height, int hx, int hy,
+             uint32_t scale) {
   std::unique_ptr<Cell[]> store(new (std::nothrow) Cell[static_cast<size_t>(width) + 2 * static_cast<size_t>(hx)]);
   if (!store) return frame::Fail(Z_ERROR_NO_MEMORY);
   Cell* cell = store.get();
   Cell* column = cell + hx;  // the real columns
-  const auto bytes = [](const T* row) { return reinterpret_cast<const uint8_t*>(row); };
   std::memset(column, 0, sizeof(Cell) * static_cast<size_t>(width));
   for (int r = -hy; r <= hy; ++r) {
-    const T* row = in[Clamp(r, 0, height - 1)];
+    const uint8_t* row = in[Clamp(r, 0, height - 1)];
     for (int x = 0; x < width; ++x) column[x] = static_cast<Cell>(column[x] + row[x]);
   }
   for (int y = 0; y < height; ++y) {
@@ -165,19 +163,8 @@ bool WideBox(const rows::Rows<T>& in, const rows::Rows<T>& out, int width, int h
       cell[i] = column[0];
       column[width + i] = column[width - 1];
     }
-    uint8_t* o = reinterpret_cast<uint8_t*>(out[y]);
-    if constexpr (sizeof(Cell) == 2)
-      WideBoxRow(cell, 2 * hx + 1, scale, o, width);
-    else
-      WideBoxRow(cell, 2 * hx + 1, scale, o, width, sizeof(T) == 2);
-    if (y + 1 < height) {
-      const uint8_t* leaving = bytes(in[Clamp(y - hy, 0, height - 1)]);
-      const uint8_t* entering = bytes(in[Clamp(y + hy + 1, 0, height - 1)]);
-      if constexpr (sizeof(Cell) == 2)
-        WideColumnUpdate(column, entering, leaving, width);
-      else
-        WideColumnUpdate(column, entering, leaving, width, sizeof(T) == 2);
-    }
+    WideBoxRow(cell, 2 * hx + 1, scale, out[y], width);
+    if (y + 1 < height) WideColumnUpdate(column, in[Clamp(y + hy + 1, 0, height - 1)], in[Clamp(y - hy, 0, height - 1)], width);
   }
   return true;
 }

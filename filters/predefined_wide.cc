@@ -404,36 +404,20 @@ void RowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out, int
 
 // ----- the running box -----
 
-// Pixels of 8 bits, or of 16 bits at any byte address (Words), widened to the lanes of `d`.
-template <class Pixel, class D>
-HWY_INLINE hn::Vec<D> LoadPixels(D d, const uint8_t* row, int x) {
-  if constexpr (sizeof(Pixel) == 1) {
-    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<uint8_t, D>(), row + x));
-  } else {
-    const hn::Rebind<uint16_t, D> d16;
-    return hn::PromoteTo(d, hn::BitCast(d16, hn::LoadU(hn::Repartition<uint8_t, decltype(d16)>(), row + 2 * x)));
-  }
-}
-
-template <class Pixel>
-HWY_INLINE uint32_t PixelAt(const uint8_t* row, int x) {
-  if constexpr (sizeof(Pixel) == 1) return row[x];
-  return reinterpret_cast<const Word*>(row)[x];
-}
-
-// sums[x] += add[x] - sub[x] for x in [0, count), wrapping like the scalar column sums.
-template <class Cell, class Pixel>
+// sums[x] += add[x] - sub[x] for x in [0, count), 8-bit pixels, wrapping like the scalar column sums.
+template <class Cell>
 HWY_INLINE void ColumnUpdateOf(Cell* sums, const uint8_t* add, const uint8_t* sub, int count) {
   int x = 0;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<Cell> d;
+  const hn::Rebind<uint8_t, decltype(d)> d8;
   const int lanes = static_cast<int>(hn::Lanes(d));
   for (; x + lanes <= count; x += lanes) {
-    const auto in = LoadPixels<Pixel>(d, add, x), out = LoadPixels<Pixel>(d, sub, x);
+    const auto in = hn::PromoteTo(d, hn::LoadU(d8, add + x)), out = hn::PromoteTo(d, hn::LoadU(d8, sub + x));
     hn::StoreU(hn::Sub(hn::Add(hn::LoadU(d, sums + x), in), out), d, sums + x);
   }
 #endif
-  for (; x < count; ++x) sums[x] = static_cast<Cell>(sums[x] + PixelAt<Pixel>(add, x) - PixelAt<Pixel>(sub, x));
+  for (; x < count; ++x) sums[x] = static_cast<Cell>(sums[x] + add[x] - sub[x]);
 }
 
 #if HWY_TARGET != HWY_SCALAR
@@ -464,26 +448,15 @@ HWY_INLINE hn::Vec<D> PrefixSum(D d, hn::Vec<D> v) {
 }
 #endif
 
-// One output row of the box: S[0] is the sum of cells[0 .. window), S[x] = S[x - 1] +
+// One output row of the ZBW8 box: S[0] is the sum of cells[0 .. window), S[x] = S[x - 1] +
 // cells[x + window - 1] - cells[x - 1], and out[x] = S[x] * scale >> 24. The running sum is a
-// prefix sum of those differences, a vector at a time, carried across vectors. On ZBW8 the
-// sum and the product wrap in 32 bits as the scalar ones do; on ZBW16 the caller guarantees a
-// sum below 2^32, and the product takes 64 bits (even and odd lanes apart).
-template <class Cell, class Pixel>
+// prefix sum of those differences, a vector at a time, carried across vectors; the sum and the
+// product wrap in 32 bits as the scalar ones do.
+template <class Cell>
 HWY_INLINE void BoxRowOf(const Cell* cells, int window, uint32_t scale, uint8_t* out, int count) {
-  const auto product = [&](uint32_t sum) -> uint32_t {
-    if constexpr (sizeof(Pixel) == 1) return (sum * scale) >> 24;
-    return static_cast<uint32_t>((static_cast<uint64_t>(sum) * scale) >> 24);
-  };
-  const auto store = [&](int x, uint32_t v) {
-    if constexpr (sizeof(Pixel) == 1)
-      out[x] = static_cast<uint8_t>(v);
-    else
-      reinterpret_cast<Word*>(out)[x] = static_cast<uint16_t>(v);
-  };
   uint32_t sum = 0;
   for (int i = 0; i < window; ++i) sum += cells[i];
-  store(0, product(sum));
+  out[0] = static_cast<uint8_t>((sum * scale) >> 24);
   int x = 1;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint32_t> d32;
@@ -503,24 +476,14 @@ HWY_INLINE void BoxRowOf(const Cell* cells, int window, uint32_t scale, uint8_t*
     const auto prefix = PrefixSum(d32, hn::Sub(cellsAt(cells + x + window - 1), cellsAt(cells + x - 1)));
     const auto s = hn::Add(prefix, carry);
     carry = hn::Add(carry, hn::TableLookupLanes(prefix, last));
-    if constexpr (sizeof(Pixel) == 1) {
-      const hn::Rebind<uint8_t, decltype(d32)> d8;
-      hn::StoreU(hn::TruncateTo(d8, hn::ShiftRight<24>(hn::Mul(s, vScale))), d8, out + x);
-    } else {
-      const hn::Repartition<uint64_t, decltype(d32)> d64;
-      const hn::Rebind<uint16_t, decltype(d32)> d16;
-      const auto even = hn::ShiftRight<24>(hn::MulEven(s, vScale));
-      const auto odd = hn::ShiftRight<24>(hn::MulEven(hn::BitCast(d32, hn::ShiftRight<32>(hn::BitCast(d64, s))), vScale));
-      const auto both = hn::Or(hn::BitCast(d32, even), hn::BitCast(d32, hn::ShiftLeft<32>(odd)));
-      const hn::Repartition<uint8_t, decltype(d16)> d8;
-      hn::StoreU(hn::BitCast(d8, hn::TruncateTo(d16, both)), d8, out + 2 * x);
-    }
+    const hn::Rebind<uint8_t, decltype(d32)> d8;
+    hn::StoreU(hn::TruncateTo(d8, hn::ShiftRight<24>(hn::Mul(s, vScale))), d8, out + x);
   }
   if (x > 1) sum = hn::GetLane(carry);
 #endif
   for (; x < count; ++x) {
     sum += cells[x + window - 1] - cells[x - 1];
-    store(x, product(sum));
+    out[x] = static_cast<uint8_t>((sum * scale) >> 24);
   }
 }
 
@@ -841,17 +804,16 @@ int WordBoxRow(const uint32_t* even, const uint32_t* odd, int hx, uint32_t& carr
 }
 
 void ColumnUpdate8(uint16_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
-  ColumnUpdateOf<uint16_t, uint8_t>(sums, add, sub, count);
+  ColumnUpdateOf(sums, add, sub, count);
 }
-void ColumnUpdate32(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count, bool words) {
-  words ? ColumnUpdateOf<uint32_t, uint16_t>(sums, add, sub, count) : ColumnUpdateOf<uint32_t, uint8_t>(sums, add, sub, count);
+void ColumnUpdate32(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
+  ColumnUpdateOf(sums, add, sub, count);
 }
 void BoxRow8(const uint16_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
-  BoxRowOf<uint16_t, uint8_t>(cells, window, scale, out, count);
+  BoxRowOf(cells, window, scale, out, count);
 }
-void BoxRow32(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, bool words) {
-  words ? BoxRowOf<uint32_t, uint16_t>(cells, window, scale, out, count)
-        : BoxRowOf<uint32_t, uint8_t>(cells, window, scale, out, count);
+void BoxRow32(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
+  BoxRowOf(cells, window, scale, out, count);
 }
 
 }  // namespace kelmira::HWY_NAMESPACE
@@ -884,14 +846,14 @@ void WideRowLarge(int n, bool uniform, const uint8_t* const* rows, uint8_t* out,
 void WideColumnUpdate(uint16_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
   HWY_DYNAMIC_DISPATCH(ColumnUpdate8)(sums, add, sub, count);
 }
-void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count, bool words) {
-  HWY_DYNAMIC_DISPATCH(ColumnUpdate32)(sums, add, sub, count, words);
+void WideColumnUpdate(uint32_t* sums, const uint8_t* add, const uint8_t* sub, int count) {
+  HWY_DYNAMIC_DISPATCH(ColumnUpdate32)(sums, add, sub, count);
 }
 void WideBoxRow(const uint16_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
   HWY_DYNAMIC_DISPATCH(BoxRow8)(cells, window, scale, out, count);
 }
-void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count, bool words) {
-  HWY_DYNAMIC_DISPATCH(BoxRow32)(cells, window, scale, out, count, words);
+void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out, int count) {
+  HWY_DYNAMIC_DISPATCH(BoxRow32)(cells, window, scale, out, count);
 }
 int WideBoxBlock() { return HWY_DYNAMIC_DISPATCH(BoxBlockOf)(); }
 void WideBoxRowSums(const BoxSource& source, int blocks, uint16_t* sums) {
