@@ -132,9 +132,9 @@ void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out,
 // The ZBW8 box by rows. A block is WideBoxBlock() pixels (0: no such route on this target).
 // Row sums H[x] = p[x] + ... + p[x + window - 1] of a BoxSource, where p[i] is row[i - hx] for
 // hx <= i < hx + width and padded[i] elsewhere (padded[-1] is read; each H must stay below 2^15);
-// vectors inside the row read it in place, and `ahead` is prefetched. They are stored block by block as the even pixels'
-// sums then the odd pixels'. The scaled window sums, one u32 a pixel, are stored block by block as
-// the pixels 4j, 4j + 1, 4j + 2, 4j + 3.
+// vectors inside the row read it in place, and `ahead` is prefetched. They are stored block by
+// block as the even pixels' sums then the odd pixels'. The scaled window sums, one u32 a pixel,
+// are stored block by block as the pixels 4j, 4j + 1, 4j + 2, 4j + 3.
 struct BoxSource {
   const uint8_t* row;
   int width;
@@ -144,8 +144,6 @@ struct BoxSource {
   const uint8_t* ahead;  // the next row to sum, fetched into the cache along the way (or null)
 };
 int WideBoxBlock();
-// The row sums of `blocks` blocks.
-void WideBoxRowSums(const BoxSource& source, int blocks, uint16_t* sums);
 // With the window sums kept times the scale (W = V * scale, wrapping): out[x] = W[x] >> 24 for x
 // in [0, width) unless `out` is null, then W += (entering - leaving) * scale unless `entering` is
 // null; with a `source`, the entering sums are taken from it and stored first.

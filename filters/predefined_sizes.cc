@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
 #include <type_traits>
 
 #include "filters/predefined_internal.h"
@@ -164,26 +165,37 @@ bool WideBox(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, int 
       column[width + i] = column[width - 1];
     }
     WideBoxRow(cell, 2 * hx + 1, scale, out[y], width);
-    if (y + 1 < height) WideColumnUpdate(column, in[Clamp(y + hy + 1, 0, height - 1)], in[Clamp(y - hy, 0, height - 1)], width);
+    if (y + 1 < height)
+      WideColumnUpdate(column, in[Clamp(y + hy + 1, 0, height - 1)], in[Clamp(y - hy, 0, height - 1)], width);
   }
   return true;
 }
 
-// The ZBW8 box with windows up to 127 pixels wide: each source row's sums along the window
-// (below 2^15, so their differences fit int16) are taken once, kept in a ring while their row is
-// inside the window, and run down the columns as the window sum times the scale, in 32 bits. That
-// is the scalar's wrapping product of its column-then-row sum, so the pixels are the scalar's. False only on
-// a failed allocation (error set). `done` stays false when the target has no such route or the
-// ring would pass 32 MB; the caller then takes the column route.
-bool WideBoxByRows(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, int width, int height, int hx, int hy,
-                   uint32_t scale, bool& done) {
-  done = false;
+// The shape of the ZBW8 row route below: the row rounded up to whole blocks, and the rows of row
+// sums the ring keeps.
+struct RowRoute {
+  size_t span, ringRows;
+};
+
+// The row route for a box, when the target has one, the window is at most 127 pixels wide (row
+// sums below 2^15, their differences within int16) and the ring stays within 32 MB.
+std::optional<RowRoute> PlanByRows(int width, int height, int hx, int hy) {
   const int block = WideBoxBlock();
-  const int window = 2 * hx + 1;
-  if (block == 0 || window > 127) return true;
-  const size_t blocks = (static_cast<size_t>(width) + block - 1) / block, span = blocks * block;
+  if (block == 0 || 2 * hx + 1 > 127) return std::nullopt;
+  const size_t span = (static_cast<size_t>(width) + block - 1) / block * block;
   const size_t ringRows = static_cast<size_t>(std::min(height, 2 * hy + 2));
-  if (ringRows * span > (size_t{16} << 20)) return true;  // more than 32 MB of row sums
+  if (ringRows * span > (size_t{16} << 20)) return std::nullopt;
+  return RowRoute{span, ringRows};
+}
+
+// The ZBW8 box by rows: each source row's sums along the window are taken once, kept in a ring
+// while their row is inside the window, and run down the columns as the window sum times the
+// scale, in 32 bits. That is the scalar's wrapping product of its column-then-row sum, so the
+// pixels are the scalar's.
+bool WideBoxByRows(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out, int width, int height, int hx, int hy,
+                   uint32_t scale, const RowRoute& route) {
+  const int window = 2 * hx + 1;
+  const size_t span = route.span, ringRows = route.ringRows;
   // One allocation, each part on a 64-byte boundary: the padded source row (with a byte before it
   // and room for a vector load past its end), the ring, a row of zero sums, the window sums.
   const size_t paddedBytes = span + static_cast<size_t>(window) + 64 * 5, ringBytes = (ringRows + 1) * span * 2,
@@ -229,25 +241,18 @@ bool WideBoxByRows(const rows::Rows<uint8_t>& in, const rows::Rows<uint8_t>& out
     // The next row's pixels on their way while this one is summed.
     return BoxSource{row, width, hx, padded, window, y + 1 < height ? in[y + 1] : nullptr};
   };
-  int last = std::min(hy, height - 1);  // the last source row whose sums are in the ring
-  for (int y = 0; y <= last; ++y) WideBoxRowSums(prepare(y), static_cast<int>(blocks), rowAt(y));
-  for (int r = -hy; r <= hy; ++r)
-    WideBoxWindowStep(sums, rowAt(Clamp(r, 0, height - 1)), zeros, scale, nullptr, width, nullptr);
-  for (int y = 0; y < height; ++y) {
-    // Output row y, then the window moves down: the row sums of the entering row are taken in
-    // the same pass unless the bottom edge repeats a row already in the ring.
-    uint16_t* entering = nullptr;
-    const uint16_t* leaving = nullptr;
+  // Adds the sums of source row y to the window (minus those of `leaving`), writing output row
+  // `o` first unless it is null; the row's sums are taken in the same pass unless an edge repeats
+  // a row already in the ring.
+  int last = -1;  // the last source row whose sums are in the ring
+  const auto step = [&](uint8_t* o, int y, const uint16_t* leaving) {
     BoxSource source{}, *fresh = nullptr;
-    if (y + 1 < height) {
-      const int e = std::min(y + hy + 1, height - 1);
-      if (e > last) source = prepare(last = e), fresh = &source;
-      entering = rowAt(e);
-      leaving = rowAt(std::max(y - hy, 0));
-    }
-    WideBoxWindowStep(sums, entering, leaving, scale, out[y], width, fresh);
-  }
-  done = true;
+    if (y > last) source = prepare(last = y), fresh = &source;
+    WideBoxWindowStep(sums, rowAt(y), leaving, scale, o, width, fresh);
+  };
+  for (int r = -hy; r <= hy; ++r) step(nullptr, Clamp(r, 0, height - 1), zeros);
+  for (int y = 0; y + 1 < height; ++y) step(out[y], std::min(y + hy + 1, height - 1), rowAt(std::max(y - hy, 0)));
+  WideBoxWindowStep(sums, nullptr, nullptr, scale, out[height - 1], width, nullptr);
   return true;
 }
 
@@ -311,8 +316,8 @@ bool RunBox(ZGenericROI* source, ZGenericROI* destination, unsigned halfX, unsig
   const rows::Rows<T> in(source), out(destination);
   if (wide) {
     if constexpr (sizeof(T) == 1) {
-      bool done = false;
-      if (!WideBoxByRows(in, out, width, height, hx, hy, scale, done) || done) return done;
+      if (const auto route = PlanByRows(width, height, hx, hy))
+        return WideBoxByRows(in, out, width, height, hx, hy, scale, *route);
       if (2 * hy + 1 <= 65535 / 255) return WideBox<uint16_t>(in, out, width, height, hx, hy, scale);
       return WideBox<uint32_t>(in, out, width, height, hx, hy, scale);
     } else {

@@ -602,9 +602,10 @@ class RowSummer {
   using D8 = hn::ScalableTag<uint8_t>;
   using D16 = hn::Repartition<uint16_t, D8>;
   using V16 = hn::Vec<D16>;
-  explicit RowSummer(const predefined::BoxSource& s) : m_s(s), m_carry(hn::Zero(D16())) {
+  // Null: a summer that is never asked.
+  explicit RowSummer(const predefined::BoxSource* s) : m_s(s), m_carry(hn::Zero(D16())) {
     uint32_t first = 0;  // H[-1]
-    for (int i = -1; i < s.window - 1; ++i) first += s.padded[i];
+    for (int i = -1; s != nullptr && i < s->window - 1; ++i) first += s->padded[i];
     m_carry = hn::Set(D16(), static_cast<uint16_t>(first));
   }
   // The even pixels' and the odd pixels' sums of block b; blocks come in order.
@@ -614,8 +615,8 @@ class RowSummer {
     // taken back off gives the even.
     const D16 d16;
     const ptrdiff_t x = b * static_cast<ptrdiff_t>(hn::Lanes(D8()));
-    if (m_s.ahead != nullptr && x < m_s.width) hwy::Prefetch(m_s.ahead + x);
-    const auto enter = Load(x + m_s.window - 1), leave = Load(x - 1);
+    if (m_s->ahead != nullptr && x < m_s->width) hwy::Prefetch(m_s->ahead + x);
+    const auto enter = Load(x + m_s->window - 1), leave = Load(x - 1);
     const auto low = hn::Set(d16, 0xFF);
     const auto oddD = hn::Sub(hn::ShiftRight<8>(enter), hn::ShiftRight<8>(leave));
     const auto evenD = hn::Sub(hn::And(enter, low), hn::And(leave, low));
@@ -627,29 +628,13 @@ class RowSummer {
  private:
   HWY_INLINE V16 Load(ptrdiff_t i) const {
     const ptrdiff_t n8 = static_cast<ptrdiff_t>(hn::Lanes(D8()));
-    const bool inside = i >= m_s.hx && i + n8 <= m_s.hx + m_s.width;
-    return hn::BitCast(D16(), hn::LoadU(D8(), inside ? m_s.row + (i - m_s.hx) : m_s.padded + i));
+    const bool inside = i >= m_s->hx && i + n8 <= m_s->hx + m_s->width;
+    return hn::BitCast(D16(), hn::LoadU(D8(), inside ? m_s->row + (i - m_s->hx) : m_s->padded + i));
   }
-  const predefined::BoxSource& m_s;
+  const predefined::BoxSource* m_s;
   V16 m_carry;
 };
 #endif
-
-// The row sums of `source` for `blocks` blocks into `sums`, in the block layout.
-void BoxRowSums(const predefined::BoxSource& source, int blocks, uint16_t* sums) {
-#if HWY_TARGET != HWY_SCALAR
-  RowSummer summer(source);
-  const size_t n16 = hn::Lanes(RowSummer::D16());
-  for (int b = 0; b < blocks; ++b) {
-    RowSummer::V16 even, odd;
-    summer.Next(b, even, odd);
-    hn::StoreU(even, RowSummer::D16(), sums + 2 * b * n16);
-    hn::StoreU(odd, RowSummer::D16(), sums + (2 * b + 1) * n16);
-  }
-#else
-  (void)source, (void)blocks, (void)sums;
-#endif
-}
 
 // One output row from the scaled window sums: out[x] = the top byte of W[x] for x in [0, width),
 // unless `out` is null; then, unless `entering` is null, W += (entering - leaving) * scale (row
@@ -665,8 +650,7 @@ void BoxWindowStep(uint32_t* sums, uint16_t* entering, const uint16_t* leaving, 
   const size_t n = hn::Lanes(d32), n16 = hn::Lanes(du16);
   const int block = static_cast<int>(4 * n);
   const auto m1 = hn::Set(d32, 0xFF00u), m2 = hn::Set(d32, 0xFF0000u), m3 = hn::Set(d32, 0xFF000000u);
-  const predefined::BoxSource none{};
-  RowSummer summer(source != nullptr ? *source : none);
+  RowSummer summer(source);
   for (int b = 0, x = 0; x < width; ++b, x += block) {
     uint32_t* v = sums + 4 * static_cast<size_t>(b) * n;
     const auto v0 = hn::LoadU(d32, v), v1 = hn::LoadU(d32, v + n), v2 = hn::LoadU(d32, v + 2 * n),
@@ -731,7 +715,9 @@ void WordColumnUpdate(uint32_t* low, uint32_t* high, const uint8_t* add, const u
                high + j);
   }
 #endif
-  const auto pixel = [](const uint8_t* row, int x) { return static_cast<uint32_t>(reinterpret_cast<const Word*>(row)[x]); };
+  const auto pixel = [](const uint8_t* row, int x) {
+    return static_cast<uint32_t>(reinterpret_cast<const Word*>(row)[x]);
+  };
   for (; j < pairs; ++j) {
     low[j] += pixel(add, 2 * j) - pixel(sub, 2 * j);
     high[j] += pixel(add, 2 * j + 1) - pixel(sub, 2 * j + 1);
@@ -829,7 +815,6 @@ HWY_EXPORT(ColumnUpdate32);
 HWY_EXPORT(BoxRow8);
 HWY_EXPORT(BoxRow32);
 HWY_EXPORT(BoxBlockOf);
-HWY_EXPORT(BoxRowSums);
 HWY_EXPORT(BoxWindowStep);
 HWY_EXPORT(WordColumnUpdate);
 HWY_EXPORT(WordBoxRow);
@@ -856,9 +841,6 @@ void WideBoxRow(const uint32_t* cells, int window, uint32_t scale, uint8_t* out,
   HWY_DYNAMIC_DISPATCH(BoxRow32)(cells, window, scale, out, count);
 }
 int WideBoxBlock() { return HWY_DYNAMIC_DISPATCH(BoxBlockOf)(); }
-void WideBoxRowSums(const BoxSource& source, int blocks, uint16_t* sums) {
-  HWY_DYNAMIC_DISPATCH(BoxRowSums)(source, blocks, sums);
-}
 void WideBoxWindowStep(uint32_t* sums, uint16_t* entering, const uint16_t* leaving, uint32_t scale, uint8_t* out,
                        int width, const BoxSource* source) {
   HWY_DYNAMIC_DISPATCH(BoxWindowStep)(sums, entering, leaving, scale, out, width, source);
